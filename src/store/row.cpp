@@ -1,0 +1,139 @@
+#include "store/row.h"
+
+#include "store/random_source.h"
+
+#include <QStringList>
+
+namespace {
+
+constexpr std::array<const char*, kColumnCount> kNames = {
+    "fPK", "fEtx", "fSec", "fSub", "fR1", "fR2", "fR3", "fR4", "fR5", "fF1", "fF2",
+    "fF3", "fT1",  "fT2",  "fT3",  "fT4", "fT5", "fD1", "fD2", "fG1", "AE",
+};
+
+sqlite::Error NoSuchRow(std::int64_t fpk) {
+    return sqlite::Error{sqlite::kErrGeneral, QStringLiteral("No record with key %1.").arg(fpk)};
+}
+
+// Writes the set columns of `row` to the row `fpk`. Column names come from our fixed list, values are bound.
+sqlite::Error WriteColumns(sqlite::Connection& db, std::int64_t fpk, const RowValues& row) {
+    QStringList assignments;
+    for (int c = 1; c < kColumnCount; ++c) {
+        if (row.get(static_cast<Col>(c))) {
+            assignments << QStringLiteral("%1=?").arg(QLatin1String(kNames[c]));
+        }
+    }
+    if (assignments.isEmpty()) {
+        return {};
+    }
+    const QByteArray sql = QStringLiteral("UPDATE tt SET %1 WHERE fPK=?").arg(assignments.join(u',')).toUtf8();
+    sqlite::Statement update = db.prepare(sql.constData());
+    int i = 1;
+    for (int c = 1; c < kColumnCount; ++c) {
+        if (const auto& value = row.get(static_cast<Col>(c))) {
+            update.bindVariant(i++, *value);
+        }
+    }
+    update.bind(i, fpk);
+    update.step();
+    if (sqlite::Error e = update.error()) {
+        return e;
+    }
+    return db.changes() == 1 ? sqlite::Error{} : NoSuchRow(fpk);
+}
+
+} // namespace
+
+const char* ColumnName(Col column) { return kNames[static_cast<int>(column)]; }
+
+std::optional<Col> ColumnOf(const QString& name) {
+    for (int c = 0; c < kColumnCount; ++c) {
+        if (name.compare(QLatin1String(kNames[c]), Qt::CaseInsensitive) == 0) {
+            return static_cast<Col>(c);
+        }
+    }
+    return std::nullopt;
+}
+
+Row Row::FromStatement(const sqlite::Statement& statement) {
+    Row row;
+    for (int i = 0; i < statement.columnCount(); ++i) {
+        if (const auto column = ColumnOf(statement.columnName(i))) {
+            row.setValue(*column, statement.value(i));
+        }
+    }
+    return row;
+}
+
+std::int64_t AddNewRow(sqlite::Connection& db, const std::function<bool(std::int64_t fpk, RowValues& row)>& fill,
+                       sqlite::Error* error) {
+    sqlite::Error e;
+    sqlite::Savepoint transaction(db);
+    std::int64_t fpk = 0;
+    if (!(e = transaction.begin())) {
+        sqlite::Statement insert = db.prepare("INSERT INTO tt DEFAULT VALUES");
+        insert.step();
+        e = insert.error();
+    }
+    if (!e) {
+        fpk = db.lastInsertId();
+        RowValues row;
+        if (!fill(fpk, row)) {
+            e = sqlite::Error{sqlite::kErrGeneral, QStringLiteral("The record could not be prepared.")};
+        } else if (!(e = WriteColumns(db, fpk, row))) {
+            e = transaction.release();
+        }
+    }
+    if (error != nullptr) {
+        *error = e;
+    }
+    return e ? 0 : fpk;
+}
+
+sqlite::Error ChangeRow(sqlite::Connection& db, std::int64_t fpk, const std::function<bool(RowValues& row)>& fill) {
+    sqlite::Savepoint transaction(db);
+    if (sqlite::Error e = transaction.begin()) {
+        return e;
+    }
+    RowValues row;
+    if (!fill(row)) {
+        return sqlite::Error{sqlite::kErrGeneral, QStringLiteral("The record could not be prepared.")};
+    }
+    if (sqlite::Error e = WriteColumns(db, fpk, row)) {
+        return e;
+    }
+    return transaction.release();
+}
+
+std::optional<Row> ReadRow(sqlite::Connection& db, std::int64_t fpk, sqlite::Error* error) {
+    sqlite::Statement select = db.prepare("SELECT * FROM tt WHERE fPK=?");
+    select.bind(1, fpk);
+    std::optional<Row> row;
+    if (select.step()) {
+        row = Row::FromStatement(select);
+    }
+    if (error != nullptr) {
+        *error = select.error();
+    }
+    return row;
+}
+
+std::int32_t RandomLong(RandomSource& random) { return static_cast<std::int32_t>(random.below(2147483648u)); }
+
+void FillNoise(RowValues& row, RandomSource& random, const NoiseColumns& columns) {
+    const std::pair<bool, Col> texts[] = {{columns.onT1, Col::fT1}, {columns.onT2, Col::fT2}, {columns.onT3, Col::fT3}};
+    for (const auto& [on, column] : texts) {
+        if (on) {
+            QByteArray noise(8 * (static_cast<int>(random.below(3)) + 1), '\0');
+            random.bytes(reinterpret_cast<std::uint8_t*>(noise.data()), static_cast<std::size_t>(noise.size()));
+            row.set(column, noise);
+        }
+    }
+    const std::pair<bool, Col> numbers[] = {
+        {columns.onR1, Col::fR1}, {columns.onR2, Col::fR2}, {columns.onR3, Col::fR3}, {columns.onR4, Col::fR4}};
+    for (const auto& [on, column] : numbers) {
+        if (on) {
+            row.set(column, RandomLong(random));
+        }
+    }
+}

@@ -1,0 +1,268 @@
+#include "store/sqlite.h"
+
+#include <sqlite3.h>
+
+namespace sqlite {
+
+int ErrorNumberOf(int sqliteCode) {
+    switch (sqliteCode & 0xFF) {
+    case SQLITE_OK:
+    case SQLITE_ROW:
+    case SQLITE_DONE:
+        return 0;
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+        return kErrLocked;
+    case SQLITE_NOTADB:
+    case SQLITE_CORRUPT:
+    case SQLITE_FORMAT:
+        return kErrDamaged;
+    case SQLITE_CANTOPEN:
+        return kErrFileNotFound;
+    default:
+        return kErrGeneral;
+    }
+}
+
+namespace {
+
+Error MakeError(sqlite3* db, int code) {
+    if (code == SQLITE_OK || code == SQLITE_ROW || code == SQLITE_DONE) {
+        return {};
+    }
+    const char* text = db != nullptr ? sqlite3_errmsg(db) : sqlite3_errstr(code);
+    return Error{ErrorNumberOf(code), QString::fromUtf8(text)};
+}
+
+} // namespace
+
+Connection::~Connection() { close(); }
+
+Connection::Connection(Connection&& other) noexcept : m_db(other.m_db) { other.m_db = nullptr; }
+
+Connection& Connection::operator=(Connection&& other) noexcept {
+    if (this != &other) {
+        close();
+        m_db = other.m_db;
+        other.m_db = nullptr;
+    }
+    return *this;
+}
+
+Error Connection::open(const QString& path, Mode mode, bool exclusive) {
+    close();
+    int flags = SQLITE_OPEN_NOMUTEX;
+    switch (mode) {
+    case Mode::ReadOnly:
+        flags |= SQLITE_OPEN_READONLY;
+        break;
+    case Mode::ReadWrite:
+        flags |= SQLITE_OPEN_READWRITE;
+        break;
+    case Mode::Create:
+        flags |= SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+        break;
+    }
+    const QByteArray name = path.toUtf8();
+    const int rc = sqlite3_open_v2(name.constData(), &m_db, flags, nullptr);
+    if (rc != SQLITE_OK) {
+        Error e = MakeError(m_db, rc);
+        close();
+        return e;
+    }
+    sqlite3_extended_result_codes(m_db, 0);
+    // Nothing ever lands in a temporary file, and deleted content does not linger in free pages.
+    for (const char* pragma : {"PRAGMA temp_store=MEMORY", "PRAGMA secure_delete=ON", "PRAGMA synchronous=FULL"}) {
+        if (Error e = exec(pragma)) {
+            close();
+            return e;
+        }
+    }
+    if (exclusive) {
+        if (Error e = exec("PRAGMA locking_mode=EXCLUSIVE")) {
+            close();
+            return e;
+        }
+    }
+    return {};
+}
+
+void Connection::close() {
+    if (m_db != nullptr) {
+        sqlite3_close_v2(m_db);
+        m_db = nullptr;
+    }
+}
+
+Error Connection::exec(const char* sql) {
+    if (m_db == nullptr) {
+        return Error{kErrGeneral, QStringLiteral("No database is open.")};
+    }
+    return MakeError(m_db, sqlite3_exec(m_db, sql, nullptr, nullptr, nullptr));
+}
+
+Statement Connection::prepare(const char* sql) {
+    sqlite3_stmt* stmt = nullptr;
+    const int rc = m_db != nullptr ? sqlite3_prepare_v2(m_db, sql, -1, &stmt, nullptr) : SQLITE_MISUSE;
+    return Statement(m_db, stmt, rc);
+}
+
+Error Connection::lastError() const {
+    if (m_db == nullptr) {
+        return Error{kErrGeneral, QStringLiteral("No database is open.")};
+    }
+    return MakeError(m_db, sqlite3_errcode(m_db));
+}
+
+std::int64_t Connection::lastInsertId() const { return m_db != nullptr ? sqlite3_last_insert_rowid(m_db) : 0; }
+
+int Connection::changes() const { return m_db != nullptr ? sqlite3_changes(m_db) : 0; }
+
+Statement::Statement(sqlite3* db, sqlite3_stmt* stmt, int prepareCode) : m_db(db), m_stmt(stmt), m_code(prepareCode) {}
+
+Statement::~Statement() { sqlite3_finalize(m_stmt); }
+
+Statement::Statement(Statement&& other) noexcept : m_db(other.m_db), m_stmt(other.m_stmt), m_code(other.m_code) {
+    other.m_stmt = nullptr;
+}
+
+Statement& Statement::operator=(Statement&& other) noexcept {
+    if (this != &other) {
+        sqlite3_finalize(m_stmt);
+        m_db = other.m_db;
+        m_stmt = other.m_stmt;
+        m_code = other.m_code;
+        other.m_stmt = nullptr;
+    }
+    return *this;
+}
+
+Statement& Statement::bind(int i, std::int64_t value) {
+    sqlite3_bind_int64(m_stmt, i, value);
+    return *this;
+}
+
+Statement& Statement::bind(int i, double value) {
+    sqlite3_bind_double(m_stmt, i, value);
+    return *this;
+}
+
+Statement& Statement::bind(int i, const QByteArray& blob) {
+    // A null QByteArray is an absent value; an empty one is a blob of length zero.
+    if (blob.isNull()) {
+        sqlite3_bind_null(m_stmt, i);
+    } else {
+        sqlite3_bind_blob64(m_stmt, i, blob.constData(), static_cast<sqlite3_uint64>(blob.size()), SQLITE_TRANSIENT);
+    }
+    return *this;
+}
+
+Statement& Statement::bind(int i, const QString& text) {
+    const QByteArray utf8 = text.toUtf8();
+    sqlite3_bind_text64(m_stmt, i, utf8.constData(), static_cast<sqlite3_uint64>(utf8.size()), SQLITE_TRANSIENT,
+                        SQLITE_UTF8);
+    return *this;
+}
+
+Statement& Statement::bindNull(int i) {
+    sqlite3_bind_null(m_stmt, i);
+    return *this;
+}
+
+Statement& Statement::bindVariant(int i, const QVariant& value) {
+    if (!value.isValid() || value.isNull()) {
+        return bindNull(i);
+    }
+    switch (value.typeId()) {
+    case QMetaType::QByteArray:
+        return bind(i, value.toByteArray());
+    case QMetaType::QString:
+        return bind(i, value.toString());
+    case QMetaType::Double:
+    case QMetaType::Float:
+        return bind(i, value.toDouble());
+    default:
+        return bind(i, static_cast<std::int64_t>(value.toLongLong()));
+    }
+}
+
+bool Statement::step() {
+    if (m_stmt == nullptr) {
+        return false;
+    }
+    m_code = sqlite3_step(m_stmt);
+    return m_code == SQLITE_ROW;
+}
+
+Error Statement::error() const {
+    if (m_stmt == nullptr && m_code == SQLITE_OK) {
+        return Error{kErrGeneral, QStringLiteral("Statement could not be prepared.")};
+    }
+    return MakeError(m_db, m_code);
+}
+
+void Statement::reset() {
+    sqlite3_reset(m_stmt);
+    sqlite3_clear_bindings(m_stmt);
+    m_code = SQLITE_OK;
+}
+
+int Statement::columnCount() const { return sqlite3_column_count(m_stmt); }
+
+QString Statement::columnName(int i) const { return QString::fromUtf8(sqlite3_column_name(m_stmt, i)); }
+
+bool Statement::isNull(int i) const { return sqlite3_column_type(m_stmt, i) == SQLITE_NULL; }
+
+std::int64_t Statement::int64(int i) const { return sqlite3_column_int64(m_stmt, i); }
+
+double Statement::real(int i) const { return sqlite3_column_double(m_stmt, i); }
+
+QByteArray Statement::bytes(int i) const {
+    if (isNull(i)) {
+        return {};
+    }
+    const void* data = sqlite3_column_blob(m_stmt, i);
+    const int n = sqlite3_column_bytes(m_stmt, i);
+    if (data == nullptr || n == 0) {
+        return QByteArray("");
+    }
+    return QByteArray(static_cast<const char*>(data), n);
+}
+
+QVariant Statement::value(int i) const {
+    switch (sqlite3_column_type(m_stmt, i)) {
+    case SQLITE_INTEGER:
+        return QVariant::fromValue<qint64>(int64(i));
+    case SQLITE_FLOAT:
+        return real(i);
+    case SQLITE_NULL:
+        return {};
+    default:
+        return bytes(i);
+    }
+}
+
+Savepoint::Savepoint(Connection& db) : m_db(db) {}
+
+Savepoint::~Savepoint() {
+    if (m_open) {
+        m_db.exec("ROLLBACK TO nct_write");
+        m_db.exec("RELEASE nct_write");
+    }
+}
+
+Error Savepoint::begin() {
+    Error e = m_db.exec("SAVEPOINT nct_write");
+    m_open = !e;
+    return e;
+}
+
+Error Savepoint::release() {
+    Error e = m_db.exec("RELEASE nct_write");
+    if (!e) {
+        m_open = false;
+    }
+    return e;
+}
+
+} // namespace sqlite

@@ -1,0 +1,119 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QVariant>
+
+#include <cstdint>
+#include <memory>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+// A thin RAII layer over the SQLite C API. Every value reaches SQL through a bound parameter.
+namespace sqlite {
+
+// Engine failures as the store's error numbers, with the engine's own description.
+struct Error {
+    int number = 0;
+    QString description;
+    explicit operator bool() const { return number != 0; }
+};
+
+// The store's numbers for what the engine reports.
+constexpr int kErrFileNotFound = 3024;
+constexpr int kErrAlreadyExists = 3204;
+constexpr int kErrDamaged = 3049;
+constexpr int kErrLocked = 3734;
+constexpr int kErrGeneral = 3146;
+
+int ErrorNumberOf(int sqliteCode);
+
+class Statement;
+
+class Connection {
+public:
+    enum class Mode { ReadOnly, ReadWrite, Create };
+
+    Connection() = default;
+    ~Connection();
+    Connection(Connection&& other) noexcept;
+    Connection& operator=(Connection&& other) noexcept;
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    // Opens `path`. With `exclusive`, the file stays locked against other programs while it is open.
+    Error open(const QString& path, Mode mode, bool exclusive = false);
+    void close();
+    bool isOpen() const { return m_db != nullptr; }
+    sqlite3* handle() const { return m_db; }
+
+    // A statement with no parameters and no rows, such as a pragma or DDL.
+    Error exec(const char* sql);
+    Statement prepare(const char* sql);
+    Error lastError() const;
+    std::int64_t lastInsertId() const;
+    int changes() const;
+
+private:
+    sqlite3* m_db = nullptr;
+};
+
+class Statement {
+public:
+    Statement() = default;
+    Statement(sqlite3* db, sqlite3_stmt* stmt, int prepareCode);
+    ~Statement();
+    Statement(Statement&& other) noexcept;
+    Statement& operator=(Statement&& other) noexcept;
+    Statement(const Statement&) = delete;
+    Statement& operator=(const Statement&) = delete;
+
+    bool isValid() const { return m_stmt != nullptr; }
+
+    // 1-based, as SQLite counts parameters.
+    Statement& bind(int i, std::int64_t value);
+    Statement& bind(int i, double value);
+    Statement& bind(int i, const QByteArray& blob);
+    Statement& bind(int i, const QString& text);
+    Statement& bindNull(int i);
+    // An invalid variant binds NULL; QByteArray binds a blob; integers, bools and doubles their numbers.
+    Statement& bindVariant(int i, const QVariant& value);
+
+    // One step: true while there is a row. After false, error() tells whether the statement ended or failed.
+    bool step();
+    Error error() const;
+    void reset();
+
+    int columnCount() const;
+    QString columnName(int i) const;
+    bool isNull(int i) const;
+    std::int64_t int64(int i) const;
+    double real(int i) const;
+    // Blobs and texts alike, byte for byte.
+    QByteArray bytes(int i) const;
+    QVariant value(int i) const;
+
+private:
+    sqlite3* m_db = nullptr;
+    sqlite3_stmt* m_stmt = nullptr;
+    int m_code = 0;
+};
+
+// A savepoint, which nests inside a transaction or stands for one. What is written between begin() and
+// release() is rolled back when the object goes away unreleased, so an early return never half-writes.
+class Savepoint {
+public:
+    explicit Savepoint(Connection& db);
+    ~Savepoint(); // rolls back unless released
+    Savepoint(const Savepoint&) = delete;
+    Savepoint& operator=(const Savepoint&) = delete;
+    Error begin();
+    Error release();
+
+private:
+    Connection& m_db;
+    bool m_open = false;
+};
+
+} // namespace sqlite
