@@ -5,7 +5,9 @@
 namespace CONVERSION {
 namespace {
 
-double Pow2(int i) { return std::ldexp(1.0, i); }
+double Pow2(int i) {
+    return std::ldexp(1.0, i);
+}
 
 // The integer part of value / 2^i, as the bit loops test it; a vanishing power never yields a bit.
 bool TakesBit(double value, int i) {
@@ -24,9 +26,13 @@ const QDateTime& OleBase() {
 }
 
 // Dates carry wall-clock time without a zone; compare them as such.
-QDateTime Naive(const QDateTime& date) { return QDateTime(date.date(), date.time(), Qt::UTC); }
+QDateTime Naive(const QDateTime& date) {
+    return QDateTime(date.date(), date.time(), Qt::UTC);
+}
 
-std::int64_t FloorDiv(std::int64_t a, std::int64_t b) { return a / b - ((a % b != 0) && ((a < 0) != (b < 0))); }
+std::int64_t FloorDiv(std::int64_t a, std::int64_t b) {
+    return a / b - ((a % b != 0) && ((a < 0) != (b < 0)));
+}
 
 } // namespace
 
@@ -72,7 +78,9 @@ std::int32_t BytesToLong(QByteArray bytes) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(sum) * static_cast<std::uint32_t>(sign));
 }
 
-std::int32_t TextToLong(const QByteArray& text) { return text.size() > 4 ? 0 : BytesToLong(text); }
+std::int32_t TextToLong(const QByteArray& text) {
+    return text.size() > 4 ? 0 : BytesToLong(text);
+}
 
 QString NumberToBits(double value, int n) {
     QString bits;
@@ -172,7 +180,9 @@ Currency BytesToCurrency(QByteArray bytes) {
     return Currency{static_cast<std::int64_t>(sum)};
 }
 
-Currency TextToCurrency(const QByteArray& text) { return BytesToCurrency(text); }
+Currency TextToCurrency(const QByteArray& text) {
+    return BytesToCurrency(text);
+}
 
 QString FloatToBits(double value, int bits) {
     if (!std::isfinite(value) || value < 1E-30 || (bits != 32 && bits != 64)) {
@@ -237,7 +247,9 @@ std::int64_t DateToMinutes(const QDateTime& date) {
     return FloorDiv(secs, 60);
 }
 
-QDateTime MinutesToDate(std::int64_t minutes) { return MinuteBase().addSecs(minutes * 60); }
+QDateTime MinutesToDate(std::int64_t minutes) {
+    return MinuteBase().addSecs(minutes * 60);
+}
 
 double DateToOle(const QDateTime& date) {
     const QDateTime naive = Naive(date);

@@ -20,9 +20,13 @@ constexpr int kSealKeyBytes = 32;
 constexpr int kSealRounds = 2048;
 constexpr char kMarker = 3;
 
-const std::uint8_t* Data(const QByteArray& a) { return reinterpret_cast<const std::uint8_t*>(a.constData()); }
+const std::uint8_t* Data(const QByteArray& a) {
+    return reinterpret_cast<const std::uint8_t*>(a.constData());
+}
 
-CRY::SecureBytes ToSecure(const QByteArray& a) { return CRY::SecureBytes(Data(a), Data(a) + a.size()); }
+CRY::SecureBytes ToSecure(const QByteArray& a) {
+    return CRY::SecureBytes(Data(a), Data(a) + a.size());
+}
 
 QByteArray ToText(const CRY::SecureBytes& v, std::size_t from = 0) {
     if (from >= v.size()) {
@@ -44,8 +48,7 @@ CRY::SecureBytes SealKey(const QByteArray& pass, const std::uint8_t* salt) {
     CRY::SecureBytes key(kSealKeyBytes);
     auto family = Botan::PasswordHashFamily::create_or_throw("PBKDF2(SHA-1)");
     auto kdf = family->from_iterations(kSealRounds);
-    kdf->derive_key(key.data(), key.size(), pass.constData(), static_cast<std::size_t>(pass.size()), salt,
-                    kSaltBytes);
+    kdf->derive_key(key.data(), key.size(), pass.constData(), static_cast<std::size_t>(pass.size()), salt, kSaltBytes);
     return key;
 }
 
@@ -70,9 +73,13 @@ CRY::CRY(RandomSource& random)
     , m_encryptor(Botan::Cipher_Mode::create_or_throw("Blowfish/CBC/NoPadding", Botan::ENCRYPTION))
     , m_decryptor(Botan::Cipher_Mode::create_or_throw("Blowfish/CBC/NoPadding", Botan::DECRYPTION)) {}
 
-CRY::~CRY() { wipeKeys(); }
+CRY::~CRY() {
+    wipeKeys();
+}
 
-void CRY::setKeyPool(const SecureBytes& pool) { m_keyPool = pool; }
+void CRY::setKeyPool(const SecureBytes& pool) {
+    m_keyPool = pool;
+}
 
 void CRY::wipeKeys() {
     WipeBytes(m_keyPool);
@@ -300,8 +307,7 @@ QByteArray CRY::Hash1x47(const QByteArray& text) {
     return ToText(digest);
 }
 
-QByteArray CRY::RijndaelText(const QByteArray& text, const QByteArray& key, bool encrypt, int blockBits,
-                             int keyBits) {
+QByteArray CRY::RijndaelText(const QByteArray& text, const QByteArray& key, bool encrypt, int blockBits, int keyBits) {
     if (key.isEmpty()) {
         return {};
     }

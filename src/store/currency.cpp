@@ -53,7 +53,8 @@ std::optional<Currency> Currency::FromDouble(double value) {
 QString Currency::toText() const {
     const bool negative = units < 0;
     // Work on the unsigned magnitude so that the most negative value prints.
-    const std::uint64_t magnitude = negative ? 0 - static_cast<std::uint64_t>(units) : static_cast<std::uint64_t>(units);
+    const std::uint64_t magnitude =
+        negative ? 0 - static_cast<std::uint64_t>(units) : static_cast<std::uint64_t>(units);
     QString text = QString::number(magnitude / kScale);
     const std::uint64_t fraction = magnitude % kScale;
     if (fraction != 0) {

@@ -41,16 +41,23 @@ constexpr const char* kCreateTable = "CREATE TABLE tt ("
                                      "AE INTEGER DEFAULT 1)";
 
 constexpr const char* kCreateIndexes[] = {
-    "CREATE UNIQUE INDEX PrimaryKey ON tt(fPK)", "CREATE INDEX fSec ON tt(fSec)", "CREATE INDEX fSub ON tt(fSub)",
-    "CREATE INDEX fR1 ON tt(fR1)",               "CREATE INDEX fR2 ON tt(fR2)",   "CREATE INDEX fR3 ON tt(fR3)",
-    "CREATE INDEX fR4 ON tt(fR4)",               "CREATE INDEX fR5 ON tt(fR5)",
+    "CREATE UNIQUE INDEX PrimaryKey ON tt(fPK)",
+    "CREATE INDEX fSec ON tt(fSec)",
+    "CREATE INDEX fSub ON tt(fSub)",
+    "CREATE INDEX fR1 ON tt(fR1)",
+    "CREATE INDEX fR2 ON tt(fR2)",
+    "CREATE INDEX fR3 ON tt(fR3)",
+    "CREATE INDEX fR4 ON tt(fR4)",
+    "CREATE INDEX fR5 ON tt(fR5)",
 };
 
 constexpr const char* kCreateProperties = "CREATE TABLE nct_properties (name TEXT PRIMARY KEY, value TEXT)";
 
 const QString kVersionProperty = QStringLiteral("NctVersion");
 
-sqlite::Error NotOurs(const QString& why) { return sqlite::Error{sqlite::kErrDamaged, why}; }
+sqlite::Error NotOurs(const QString& why) {
+    return sqlite::Error{sqlite::kErrDamaged, why};
+}
 
 sqlite::Error NotFound(const QString& path) {
     return sqlite::Error{sqlite::kErrFileNotFound, QStringLiteral("Could not find file '%1'.").arg(path)};
@@ -92,8 +99,8 @@ sqlite::Error OpenForReading(sqlite::Connection& connection, const QString& path
 void SalvageRows(sqlite::Connection& connection, bool ascending, std::map<std::int64_t, Row>& rows) {
     constexpr std::int64_t kMin = std::numeric_limits<std::int64_t>::min();
     constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
-    const char* sql = ascending ? "SELECT * FROM tt WHERE fPK>=? ORDER BY fPK"
-                                : "SELECT * FROM tt WHERE fPK<=? ORDER BY fPK DESC";
+    const char* sql =
+        ascending ? "SELECT * FROM tt WHERE fPK>=? ORDER BY fPK" : "SELECT * FROM tt WHERE fPK<=? ORDER BY fPK DESC";
     std::int64_t from = ascending ? kMin : kMax;
     std::int64_t step = 1;
     for (int attempt = 0; attempt < 200; ++attempt) {
@@ -185,7 +192,9 @@ QString VersionText(int major, int minor, int revision) {
         .arg(revision, 4, 10, QLatin1Char('0'));
 }
 
-QString ProgramVersionText() { return VersionText(nct::kVersionMajor, nct::kVersionMinor, nct::kVersionRevision); }
+QString ProgramVersionText() {
+    return VersionText(nct::kVersionMajor, nct::kVersionMinor, nct::kVersionRevision);
+}
 
 sqlite::Error CreateDatabaseFile(const QString& path) {
     if (QFileInfo::exists(path)) {

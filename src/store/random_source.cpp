@@ -2,9 +2,13 @@
 
 #include <botan/system_rng.h>
 
-std::uint16_t SystemRandom::selector() { return static_cast<std::uint16_t>(below(65536)); }
+std::uint16_t SystemRandom::selector() {
+    return static_cast<std::uint16_t>(below(65536));
+}
 
-int SystemRandom::blankCount() { return static_cast<int>(below(13)); }
+int SystemRandom::blankCount() {
+    return static_cast<int>(below(13));
+}
 
 void SystemRandom::bytes(std::uint8_t* out, std::size_t n) {
     if (n > 0) {
@@ -30,9 +34,13 @@ RandomSource& StrongRandom() {
     return random;
 }
 
-void ScriptedRandom::setVector(const std::uint8_t* bytes, std::size_t n) { m_vector.assign(bytes, n); }
+void ScriptedRandom::setVector(const std::uint8_t* bytes, std::size_t n) {
+    m_vector.assign(bytes, n);
+}
 
-void ScriptedRandom::setSalt(const std::uint8_t* bytes, std::size_t n) { m_salt.assign(bytes, n); }
+void ScriptedRandom::setSalt(const std::uint8_t* bytes, std::size_t n) {
+    m_salt.assign(bytes, n);
+}
 
 void ScriptedRandom::bytes(std::uint8_t* out, std::size_t n) {
     for (std::size_t i = 0; i < n; ++i) {

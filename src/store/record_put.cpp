@@ -64,7 +64,8 @@ Currency ToCurrency(const QVariant& value) {
 
 double ToDouble(const QVariant& value) {
     bool ok = false;
-    const double d = value.typeId() == qMetaTypeId<Currency>() ? value.value<Currency>().toDouble() : value.toDouble(&ok);
+    const double d =
+        value.typeId() == qMetaTypeId<Currency>() ? value.value<Currency>().toDouble() : value.toDouble(&ok);
     return value.typeId() == qMetaTypeId<Currency>() || ok ? d : 0.0;
 }
 

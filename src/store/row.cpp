@@ -44,7 +44,9 @@ sqlite::Error WriteColumns(sqlite::Connection& db, std::int64_t fpk, const RowVa
 
 } // namespace
 
-const char* ColumnName(Col column) { return kNames[static_cast<int>(column)]; }
+const char* ColumnName(Col column) {
+    return kNames[static_cast<int>(column)];
+}
 
 std::optional<Col> ColumnOf(const QString& name) {
     for (int c = 0; c < kColumnCount; ++c) {
@@ -118,7 +120,9 @@ std::optional<Row> ReadRow(sqlite::Connection& db, std::int64_t fpk, sqlite::Err
     return row;
 }
 
-std::int32_t RandomLong(RandomSource& random) { return static_cast<std::int32_t>(random.below(2147483648u)); }
+std::int32_t RandomLong(RandomSource& random) {
+    return static_cast<std::int32_t>(random.below(2147483648u));
+}
 
 void FillNoise(RowValues& row, RandomSource& random, const NoiseColumns& columns) {
     const std::pair<bool, Col> texts[] = {{columns.onT1, Col::fT1}, {columns.onT2, Col::fT2}, {columns.onT3, Col::fT3}};

@@ -10,9 +10,13 @@
 
 namespace {
 
-QByteArray Hex(const char* hex) { return QByteArray::fromHex(hex); }
+QByteArray Hex(const char* hex) {
+    return QByteArray::fromHex(hex);
+}
 
-const std::uint8_t* Data(const QByteArray& a) { return reinterpret_cast<const std::uint8_t*>(a.constData()); }
+const std::uint8_t* Data(const QByteArray& a) {
+    return reinterpret_cast<const std::uint8_t*>(a.constData());
+}
 
 bool BlockCipherAnswer(const char* name, const char* key, const char* plain, const char* expected) {
     auto cipher = Botan::BlockCipher::create_or_throw(name);
@@ -58,13 +62,13 @@ bool RecordAnswer() {
     random.setVector(Data(iv), 8);
     random.setSelector(40000);
     CRY cry(random);
-    const QByteArray pool = Hex(
-        "782eba944d33e3b968c1b7c243883ea2d0bc7f5a6a86ba9df6374f8bb4548413bbc6ffdd34b0c0ba77ecb5d4dfa7258836de69fa0e"
-        "c559a06a771fb9be23c353635458cb33536d6a519136e7de683a340abf39c304f8dd42d88151c5f591cdb46b9d1c54d9a79bc73b3c"
-        "fe765d22335e7e98d6a02443639f5655f0b5ffb677dc2bafb2c4dc2154ec3494af1019f0d72c01e62670b43c593a1432cd483db176"
-        "9a437b86e16fa9f86a33d7124d4d472290a9bb4086197e37e432c8632d83d939515ac0b3e4cc0b94e6eead8b60efbdb8f3a2121e3a"
-        "0e8420f1d435e8a29dec16f2812c3c7c95ccbb2a2916209e1acff1988fcffe9aa107981b8f2e8bb250001f47072e0f1aa2db9fac9e"
-        "bb359435a5");
+    const QByteArray pool =
+        Hex("782eba944d33e3b968c1b7c243883ea2d0bc7f5a6a86ba9df6374f8bb4548413bbc6ffdd34b0c0ba77ecb5d4dfa7258836de69fa0e"
+            "c559a06a771fb9be23c353635458cb33536d6a519136e7de683a340abf39c304f8dd42d88151c5f591cdb46b9d1c54d9a79bc73b3c"
+            "fe765d22335e7e98d6a02443639f5655f0b5ffb677dc2bafb2c4dc2154ec3494af1019f0d72c01e62670b43c593a1432cd483db176"
+            "9a437b86e16fa9f86a33d7124d4d472290a9bb4086197e37e432c8632d83d939515ac0b3e4cc0b94e6eead8b60efbdb8f3a2121e3a"
+            "0e8420f1d435e8a29dec16f2812c3c7c95ccbb2a2916209e1acff1988fcffe9aa107981b8f2e8bb250001f47072e0f1aa2db9fac9e"
+            "bb359435a5");
     cry.setKeyPool(CRY::SecureBytes(Data(pool), Data(pool) + pool.size()));
     const QByteArray sealed = cry.Cipher(7, 1, QByteArrayLiteral("hi"));
     return sealed == Hex("9c4011121314151617184483358c9d7c24e1") && cry.Cipher(7, 2, sealed) == "hi" &&
@@ -89,8 +93,8 @@ SelfTestResult RunCipherSelfTests() {
         bool (*run)();
     };
     static const Check checks[] = {
-        {"Blowfish", [] { return BlockCipherAnswer("Blowfish", "0000000000000000", "0000000000000000",
-                                                   "4ef997456198dd78"); }},
+        {"Blowfish",
+         [] { return BlockCipherAnswer("Blowfish", "0000000000000000", "0000000000000000", "4ef997456198dd78"); }},
         {"AES-256",
          [] {
              return BlockCipherAnswer("AES-256", "000102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f",

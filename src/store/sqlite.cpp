@@ -36,9 +36,14 @@ Error MakeError(sqlite3* db, int code) {
 
 } // namespace
 
-Connection::~Connection() { close(); }
+Connection::~Connection() {
+    close();
+}
 
-Connection::Connection(Connection&& other) noexcept : m_db(other.m_db) { other.m_db = nullptr; }
+Connection::Connection(Connection&& other) noexcept
+    : m_db(other.m_db) {
+    other.m_db = nullptr;
+}
 
 Connection& Connection::operator=(Connection&& other) noexcept {
     if (this != &other) {
@@ -114,15 +119,27 @@ Error Connection::lastError() const {
     return MakeError(m_db, sqlite3_errcode(m_db));
 }
 
-std::int64_t Connection::lastInsertId() const { return m_db != nullptr ? sqlite3_last_insert_rowid(m_db) : 0; }
+std::int64_t Connection::lastInsertId() const {
+    return m_db != nullptr ? sqlite3_last_insert_rowid(m_db) : 0;
+}
 
-int Connection::changes() const { return m_db != nullptr ? sqlite3_changes(m_db) : 0; }
+int Connection::changes() const {
+    return m_db != nullptr ? sqlite3_changes(m_db) : 0;
+}
 
-Statement::Statement(sqlite3* db, sqlite3_stmt* stmt, int prepareCode) : m_db(db), m_stmt(stmt), m_code(prepareCode) {}
+Statement::Statement(sqlite3* db, sqlite3_stmt* stmt, int prepareCode)
+    : m_db(db)
+    , m_stmt(stmt)
+    , m_code(prepareCode) {}
 
-Statement::~Statement() { sqlite3_finalize(m_stmt); }
+Statement::~Statement() {
+    sqlite3_finalize(m_stmt);
+}
 
-Statement::Statement(Statement&& other) noexcept : m_db(other.m_db), m_stmt(other.m_stmt), m_code(other.m_code) {
+Statement::Statement(Statement&& other) noexcept
+    : m_db(other.m_db)
+    , m_stmt(other.m_stmt)
+    , m_code(other.m_code) {
     other.m_stmt = nullptr;
 }
 
@@ -207,15 +224,25 @@ void Statement::reset() {
     m_code = SQLITE_OK;
 }
 
-int Statement::columnCount() const { return sqlite3_column_count(m_stmt); }
+int Statement::columnCount() const {
+    return sqlite3_column_count(m_stmt);
+}
 
-QString Statement::columnName(int i) const { return QString::fromUtf8(sqlite3_column_name(m_stmt, i)); }
+QString Statement::columnName(int i) const {
+    return QString::fromUtf8(sqlite3_column_name(m_stmt, i));
+}
 
-bool Statement::isNull(int i) const { return sqlite3_column_type(m_stmt, i) == SQLITE_NULL; }
+bool Statement::isNull(int i) const {
+    return sqlite3_column_type(m_stmt, i) == SQLITE_NULL;
+}
 
-std::int64_t Statement::int64(int i) const { return sqlite3_column_int64(m_stmt, i); }
+std::int64_t Statement::int64(int i) const {
+    return sqlite3_column_int64(m_stmt, i);
+}
 
-double Statement::real(int i) const { return sqlite3_column_double(m_stmt, i); }
+double Statement::real(int i) const {
+    return sqlite3_column_double(m_stmt, i);
+}
 
 QByteArray Statement::bytes(int i) const {
     if (isNull(i)) {
@@ -242,7 +269,8 @@ QVariant Statement::value(int i) const {
     }
 }
 
-Savepoint::Savepoint(Connection& db) : m_db(db) {}
+Savepoint::Savepoint(Connection& db)
+    : m_db(db) {}
 
 Savepoint::~Savepoint() {
     if (m_open) {

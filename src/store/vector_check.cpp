@@ -17,15 +17,22 @@
 
 namespace {
 
-QByteArray Hex(const QJsonValue& v) { return QByteArray::fromHex(v.toString().toLatin1()); }
+QByteArray Hex(const QJsonValue& v) {
+    return QByteArray::fromHex(v.toString().toLatin1());
+}
 
-QString HexText(const QByteArray& a) { return QString::fromLatin1(a.toHex()); }
+QString HexText(const QByteArray& a) {
+    return QString::fromLatin1(a.toHex());
+}
 
-const std::uint8_t* Data(const QByteArray& a) { return reinterpret_cast<const std::uint8_t*>(a.constData()); }
+const std::uint8_t* Data(const QByteArray& a) {
+    return reinterpret_cast<const std::uint8_t*>(a.constData());
+}
 
 double Float(const QJsonObject& o) {
     const QByteArray hex = o.value(QLatin1String("float_hex")).toString().toLatin1();
-    return hex.isEmpty() ? o.value(QLatin1String("float")).toString().toDouble() : std::strtod(hex.constData(), nullptr);
+    return hex.isEmpty() ? o.value(QLatin1String("float")).toString().toDouble()
+                         : std::strtod(hex.constData(), nullptr);
 }
 
 QVariant ValueOf(const QJsonValue& v) {
@@ -40,20 +47,24 @@ QVariant ValueOf(const QJsonValue& v) {
     }
     const QJsonObject o = v.toObject();
     if (o.contains(QLatin1String("currency"))) {
-        return QVariant::fromValue(Currency::FromText(o.value(QLatin1String("currency")).toString()).value_or(Currency{}));
+        return QVariant::fromValue(
+            Currency::FromText(o.value(QLatin1String("currency")).toString()).value_or(Currency{}));
     }
     if (o.contains(QLatin1String("float"))) {
         return Float(o);
     }
     if (o.contains(QLatin1String("date"))) {
-        QDateTime d = QDateTime::fromString(o.value(QLatin1String("date")).toString(), QLatin1String("yyyy-MM-dd HH:mm:ss"));
+        QDateTime d =
+            QDateTime::fromString(o.value(QLatin1String("date")).toString(), QLatin1String("yyyy-MM-dd HH:mm:ss"));
         d.setTimeSpec(Qt::UTC);
         return d;
     }
     return {};
 }
 
-bool SameFloat(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
+bool SameFloat(double a, double b) {
+    return a == b || (std::isnan(a) && std::isnan(b));
+}
 
 // Compares a value read by GetRecord with its expected JSON form; returns the difference, empty when equal.
 QString CompareValue(const QVariant& got, const QJsonValue& expected) {
@@ -62,7 +73,7 @@ QString CompareValue(const QVariant& got, const QJsonValue& expected) {
     }
     if (expected.isBool()) {
         return got.typeId() == QMetaType::Bool && got.toBool() == expected.toBool() ? QString()
-                                                                                     : QStringLiteral("boolean");
+                                                                                    : QStringLiteral("boolean");
     }
     if (expected.isDouble()) {
         return got.toLongLong() == static_cast<qint64>(expected.toDouble()) ? QString() : QStringLiteral("number");
@@ -75,14 +86,16 @@ QString CompareValue(const QVariant& got, const QJsonValue& expected) {
                    : QStringLiteral("text %1").arg(HexText(bytes));
     }
     if (o.contains(QLatin1String("float"))) {
-        return SameFloat(got.toDouble(), Float(o)) ? QString() : QStringLiteral("float %1").arg(got.toDouble(), 0, 'g', 17);
+        return SameFloat(got.toDouble(), Float(o)) ? QString()
+                                                   : QStringLiteral("float %1").arg(got.toDouble(), 0, 'g', 17);
     }
     return QStringLiteral("unknown expectation");
 }
 
 class Checker {
 public:
-    explicit Checker(VectorReport& report) : m_report(report) {}
+    explicit Checker(VectorReport& report)
+        : m_report(report) {}
 
     // Runs one case; `check` returns the difference, or the empty text when the case holds.
     void run(const QString& name, const std::function<QString()>& check) {
@@ -137,9 +150,10 @@ VectorReport CheckVectorFile(const QString& path) {
     for (const QJsonValue& v : cases("put_field")) {
         const QJsonObject c = v.toObject();
         checker.run(label("put_field", i++), [&] {
-            const QByteArray item = Record_Put::PutField(ValueOf(c.value(QLatin1String("value"))),
-                                                         static_cast<std::uint8_t>(c.value(QLatin1String("type")).toInt()),
-                                                         c.value(QLatin1String("index")).toInt());
+            const QByteArray item =
+                Record_Put::PutField(ValueOf(c.value(QLatin1String("value"))),
+                                     static_cast<std::uint8_t>(c.value(QLatin1String("type")).toInt()),
+                                     c.value(QLatin1String("index")).toInt());
             return Expect(item, Hex(c.value(QLatin1String("item_hex"))));
         });
     }
@@ -147,7 +161,8 @@ VectorReport CheckVectorFile(const QString& path) {
     for (const QJsonValue& v : cases("put_field_long_text")) {
         const QJsonObject c = v.toObject();
         checker.run(label("put_field_long_text", i++), [&] {
-            const QString text(c.value(QLatin1String("count")).toInt(), c.value(QLatin1String("char")).toString().at(0));
+            const QString text(c.value(QLatin1String("count")).toInt(),
+                               c.value(QLatin1String("char")).toString().at(0));
             const QByteArray item = Record_Put::PutField(text, FieldType::Text, 0);
             if (item.size() != c.value(QLatin1String("item_length")).toInt()) {
                 return QStringLiteral("length %1").arg(item.size());
@@ -218,8 +233,8 @@ VectorReport CheckVectorFile(const QString& path) {
             const QByteArray sealed = cry.Cipher(fpk, op, plain);
             QString d = Expect(sealed, Hex(c.value(QLatin1String("cipher_hex"))));
             const QByteArray back = cry.Cipher(fpk, op == 1 ? 2 : 6, sealed);
-            const QByteArray expectedBack = plain.isEmpty() ? QByteArray(c.value(QLatin1String("blanks")).toInt(), ' ')
-                                                            : plain;
+            const QByteArray expectedBack =
+                plain.isEmpty() ? QByteArray(c.value(QLatin1String("blanks")).toInt(), ' ') : plain;
             if (d.isEmpty() && back != expectedBack) {
                 d = QStringLiteral("deciphers to %1").arg(HexText(back));
             }
@@ -257,7 +272,8 @@ VectorReport CheckVectorFile(const QString& path) {
     for (const QJsonValue& v : cases("verifier")) {
         const QJsonObject c = v.toObject();
         checker.run(label("verifier", i++), [&] {
-            const QByteArray digest = CRY::Hash256x80(codepage::ToBytes(c.value(QLatin1String("passphrase")).toString()));
+            const QByteArray digest =
+                CRY::Hash256x80(codepage::ToBytes(c.value(QLatin1String("passphrase")).toString()));
             QString d = Expect(digest, Hex(c.value(QLatin1String("pass_digest_hex"))));
             if (d.isEmpty()) {
                 const QByteArray block =

@@ -8,7 +8,8 @@
 #include <QMenuBar>
 #include <QVBoxLayout>
 
-frmMDI::frmMDI(QWidget* parent) : QMainWindow(parent) {
+frmMDI::frmMDI(QWidget* parent)
+    : QMainWindow(parent) {
     setObjectName(QStringLiteral("frmMDI"));
     setWindowTitle(QStringLiteral("Noctaria"));
     setMinimumSize(640, 480);

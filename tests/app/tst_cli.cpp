@@ -1,0 +1,86 @@
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+struct Run {
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+Run Cli(const QStringList& args) {
+    QProcess process;
+    process.start(QStringLiteral(NCT_CLI_PATH), args);
+    process.closeWriteChannel();
+    Run run;
+    if (!process.waitForFinished(120000)) {
+        return run;
+    }
+    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    run.out = QString::fromUtf8(process.readAllStandardOutput());
+    run.err = QString::fromUtf8(process.readAllStandardError());
+    return run;
+}
+
+QString Vectors() {
+    return QStringLiteral(NCT_TEST_DATA_DIR "/store-vectors.json");
+}
+
+} // namespace
+
+class TestCli : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void selftestPassesEveryKnownAnswer();
+    void selftestNamesAFailingCase();
+    void refusals();
+};
+
+void TestCli::selftestPassesEveryKnownAnswer() {
+    const Run plain = Cli({QStringLiteral("selftest")});
+    QCOMPARE(plain.exitCode, 0);
+    QVERIFY(plain.out.trimmed().endsWith(QLatin1String("passed, 0 failed")));
+
+    const Run run = Cli({QStringLiteral("selftest"), QStringLiteral("--vectors"), Vectors()});
+    QCOMPARE(run.exitCode, 0);
+    const QStringList lines = run.out.trimmed().split(u'\n');
+    QCOMPARE(lines.size(), 1);
+    QVERIFY2(lines.last().contains(QLatin1String(" passed, 0 failed")), qPrintable(run.out));
+    QVERIFY(lines.last().split(u' ').first().toInt() > 80);
+}
+
+void TestCli::selftestNamesAFailingCase() {
+    QFile source(Vectors());
+    QVERIFY(source.open(QIODevice::ReadOnly));
+    QByteArray json = source.readAll();
+    // Change the expected bytes of one cipher case.
+    const QByteArray expected = "9c4011121314151617184483358c9d7c24e1";
+    QVERIFY(json.contains(expected));
+    json.replace(expected, "9c4011121314151617184483358c9d7c24e2");
+    QTemporaryDir dir;
+    QFile changed(dir.filePath(QStringLiteral("vectors.json")));
+    QVERIFY(changed.open(QIODevice::WriteOnly));
+    changed.write(json);
+    changed.close();
+
+    const Run run = Cli({QStringLiteral("selftest"), QStringLiteral("--vectors"), changed.fileName()});
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY2(run.out.contains(QLatin1String("cipher[0]:")), qPrintable(run.out));
+    QVERIFY(run.out.trimmed().split(u'\n').last().contains(QLatin1String(" passed, 1 failed")));
+}
+
+void TestCli::refusals() {
+    const Run none = Cli({});
+    QCOMPARE(none.exitCode, 2);
+    QVERIFY(none.err.contains(QLatin1String("usage")));
+    QCOMPARE(Cli({QStringLiteral("frobnicate")}).exitCode, 2);
+    QCOMPARE(Cli({QStringLiteral("selftest"), QStringLiteral("--vectors")}).exitCode, 2);
+    const Run missing = Cli({QStringLiteral("selftest"), QStringLiteral("--vectors"), QStringLiteral("/nonexistent")});
+    QCOMPARE(missing.exitCode, 1);
+    QVERIFY(missing.err.contains(QLatin1String("/nonexistent")));
+}
+
+QTEST_GUILESS_MAIN(TestCli)
+#include "tst_cli.moc"
