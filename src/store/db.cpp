@@ -1,7 +1,7 @@
 #include "store/db.h"
 
-#include "store/row.h"
 #include "version.h"
+#include "store/row.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -120,7 +120,7 @@ void SalvageRows(sqlite::Connection& connection, bool ascending, std::map<std::i
         if (!select.error()) {
             return;
         }
-        step = advanced ? 1 : step * 2;
+        step = advanced ? 1 : (step > kMax / 2 ? kMax : step * 2);
         if (ascending ? last > kMax - step : last < kMin + step) {
             return;
         }
@@ -310,6 +310,13 @@ sqlite::Error RepairDatabase(const QString& path) {
         if (sqlite::Error e = OpenForReading(damaged, path)) {
             return e;
         }
+        // A file held by another program is not damaged; it must not be taken apart.
+        sqlite::Statement probe = damaged.prepare("SELECT count(*) FROM sqlite_master");
+        probe.step();
+        if (sqlite::Error e = probe.error(); e.number == sqlite::kErrLocked) {
+            return e;
+        }
+        probe = sqlite::Statement();
         SalvageRows(damaged, true, rows);
         SalvageRows(damaged, false, rows);
         properties = SalvageProperties(damaged);

@@ -70,17 +70,21 @@ Item ReadItem(const QByteArray& b, qsizetype p) {
     return item;
 }
 
-QVariant TextValue(const QByteArray& b, const Item& item) {
-    return codepage::FromBytes(b.mid(item.textStart, item.end - item.textStart));
+QVariant TextValue(const QByteArray& b, const Item& item, Texts texts = Texts::Decoded) {
+    const QByteArray bytes = b.mid(item.textStart, item.end - item.textStart);
+    if (texts == Texts::Raw) {
+        return bytes.isNull() ? QByteArray("") : bytes;
+    }
+    return codepage::FromBytes(bytes);
 }
 
 // The value GetRecord gives for an item: floats without the zero test.
-QVariant RecordValue(const QByteArray& b, const Item& item) {
+QVariant RecordValue(const QByteArray& b, const Item& item, Texts texts) {
     const QByteArray payload = b.mid(item.payloadStart, item.end - item.payloadStart);
     switch (item.type) {
     case FieldType::Text:
     case FieldType::LongText:
-        return TextValue(b, item);
+        return TextValue(b, item, texts);
     case FieldType::Boolean:
         return static_cast<unsigned char>(payload[0]) == 1;
     case FieldType::Byte:
@@ -98,7 +102,7 @@ QVariant RecordValue(const QByteArray& b, const Item& item) {
     case FieldType::DateTime:
         return CONVERSION::MinutesToDate(CONVERSION::BytesToLong(payload));
     default:
-        return QString();
+        return texts == Texts::Raw ? QVariant(QByteArray("")) : QVariant(QString());
     }
 }
 
@@ -108,10 +112,10 @@ bool IsEmptyRecord(const QByteArray& b) {
 
 } // namespace
 
-std::int16_t GetRecord(FieldValues& values, const QByteArray& blob, bool sequential) {
+std::int16_t GetRecord(FieldValues& values, const QByteArray& blob, bool sequential, Texts texts) {
     const bool grows = values.isEmpty();
     for (auto& v : values) {
-        v = QString();
+        v = texts == Texts::Raw ? QVariant(QByteArray("")) : QVariant(QString());
     }
     if (IsEmptyRecord(blob)) {
         return static_cast<std::int16_t>(values.size());
@@ -131,7 +135,7 @@ std::int16_t GetRecord(FieldValues& values, const QByteArray& blob, bool sequent
             }
             values.resize(target + 1);
         }
-        values[target] = RecordValue(blob, item);
+        values[target] = RecordValue(blob, item, texts);
     }
     return static_cast<std::int16_t>(values.size());
 }

@@ -11,13 +11,19 @@ class CRY;
 // Reading the field blob, and opening titles.
 namespace Record_Get {
 
+// How GetRecord gives texts: decoded for people, or as the stored bytes for keys, digests and sealed texts,
+// which must come back byte for byte.
+enum class Texts { Decoded, Raw };
+
 // Reads every item of a blob into `values` and returns how many slots `values` has.
 // A sized `values` is cleared to empty texts first and keeps its size; items beyond it are passed over.
 // An empty `values` grows to each index as items come, leaving unset slots between.
 // With `sequential`, items land at 0, 1, 2... in blob order and their index bytes are ignored.
-// Values are typed: bool, int, Currency, double (floats without the zero test), QDateTime, QString.
+// Values are typed: bool, int, Currency, double (floats without the zero test), QDateTime, and QString or,
+// with Texts::Raw, QByteArray.
 // A read stops at an item that runs past the end; what was read before stands.
-std::int16_t GetRecord(FieldValues& values, const QByteArray& blob, bool sequential = false);
+std::int16_t GetRecord(FieldValues& values, const QByteArray& blob, bool sequential = false,
+                       Texts texts = Texts::Decoded);
 
 struct FieldValue {
     QVariant value;

@@ -23,8 +23,17 @@ sqlite::Error WriteColumns(sqlite::Connection& db, std::int64_t fpk, const RowVa
             assignments << QStringLiteral("%1=?").arg(QLatin1String(kNames[c]));
         }
     }
+    if (row.aeBits() != 0 && !row.get(Col::AE)) {
+        assignments << QStringLiteral("AE=AE|%1").arg(row.aeBits());
+    }
     if (assignments.isEmpty()) {
-        return {};
+        sqlite::Statement exists = db.prepare("SELECT 1 FROM tt WHERE fPK=?");
+        exists.bind(1, fpk);
+        const bool found = exists.step();
+        if (sqlite::Error e = exists.error()) {
+            return e;
+        }
+        return found ? sqlite::Error{} : NoSuchRow(fpk);
     }
     const QByteArray sql = QStringLiteral("UPDATE tt SET %1 WHERE fPK=?").arg(assignments.join(u',')).toUtf8();
     sqlite::Statement update = db.prepare(sql.constData());

@@ -48,9 +48,13 @@ class RowValues {
 public:
     void set(Col column, const QVariant& value) { m_values[static_cast<int>(column)] = value; }
     const std::optional<QVariant>& get(Col column) const { return m_values[static_cast<int>(column)]; }
+    // Sets state bits in AE on top of what the row has; bits are only ever set.
+    void orAE(int bits) { m_aeBits |= bits; }
+    int aeBits() const { return m_aeBits; }
 
 private:
     std::array<std::optional<QVariant>, kColumnCount> m_values;
+    int m_aeBits = 0;
 };
 
 // All columns of a stored row, as read.
