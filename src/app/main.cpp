@@ -1,6 +1,6 @@
+#include "program_version.h"
 #include "shell/process_guard.h"
 #include "shell/ui/frm_mdi.h"
-#include "version.h"
 
 #include <QApplication>
 #include <QMessageBox>

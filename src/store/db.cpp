@@ -1,6 +1,6 @@
 #include "store/db.h"
 
-#include "version.h"
+#include "program_version.h"
 #include "store/row.h"
 
 #include <QFile>

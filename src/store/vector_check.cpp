@@ -1,10 +1,14 @@
 #include "store/vector_check.h"
 
+#include "store/backup.h"
 #include "store/codepage.h"
 #include "store/conversion.h"
 #include "store/cry.h"
+#include "store/preferences.h"
 #include "store/record_get.h"
 #include "store/record_put.h"
+#include "store/users.h"
+#include "store/version.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -280,6 +284,11 @@ VectorReport CheckVectorFile(const QString& path) {
                     CRY::RijndaelText(CRY::Hash1x47(CRY::Hash256x80(digest)), digest, true, 192, 256);
                 d = Expect(block, Hex(c.value(QLatin1String("block_hex"))));
             }
+            const QString pin =
+                users::DefaultPin(CRY::Hash1x47(codepage::ToBytes(c.value(QLatin1String("passphrase")).toString())));
+            if (d.isEmpty() && pin != c.value(QLatin1String("default_pin")).toString()) {
+                d = QStringLiteral("default PIN %1").arg(pin);
+            }
             return d;
         });
     }
@@ -298,8 +307,47 @@ VectorReport CheckVectorFile(const QString& path) {
         });
     }
 
+    if (root.contains(QLatin1String("backup"))) {
+        const QJsonObject c = root.value(QLatin1String("backup")).toObject();
+        checker.run(QStringLiteral("backup"), [&] {
+            const QString path = c.value(QLatin1String("path")).toString();
+            const QByteArray data = Hex(c.value(QLatin1String("data_hex")));
+            const QByteArray file = ZLib::PackBackup(data, path);
+            QString d = Expect(file, Hex(c.value(QLatin1String("file_hex"))));
+            const ZLib::Unpacked back = ZLib::UnpackBackup(file);
+            if (d.isEmpty() && (!back.ok || back.data != data || back.sourcePath != path)) {
+                d = QStringLiteral("does not expand back");
+            }
+            const QString expectedName = c.value(QLatin1String("name")).toString();
+            const backup::BackupNameParts parts = backup::ParseBackupName(expectedName);
+            if (d.isEmpty() && (!parts.ok || backup::BackupName(path, parts.moment) != expectedName)) {
+                d = QStringLiteral("name %1").arg(backup::BackupName(path, parts.moment));
+            }
+            return d;
+        });
+    }
+    if (root.contains(QLatin1String("user"))) {
+        const QJsonObject c = root.value(QLatin1String("user")).toObject();
+        checker.run(QStringLiteral("user"), [&] {
+            FieldValues options;
+            Record_Get::GetRecord(options, Hex(c.value(QLatin1String("option_blob_hex"))));
+            const UserOptions pin{0, options.value(1).toString(), 0, false};
+            QString d = Expect(users::UserOptionsBlob(pin), Hex(c.value(QLatin1String("option_blob_hex"))));
+            Preferences preferences = Preferences::Defaults();
+            preferences.FirstDayOfWeek = 1;
+            if (d.isEmpty()) {
+                d = Expect(preferences.toBlob(), Hex(c.value(QLatin1String("preference_blob_hex"))));
+            }
+            if (d.isEmpty()) {
+                d = Expect(version::VersionBlob(VersionInfo{2, 5, 17}),
+                           Hex(c.value(QLatin1String("version_blob_hex"))));
+            }
+            return d;
+        });
+    }
+
     // Formats of other parts of the program; each object or array entry counts as one case.
-    for (const char* other : {"backup", "recurrence", "lists", "user"}) {
+    for (const char* other : {"recurrence", "lists"}) {
         const QJsonValue v = root.value(QLatin1String(other));
         report.skipped += v.isArray() ? static_cast<int>(v.toArray().size()) : (v.isObject() ? 1 : 0);
     }

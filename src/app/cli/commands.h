@@ -16,5 +16,13 @@ struct Streams {
 };
 
 int SelfTest(const QStringList& args, Streams io);
+int Create(const QStringList& args, Streams io);
+int Info(const QStringList& args, Streams io);
+int Check(const QStringList& args, Streams io);
+int Passwd(const QStringList& args, Streams io);
+int Compact(const QStringList& args, Streams io);
+int Backup(const QStringList& args, Streams io);
+int Restore(const QStringList& args, Streams io);
+int Dump(const QStringList& args, Streams io);
 
 } // namespace cli

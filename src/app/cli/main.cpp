@@ -10,7 +10,16 @@ namespace {
 void Usage(QTextStream& err) {
     err << "usage: noctaria-cli COMMAND [ARGS]\n"
            "commands:\n"
-           "  selftest [--vectors FILE]   run the cipher self-tests and the cases of a known-answer file\n";
+           "  selftest [--vectors FILE]   run the cipher self-tests and the cases of a known-answer file\n"
+           "  create FILE                 make a new database (asks for its passphrase)\n"
+           "  info FILE                   version and rows per section (no passphrase)\n"
+           "  check FILE                  open the file and decipher every record\n"
+           "  passwd FILE                 change the passphrase\n"
+           "  compact FILE                compact the file in place\n"
+           "  backup FILE DIR             compact, then write a compressed backup into DIR\n"
+           "  restore NCZ DIR             expand a backup into DIR (the former file is kept as .ncb)\n"
+           "  dump FILE [--section N]     every readable record as one JSON object per line\n"
+           "Passphrases are read from the terminal, or line by line from standard input.\n";
 }
 
 } // namespace
@@ -36,6 +45,19 @@ int main(int argc, char* argv[]) {
         err << "noctaria-cli: the cipher self-test failed (" << failures.join(QLatin1String(", "))
             << "); refusing to run\n";
         return cli::kExitFailed;
+    }
+    using Command = int (*)(const QStringList&, cli::Streams);
+    const std::pair<const char*, Command> commands[] = {
+        {"create", cli::Create},   {"info", cli::Info},     {"check", cli::Check},     {"passwd", cli::Passwd},
+        {"compact", cli::Compact}, {"backup", cli::Backup}, {"restore", cli::Restore}, {"dump", cli::Dump},
+    };
+    for (const auto& [name, run] : commands) {
+        if (command == QLatin1String(name)) {
+            const int code = run(args, io);
+            out.flush();
+            err.flush();
+            return code;
+        }
     }
     err << "noctaria-cli: unknown command '" << command << "'\n";
     Usage(err);

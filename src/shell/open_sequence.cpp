@@ -1,0 +1,249 @@
+#include "shell/open_sequence.h"
+
+#include "shell/catalogue/messages.h"
+#include "shell/settings.h"
+#include "store/check.h"
+#include "store/keys.h"
+#include "store/users.h"
+#include "store/version.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <cstdlib>
+
+namespace open_sequence {
+namespace {
+
+constexpr int kMaxAttempts = 3;
+constexpr int kMinPassphrase = 8;
+
+// The end of a failed passphrase round: a cancel, or any failure while a file is open, only ends the command.
+int FailedRequest(Session& session, int error) {
+    return error == StoreError::Cancelled || session.DbIsOpen ? error : StoreError::Fatal;
+}
+
+int OpenFile(Session& session, Store& store) {
+    if (store.database.isOpen()) {
+        return 0;
+    }
+    if (const sqlite::Error e = store.database.Open(session.DbPath)) {
+        session.prompter.message(83, MsgText(83) + QStringLiteral("102\n") + e.description, Prompter::Buttons::Ok,
+                                 Prompter::Icon::Critical);
+        return e.number;
+    }
+    return 0;
+}
+
+// A second open of the file that is open now would find it locked by ourselves.
+void CloseIfSameFile(Session& session) {
+    if (session.DbIsOpen && QFileInfo(session.store().database.DbPath()) == QFileInfo(session.DbPath)) {
+        CloseDatabase(session);
+    }
+}
+
+// Hands a freshly opened store to the session, closing the file that was open before.
+void Adopt(Session& session, std::unique_ptr<Store> candidate) {
+    if (session.DbIsOpen) {
+        CloseDatabase(session);
+    }
+    session.adopt(std::move(candidate));
+    AfterOpen(session);
+}
+
+} // namespace
+
+int RequestPassphrase(Session& session, Store& target, bool confirmWanted) {
+    const QString path = session.DbPath;
+    const Prompter::PassphraseRequest request{confirmWanted, MsgText(confirmWanted ? 99 : 159),
+                                              QFileInfo(path).fileName().toUpper(), QFileInfo(path).absolutePath()};
+    for (;;) {
+        Prompter::PassphraseReply reply = session.prompter.passphrase(request);
+        int error = 0;
+        if (reply.cancelled) {
+            error = StoreError::Cancelled;
+        } else if (reply.text.size() < kMinPassphrase) {
+            error = StoreError::TooShort;
+        }
+        if (error == 0) {
+            keys::SetDigests(target, reply.text);
+            return 0;
+        }
+        CRY::WipeText(reply.text);
+        if (session.OpenAttempts >= kMaxAttempts || error == StoreError::Cancelled) {
+            return FailedRequest(session, error);
+        }
+        if (session.prompter.message(-error, MsgText(-error), Prompter::Buttons::RetryCancel,
+                                     Prompter::Icon::Warning) != Prompter::Reply::Retry) {
+            return FailedRequest(session, error);
+        }
+        ++session.OpenAttempts;
+        session.prompter.penaltyWait(kPenaltyMs);
+    }
+}
+
+int OpenDatabaseSequence(Session& session) {
+    Prompter& prompter = session.prompter;
+    CloseIfSameFile(session);
+    std::unique_ptr<Store> candidate = session.makeStore();
+    for (;;) {
+        ++session.OpenAttempts;
+        if (const int error = RequestPassphrase(session, *candidate, false)) {
+            return error;
+        }
+        prompter.status(QStringLiteral("Checking Database..."));
+        if (const int error = OpenFile(session, *candidate)) {
+            return error;
+        }
+        const int error = keys::LoadKeyPool(*candidate);
+        if (error == 0) {
+            break;
+        }
+        CRY::WipeBytes(candidate->PassDigest);
+        CRY::WipeBytes(candidate->PassCheck);
+        if (error == StoreError::Fatal) {
+            return error;
+        }
+        const int message = std::abs(error);
+        // The last failure is told too, so that nobody is left wondering why the program ends.
+        const bool last = session.OpenAttempts >= kMaxAttempts;
+        if (prompter.message(message, MsgText(message), last ? Prompter::Buttons::Ok : Prompter::Buttons::RetryCancel,
+                             Prompter::Icon::Warning) != Prompter::Reply::Retry) {
+            return session.DbIsOpen ? error : StoreError::Fatal;
+        }
+        prompter.penaltyWait(kPenaltyMs);
+    }
+    if (const int error = version::LoadVersionRecord(*candidate)) {
+        return error;
+    }
+    if (const int error = version::DbVersionUpdate(*candidate)) {
+        if (error == StoreError::ConversionFailed) {
+            prompter.message(0, QStringLiteral("Database Conversion Error"), Prompter::Buttons::Ok,
+                             Prompter::Icon::Critical);
+        }
+        return error;
+    }
+    // The passphrase check was only needed while the user's options were read.
+    CRY::WipeBytes(candidate->PassCheck);
+    prompter.status(QStringLiteral("Database Check OK. Opening..."));
+    Adopt(session, std::move(candidate));
+    prompter.status(QString());
+    check::RemoveDuplicates(session.store().connection());
+    return 0;
+}
+
+int NewDatabase(Session& session) {
+    QString path = session.DbPath;
+    if (!session.CreatingDefault) {
+        path = session.prompter.chooseNewFile(MsgText(89), QStringLiteral("Marrowline NCT-files (*.nct)"));
+        if (path.isEmpty()) {
+            return kDialogCancelled;
+        }
+        if (!QFileInfo(path).fileName().contains(u'.')) {
+            path += QStringLiteral(".nct");
+        }
+    }
+    session.CreatingDefault = false;
+    session.DbPath = path;
+    std::unique_ptr<Store> candidate = session.makeStore();
+    if (const int error = RequestPassphrase(session, *candidate, true)) {
+        return error;
+    }
+    // The person agreed to replace an existing file; it goes only now that the new one can be made.
+    CloseIfSameFile(session);
+    if (QFileInfo::exists(path) && !QFile::remove(path)) {
+        session.prompter.message(0, QStringLiteral("The file %1 cannot be replaced.").arg(path), Prompter::Buttons::Ok,
+                                 Prompter::Icon::Warning);
+        return sqlite::kErrGeneral;
+    }
+    if (const sqlite::Error e = db::CreateDatabaseFile(path)) {
+        session.prompter.message(0, e.description, Prompter::Buttons::Ok, Prompter::Icon::Warning);
+        return e.number;
+    }
+    int error = OpenFile(session, *candidate);
+    if (error == 0) {
+        error = keys::CreateKeyMaterial(*candidate);
+    }
+    if (error == 0) {
+        candidate->DbVersion = version::ProgramVersion();
+        error = version::SaveVersionRecord(*candidate);
+    }
+    if (error != 0) {
+        // A file without its key material can never be opened; leave nothing half made behind.
+        candidate->database.Close();
+        QFile::remove(path);
+        return error;
+    }
+    CRY::WipeBytes(candidate->PassCheck);
+    Adopt(session, std::move(candidate));
+    session.JustCreated = true;
+    return 0;
+}
+
+void AfterOpen(Session& session) {
+    Store& store = session.store();
+    session.DbIsOpen = true;
+    session.DbPath = store.database.DbPath();
+    RegWriteText(QStringLiteral("MostRecentFiles\\1"), QDir::toNativeSeparators(session.DbPath));
+    RegWriteText(QStringLiteral("User\\LastUser"), store.user.name);
+    users::LoadPreferences(store);
+    session.ShowPrivate = store.preferences.ShowPrivateAtStart;
+    store.hidePrivate = !session.ShowPrivate;
+    session.frame.ShowDatabase(session.DbPath);
+    session.frame.EnableDbCommands(true);
+}
+
+void CloseDatabase(Session& session) {
+    Store& store = session.store();
+    session.frame.EnableDbCommands(false);
+    if (store.database.isOpen() && store.cry.hasKeyPool()) {
+        version::SaveVersionRecord(store);
+        users::SavePreferences(store);
+    }
+    store.wipeSecrets();
+    session.DbIsOpen = false;
+    session.frame.CloseSections();
+    session.frame.ShowDatabase(QString());
+    store.database.Close();
+}
+
+int RepairCompactCommand(Session& session, const QString& path) {
+    Store& store = session.store();
+    const bool poolLoaded = store.cry.hasKeyPool();
+    const CRY::SecureBytes pool = store.cry.KeyPool();
+    session.frame.CloseSections();
+    if (path.isEmpty() || !QFileInfo::exists(path)) {
+        session.prompter.message(134, MsgText(134), Prompter::Buttons::Ok, Prompter::Icon::Warning);
+        return 134;
+    }
+    // The user's row is needed again after the reopen; keep who is logged in.
+    const UserRecord user = store.user;
+    const Preferences preferences = store.preferences;
+    const CRY::SecureBytes digest = store.PassDigest;
+    CloseDatabase(session);
+    const int result = check::CompactAndReplace(path, path.left(path.size() - 3) + QStringLiteral("tmp"));
+    session.prompter.message(166, MsgText(166));
+    if (!poolLoaded) {
+        return result;
+    }
+    if (const sqlite::Error e = store.database.Open(path)) {
+        session.prompter.message(e.number, e.description, Prompter::Buttons::Ok, Prompter::Icon::Warning);
+        return e.number;
+    }
+    store.cry.setKeyPool(pool);
+    store.user = user;
+    store.preferences = preferences;
+    store.PassDigest = digest;
+    session.DbIsOpen = true;
+    session.frame.ShowDatabase(path);
+    session.frame.EnableDbCommands(true);
+    return result;
+}
+
+bool ChangePassphraseCommand(Session& session) {
+    return keys::ChangePassphrase(session.store(),
+                                  [&session](Store& store) { return RequestPassphrase(session, store, true); });
+}
+
+} // namespace open_sequence

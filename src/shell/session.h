@@ -1,0 +1,35 @@
+#pragma once
+
+#include "shell/frame_link.h"
+#include "store/store.h"
+
+#include <memory>
+
+// The program-wide values of one run: the open database, the chosen path, the passphrase attempt counter and
+// the switches of the shell. main() makes one; tests make as many as they like.
+class Session {
+    QuietFrame m_quiet;
+
+public:
+    explicit Session(Prompter& prompter, RandomSource& random = StrongRandom(), FrameLink* frame = nullptr);
+
+    Store& store() { return *m_store; }
+    // A store for a file about to be opened, with this session's prompter and randomness.
+    std::unique_ptr<Store> makeStore() const;
+    // Puts a freshly opened store in place of the current one.
+    void adopt(std::unique_ptr<Store> store) { m_store = std::move(store); }
+
+    Prompter& prompter;
+    RandomSource& random;
+    FrameLink& frame;
+
+    QString DbPath;
+    bool DbIsOpen = false;
+    bool ShowPrivate = false;
+    int OpenAttempts = 0;
+    bool CreatingDefault = false;
+    bool JustCreated = false;
+
+private:
+    std::unique_ptr<Store> m_store;
+};

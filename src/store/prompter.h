@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QString>
+
+// How logic asks the person something. The GUI answers with real dialogs; tests and the command line answer
+// with scripted or typed replies. Texts arrive composed; the number is the catalogue message they rest on
+// (0 for a text of its own), so that tests can tell the questions apart.
+class Prompter {
+public:
+    enum class Buttons { Ok, OkCancel, YesNo, RetryCancel };
+    enum class Icon { Information, Warning, Critical, Question };
+    enum class Reply { Ok, Cancel, Yes, No, Retry };
+
+    struct PassphraseRequest {
+        bool confirmWanted = false; // ask twice and test the strength
+        QString prompt;
+        QString fileName; // the database's file name, shown in the header
+        QString folder;
+    };
+    struct PassphraseReply {
+        bool cancelled = true;
+        QString text; // the caller wipes it as soon as it is used
+    };
+
+    virtual ~Prompter() = default;
+
+    virtual Reply message(int number, const QString& text, Buttons buttons = Buttons::Ok,
+                          Icon icon = Icon::Information) = 0;
+    virtual PassphraseReply passphrase(const PassphraseRequest& request) = 0;
+    // A name for a new file (the person has agreed to replace an existing one), or the empty text on cancel.
+    virtual QString chooseNewFile(const QString& title, const QString& filter) = 0;
+    // A folder, or the empty text when the person cancels.
+    virtual QString chooseFolder(const QString& prompt, const QString& start) = 0;
+    // The status line of the start screen.
+    virtual void status(const QString& text) = 0;
+    // The wait after a wrong passphrase: "Stand By" and a pause, during which the program stays responsive.
+    virtual void penaltyWait(int milliseconds) = 0;
+};

@@ -1,0 +1,25 @@
+#include "store/store.h"
+
+Record_Get::TitleAccess Store::titleAccess() const {
+    Record_Get::TitleAccess access;
+    access.hidePrivate = hidePrivate;
+    access.owner = static_cast<std::uint8_t>(user.level);
+    return access;
+}
+
+void Store::wipeSecrets() {
+    CRY::WipeBytes(PassDigest);
+    CRY::WipeBytes(PassCheck);
+    CRY::WipeBytes(user.sealedKeystring);
+    CRY::WipeBytes(user.check);
+    cry.wipeKeys();
+}
+
+QByteArray SecureText(const CRY::SecureBytes& bytes) {
+    return QByteArray(reinterpret_cast<const char*>(bytes.data()), static_cast<qsizetype>(bytes.size()));
+}
+
+CRY::SecureBytes SecureCopy(const QByteArray& bytes) {
+    const auto* p = reinterpret_cast<const std::uint8_t*>(bytes.constData());
+    return CRY::SecureBytes(p, p + bytes.size());
+}
