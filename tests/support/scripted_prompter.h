@@ -1,0 +1,69 @@
+#pragma once
+
+#include "store/prompter.h"
+
+#include <QList>
+#include <QQueue>
+#include <QString>
+#include <QStringList>
+
+// Answers the store's questions from a script and records what was asked, so tests can drive every dialog
+// without a person and check what the person would have seen. Passphrase dialogs take the queued entries in
+// order (an empty queue cancels); message boxes take the queued replies in order (an empty queue gives the
+// box's safe choice: Ok for Ok, Cancel or No otherwise). Waits do not really wait.
+class ScriptedPrompter final : public Prompter {
+public:
+    struct Shown {
+        int number;
+        QString text;
+        Buttons buttons;
+    };
+
+    QQueue<QString> passphrases; // each entry one dialog; a null QString cancels that dialog
+    QQueue<Reply> replies;
+    QString folder;  // answer of chooseFolder
+    QString newFile; // answer of chooseNewFile
+
+    QList<Shown> shown;
+    QList<PassphraseRequest> passphraseRequests;
+    QList<int> waits;
+    QStringList statuses;
+
+    Reply message(int number, const QString& text, Buttons buttons, Icon) override {
+        shown.append({number, text, buttons});
+        if (!replies.isEmpty()) {
+            return replies.dequeue();
+        }
+        switch (buttons) {
+        case Buttons::Ok:
+            return Reply::Ok;
+        case Buttons::YesNo:
+            return Reply::No;
+        default:
+            return Reply::Cancel;
+        }
+    }
+    PassphraseReply passphrase(const PassphraseRequest& request) override {
+        passphraseRequests.append(request);
+        PassphraseReply reply;
+        if (!passphrases.isEmpty()) {
+            const QString next = passphrases.dequeue();
+            reply.cancelled = next.isNull();
+            reply.text = next;
+        }
+        return reply;
+    }
+    QString chooseNewFile(const QString&, const QString&) override { return newFile; }
+    QString chooseFolder(const QString&, const QString&) override { return folder; }
+    void status(const QString& text) override { statuses.append(text); }
+    void penaltyWait(int milliseconds) override { waits.append(milliseconds); }
+
+    // The catalogue numbers of the boxes shown so far.
+    QList<int> numbers() const {
+        QList<int> result;
+        for (const Shown& s : shown) {
+            result.append(s.number);
+        }
+        return result;
+    }
+};
