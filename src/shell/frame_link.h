@@ -12,6 +12,8 @@ public:
     virtual void ShowDatabase(const QString& path) = 0;
     // Closes the section on show and returns to the start screen.
     virtual void CloseSections() = 0;
+    // Brings every view in line with the private switch after it changed.
+    virtual void HideShow() = 0;
 };
 
 class QuietFrame final : public FrameLink {
@@ -19,4 +21,5 @@ public:
     void EnableDbCommands(bool) override {}
     void ShowDatabase(const QString&) override {}
     void CloseSections() override {}
+    void HideShow() override {}
 };

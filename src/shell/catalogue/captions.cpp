@@ -1,0 +1,32 @@
+#include "shell/catalogue/captions.h"
+
+#include "shell/catalogue/caption_tables.h"
+
+#include <array>
+
+namespace {
+
+struct FormTable {
+    const char* form;
+    std::span<const CaptionEntry> entries;
+};
+
+// One entry a form; each form's table lives beside the others in caption_tables.
+const std::array kForms = {
+    FormTable{"frmMDI", captions::kMDI},
+};
+
+} // namespace
+
+std::span<const CaptionEntry> CaptionsFor(const QString& form) {
+    for (const FormTable& table : kForms) {
+        if (form == QLatin1String(table.form)) {
+            return table.entries;
+        }
+    }
+    return {};
+}
+
+QString ArrayElementName(const char* control, int index) {
+    return QStringLiteral("%1_%2").arg(QLatin1String(control)).arg(index);
+}
