@@ -1,9 +1,15 @@
 #include "program_version.h"
 #include "shell/process_guard.h"
+#include "shell/session.h"
 #include "shell/ui/frm_mdi.h"
+#include "shell/ui/gui_prompter.h"
 
 #include <QApplication>
 #include <QMessageBox>
+
+#ifndef NCT_SECTION_LIST
+#define NCT_SECTION_LIST "17"
+#endif
 
 int main(int argc, char* argv[]) {
     const QStringList failures = process_guard::PrepareProcess();
@@ -12,6 +18,7 @@ int main(int argc, char* argv[]) {
     QApplication::setOrganizationName(QStringLiteral("Marrowline"));
     QApplication::setApplicationVersion(
         QStringLiteral("%1.%2.%3").arg(nct::kVersionMajor).arg(nct::kVersionMinor).arg(nct::kVersionRevision));
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/noctaria.svg")));
     if (!failures.isEmpty()) {
         QMessageBox::critical(nullptr, QStringLiteral("Noctaria"),
                               QStringLiteral("The cipher self-test failed (%1). Noctaria will not run with a faulty "
@@ -19,7 +26,14 @@ int main(int argc, char* argv[]) {
                                   .arg(failures.join(QStringLiteral(", "))));
         return 70;
     }
-    frmMDI frame;
-    frame.show();
+    GuiPrompter prompter;
+    Session session(prompter);
+    frmMDI::Options options;
+    options.sectionList = QStringLiteral(NCT_SECTION_LIST);
+    frmMDI frame(session, prompter, options);
+    session.setFrame(&frame);
+    if (!frame.Load() || frame.isShutDown()) {
+        return 0;
+    }
     return QApplication::exec();
 }

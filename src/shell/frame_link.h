@@ -16,10 +16,32 @@ public:
     virtual void HideShow() = 0;
 };
 
-class QuietFrame final : public FrameLink {
+// Passes every call on to the frame once there is one; before that, and without a frame at all (tests, the
+// command line), the calls do nothing.
+class FrameRelay final : public FrameLink {
 public:
-    void EnableDbCommands(bool) override {}
-    void ShowDatabase(const QString&) override {}
-    void CloseSections() override {}
-    void HideShow() override {}
+    void setTarget(FrameLink* target) { m_target = target; }
+    void EnableDbCommands(bool enabled) override {
+        if (m_target != nullptr) {
+            m_target->EnableDbCommands(enabled);
+        }
+    }
+    void ShowDatabase(const QString& path) override {
+        if (m_target != nullptr) {
+            m_target->ShowDatabase(path);
+        }
+    }
+    void CloseSections() override {
+        if (m_target != nullptr) {
+            m_target->CloseSections();
+        }
+    }
+    void HideShow() override {
+        if (m_target != nullptr) {
+            m_target->HideShow();
+        }
+    }
+
+private:
+    FrameLink* m_target = nullptr;
 };

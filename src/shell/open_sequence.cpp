@@ -56,8 +56,10 @@ void Adopt(Session& session, std::unique_ptr<Store> candidate) {
 
 int RequestPassphrase(Session& session, Store& target, bool confirmWanted) {
     const QString path = session.DbPath;
-    const Prompter::PassphraseRequest request{confirmWanted, MsgText(confirmWanted ? 99 : 159),
-                                              QFileInfo(path).fileName().toUpper(), QFileInfo(path).absolutePath()};
+    const Prompter::PassphraseRequest request{.confirmWanted = confirmWanted,
+                                              .prompt = MsgText(confirmWanted ? 99 : 159),
+                                              .fileName = QFileInfo(path).fileName().toUpper(),
+                                              .folder = QFileInfo(path).absolutePath()};
     for (;;) {
         Prompter::PassphraseReply reply = session.prompter.passphrase(request);
         int error = 0;
@@ -83,9 +85,11 @@ int RequestPassphrase(Session& session, Store& target, bool confirmWanted) {
     }
 }
 
-int OpenDatabaseSequence(Session& session) {
+namespace {
+
+// The open sequence proper; `OpenDatabaseSequence` keeps the open file usable around it.
+int OpenSequence(Session& session) {
     Prompter& prompter = session.prompter;
-    CloseIfSameFile(session);
     std::unique_ptr<Store> candidate = session.makeStore();
     for (;;) {
         ++session.OpenAttempts;
@@ -131,6 +135,28 @@ int OpenDatabaseSequence(Session& session) {
     prompter.status(QString());
     check::RemoveDuplicates(session.store().connection());
     return 0;
+}
+
+} // namespace
+
+int OpenDatabaseSequence(Session& session) {
+    // Opening the file that is open now: its lock is let go for the attempt and taken again when the attempt
+    // fails, so the open file stays usable until the new opening has succeeded.
+    const bool reopening = session.DbIsOpen && session.store().database.isOpen() &&
+                           QFileInfo(session.store().database.DbPath()) == QFileInfo(session.DbPath);
+    const QString openPath = session.DbIsOpen ? session.store().database.DbPath() : QString();
+    if (reopening) {
+        session.store().database.Close();
+    }
+    const int error = OpenSequence(session);
+    if (error != 0 && session.DbIsOpen) {
+        if (reopening && session.store().database.Open(openPath)) {
+            // Another program took the file meanwhile: it is no longer ours to use.
+            CloseDatabase(session);
+        }
+        session.DbPath = session.DbIsOpen ? openPath : QString();
+    }
+    return error;
 }
 
 int NewDatabase(Session& session) {
@@ -185,8 +211,10 @@ void AfterOpen(Session& session) {
     Store& store = session.store();
     session.DbIsOpen = true;
     session.DbPath = store.database.DbPath();
-    RegWriteText(QStringLiteral("MostRecentFiles\\1"), QDir::toNativeSeparators(session.DbPath));
-    RegWriteText(QStringLiteral("User\\LastUser"), store.user.name);
+    if (session.rememberFiles) {
+        RegWriteText(QStringLiteral("MostRecentFiles\\1"), QDir::toNativeSeparators(session.DbPath));
+        RegWriteText(QStringLiteral("User\\LastUser"), store.user.name);
+    }
     users::LoadPreferences(store);
     session.ShowPrivate = store.preferences.ShowPrivateAtStart;
     store.hidePrivate = !session.ShowPrivate;
@@ -208,36 +236,59 @@ void CloseDatabase(Session& session) {
     store.database.Close();
 }
 
-int RepairCompactCommand(Session& session, const QString& path) {
+KeptLogin::~KeptLogin() {
+    CRY::WipeBytes(user.sealedKeystring);
+    CRY::WipeBytes(user.check);
+}
+
+KeptLogin KeepLogin(Session& session) {
     Store& store = session.store();
-    const bool poolLoaded = store.cry.hasKeyPool();
-    const CRY::SecureBytes pool = store.cry.KeyPool();
+    KeptLogin kept;
+    kept.poolLoaded = store.cry.hasKeyPool();
+    if (kept.poolLoaded) {
+        kept.pool = store.cry.KeyPool();
+        // The user's row is needed again after the reopen; keep who is logged in.
+        kept.user = store.user;
+        kept.preferences = store.preferences;
+        kept.digest = store.PassDigest;
+    }
+    return kept;
+}
+
+int ReopenKept(Session& session, const QString& path, const KeptLogin& kept) {
+    Store& store = session.store();
+    if (const sqlite::Error e = store.database.Open(path)) {
+        session.prompter.message(e.number, e.description, Prompter::Buttons::Ok, Prompter::Icon::Warning);
+        return e.number;
+    }
+    store.cry.setKeyPool(kept.pool);
+    store.user = kept.user;
+    store.preferences = kept.preferences;
+    store.PassDigest = kept.digest;
+    session.DbIsOpen = true;
+    session.frame.ShowDatabase(path);
+    session.frame.EnableDbCommands(true);
+    return 0;
+}
+
+int RepairCompactCommand(Session& session, const QString& path) {
+    const KeptLogin kept = KeepLogin(session);
     session.frame.CloseSections();
     if (path.isEmpty() || !QFileInfo::exists(path)) {
         session.prompter.message(134, MsgText(134), Prompter::Buttons::Ok, Prompter::Icon::Warning);
         return 134;
     }
-    // The user's row is needed again after the reopen; keep who is logged in.
-    const UserRecord user = store.user;
-    const Preferences preferences = store.preferences;
-    const CRY::SecureBytes digest = store.PassDigest;
     CloseDatabase(session);
-    const int result = check::CompactAndReplace(path, path.left(path.size() - 3) + QStringLiteral("tmp"));
+    const QString tmp = path.left(path.size() - 3) + QStringLiteral("tmp");
+    const int result = session.prompter.busy(QStringLiteral("Compacting the database..."),
+                                             [&path, &tmp] { return check::CompactAndReplace(path, tmp); });
     session.prompter.message(166, MsgText(166));
-    if (!poolLoaded) {
+    if (!kept.poolLoaded) {
         return result;
     }
-    if (const sqlite::Error e = store.database.Open(path)) {
-        session.prompter.message(e.number, e.description, Prompter::Buttons::Ok, Prompter::Icon::Warning);
-        return e.number;
+    if (const int error = ReopenKept(session, path, kept)) {
+        return error;
     }
-    store.cry.setKeyPool(pool);
-    store.user = user;
-    store.preferences = preferences;
-    store.PassDigest = digest;
-    session.DbIsOpen = true;
-    session.frame.ShowDatabase(path);
-    session.frame.EnableDbCommands(true);
     return result;
 }
 

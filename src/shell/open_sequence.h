@@ -28,6 +28,29 @@ void AfterOpen(Session& session);
 // Saves the version record and the preferences, wipes the key material and closes the file.
 void CloseDatabase(Session& session);
 
+// What a close and reopen of the same file carries across so that no passphrase is asked again: the key pool,
+// the logged-in user, the preferences and the passphrase digest. The kept secrets are wiped when it goes.
+struct KeptLogin {
+    bool poolLoaded = false;
+    CRY::SecureBytes pool;
+    UserRecord user;
+    Preferences preferences;
+    CRY::SecureBytes digest;
+
+    KeptLogin() = default;
+    KeptLogin(KeptLogin&&) = default;
+    KeptLogin& operator=(KeptLogin&&) = default;
+    KeptLogin(const KeptLogin&) = delete;
+    KeptLogin& operator=(const KeptLogin&) = delete;
+    ~KeptLogin();
+};
+
+// Takes what the session's login needs to survive a close; poolLoaded is false when no pool is loaded.
+KeptLogin KeepLogin(Session& session);
+
+// Opens `path` again under a kept login. Returns 0, or the engine's error number after telling the person.
+int ReopenKept(Session& session, const QString& path, const KeptLogin& kept);
+
 // Closes, compacts and replaces the file, then reopens it with the key pool kept in memory: no passphrase is
 // asked. Message 166 comes whatever the outcome. Returns 0 or an error number (134 for a missing file).
 int RepairCompactCommand(Session& session, const QString& path);

@@ -8,7 +8,7 @@
 // The program-wide values of one run: the open database, the chosen path, the passphrase attempt counter and
 // the switches of the shell. main() makes one; tests make as many as they like.
 class Session {
-    QuietFrame m_quiet;
+    FrameRelay m_relay;
 
 public:
     explicit Session(Prompter& prompter, RandomSource& random = StrongRandom(), FrameLink* frame = nullptr);
@@ -22,6 +22,8 @@ public:
     Prompter& prompter;
     RandomSource& random;
     FrameLink& frame;
+    // The main frame, once it exists; until then calls to `frame` do nothing.
+    void setFrame(FrameLink* target) { m_relay.setTarget(target); }
 
     QString DbPath;
     bool DbIsOpen = false;
@@ -29,6 +31,8 @@ public:
     int OpenAttempts = 0;
     bool CreatingDefault = false;
     bool JustCreated = false;
+    // Whether an opened file becomes the machine's last file; the command line leaves the settings alone.
+    bool rememberFiles = true;
 
 private:
     std::unique_ptr<Store> m_store;

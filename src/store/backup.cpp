@@ -13,7 +13,10 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <filesystem>
 #include <optional>
+#include <system_error>
 
 namespace ZLib {
 namespace {
@@ -200,6 +203,16 @@ qint64 ExpandInto(const QString& source, const QString& folder, QString& destina
 } // namespace ZLib
 
 namespace backup {
+namespace {
+
+// A rollback journal that the engine would play back: it starts with the journal's magic number.
+bool IsHotJournal(const QString& path) {
+    QFile journal(path);
+    return journal.open(QIODevice::ReadOnly) &&
+           journal.read(8) == QByteArray::fromHex(QByteArrayLiteral("d9d505f920a163d7"));
+}
+
+} // namespace
 
 QString BackupName(const QString& databasePath, const QDateTime& moment) {
     // Stored paths may come from either kind of system, so both separators end a folder.
@@ -238,11 +251,28 @@ bool RestoreRenames(const QString& base) {
     if (!QFileInfo::exists(restored)) {
         return false;
     }
-    QFile::remove(kept);
-    if (QFileInfo::exists(current) && !QFile::rename(current, kept)) {
-        return false;
+    // A journal that a crash left beside the former file belongs to it, and the engine would play it back into
+    // whatever file bears the name next. It is played back into the former file now; one that stays hot stops
+    // the restore.
+    const QString journal = current + QStringLiteral("-journal");
+    if (QFileInfo::exists(journal)) {
+        db::CheckDatabase(current);
+        if (IsHotJournal(journal)) {
+            return false;
+        }
     }
-    return QFile::rename(restored, current);
+    QFile::remove(kept);
+    // The former file takes its second name before it loses the first, and the restored file replaces it in one
+    // step: a crash at any point leaves a complete file under base.nct.
+    if (QFileInfo::exists(current)) {
+        std::error_code ec;
+        std::filesystem::create_hard_link(QFile::encodeName(current).toStdString(),
+                                          QFile::encodeName(kept).toStdString(), ec);
+        if (ec && !QFile::copy(current, kept)) {
+            return false;
+        }
+    }
+    return std::rename(QFile::encodeName(restored).constData(), QFile::encodeName(current).constData()) == 0;
 }
 
 } // namespace backup

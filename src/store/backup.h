@@ -54,8 +54,8 @@ struct BackupNameParts {
 BackupNameParts ParseBackupName(const QString& fileName);
 
 // Puts a restored file in place: base.ncb is removed, base.nct becomes base.ncb, base.ncr becomes base.nct.
-// Both files stay complete whatever happens between the renames. Returns true when the restored file is in
-// place.
+// Whatever happens meanwhile, base.nct holds the former or the restored file, complete. Returns true when the
+// restored file is in place.
 bool RestoreRenames(const QString& base);
 
 } // namespace backup

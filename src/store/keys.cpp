@@ -169,7 +169,7 @@ int LoadKeyPool(Store& store) {
 }
 
 bool ConfirmPassphrase(Store& store, bool keepDigest) {
-    Prompter::PassphraseReply reply = store.prompter.passphrase({false, MsgText(159), {}, {}});
+    Prompter::PassphraseReply reply = store.prompter.passphrase({.prompt = MsgText(159)});
     if (reply.cancelled || reply.text.isEmpty()) {
         CRY::WipeText(reply.text);
         return false;

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+#include <functional>
+
 // How logic asks the person something. The GUI answers with real dialogs; tests and the command line answer
 // with scripted or typed replies. Texts arrive composed; the number is the catalogue message they rest on
 // (0 for a text of its own), so that tests can tell the questions apart.
@@ -13,9 +15,10 @@ public:
 
     struct PassphraseRequest {
         bool confirmWanted = false; // ask twice and test the strength
-        QString prompt;
-        QString fileName; // the database's file name, shown in the header
-        QString folder;
+        QString prompt{};
+        bool checkLength = true; // OK stays off below 8 characters; off for a PIN
+        QString fileName{};      // the database's file name, shown in the header
+        QString folder{};
     };
     struct PassphraseReply {
         bool cancelled = true;
@@ -29,10 +32,18 @@ public:
     virtual PassphraseReply passphrase(const PassphraseRequest& request) = 0;
     // A name for a new file (the person has agreed to replace an existing one), or the empty text on cancel.
     virtual QString chooseNewFile(const QString& title, const QString& filter) = 0;
+    // An existing file to open, or the empty text on cancel.
+    virtual QString chooseExistingFile(const QString& title, const QString& filter) = 0;
     // A folder, or the empty text when the person cancels.
     virtual QString chooseFolder(const QString& prompt, const QString& start) = 0;
     // The status line of the start screen.
     virtual void status(const QString& text) = 0;
     // The wait after a wrong passphrase: "Stand By" and a pause, during which the program stays responsive.
     virtual void penaltyWait(int milliseconds) = 0;
+    // Runs long file work (compaction, compression) and returns its result. A window shows progress and stays
+    // responsive meanwhile; the work must not ask anything or touch the interface.
+    virtual int busy(const QString& text, const std::function<int()>& work) {
+        (void)text;
+        return work();
+    }
 };

@@ -155,7 +155,7 @@ UserOptions LoadUserOptions(Store& store, const QByteArray& blob) {
     UserOptions defaults;
     if (store.PassCheck.empty()) {
         // The digests of the open sequence are gone: the PIN can only come from the passphrase itself.
-        Prompter::PassphraseReply reply = store.prompter.passphrase({false, MsgText(159), {}, {}});
+        Prompter::PassphraseReply reply = store.prompter.passphrase({.prompt = MsgText(159)});
         if (!reply.cancelled && !reply.text.isEmpty()) {
             QByteArray typed = codepage::ToBytes(reply.text);
             store.PassCheck = SecureCopy(CRY::Hash1x47(typed));

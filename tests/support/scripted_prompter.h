@@ -23,6 +23,7 @@ public:
     QQueue<Reply> replies;
     QString folder;  // answer of chooseFolder
     QString newFile; // answer of chooseNewFile
+    QString openFile; // answer of chooseExistingFile
 
     QList<Shown> shown;
     QList<PassphraseRequest> passphraseRequests;
@@ -54,6 +55,7 @@ public:
         return reply;
     }
     QString chooseNewFile(const QString&, const QString&) override { return newFile; }
+    QString chooseExistingFile(const QString&, const QString&) override { return openFile; }
     QString chooseFolder(const QString&, const QString&) override { return folder; }
     void status(const QString& text) override { statuses.append(text); }
     void penaltyWait(int milliseconds) override { waits.append(milliseconds); }

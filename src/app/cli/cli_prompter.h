@@ -16,6 +16,7 @@ public:
     Reply message(int number, const QString& text, Buttons buttons, Icon icon) override;
     PassphraseReply passphrase(const PassphraseRequest& request) override;
     QString chooseNewFile(const QString&, const QString&) override { return {}; }
+    QString chooseExistingFile(const QString&, const QString&) override { return {}; }
     QString chooseFolder(const QString&, const QString&) override { return m_folder; }
     void status(const QString&) override {}
     void penaltyWait(int) override {}

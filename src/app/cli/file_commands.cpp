@@ -55,6 +55,7 @@ int Create(const QStringList& args, Streams io) {
     }
     CliPrompter prompter(io.err);
     Session session(prompter);
+    session.rememberFiles = false;
     session.DbPath = path;
     session.CreatingDefault = true;
     session.OpenAttempts = 2; // one try: a script cannot retry

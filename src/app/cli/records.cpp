@@ -47,6 +47,7 @@ QString SectionName(int section) {
 }
 
 int OpenForCommand(Session& session, const QString& path) {
+    session.rememberFiles = false;
     session.DbPath = QFileInfo(path).absoluteFilePath();
     session.OpenAttempts = 2;
     return open_sequence::OpenDatabaseSequence(session);

@@ -5,4 +5,7 @@
 // The caption tables of the forms, one array a form.
 namespace captions {
 extern const std::span<const CaptionEntry> kMDI;
+extern const std::span<const CaptionEntry> kOptions;
+extern const std::span<const CaptionEntry> kBackup;
+extern const std::span<const CaptionEntry> kRestore;
 } // namespace captions

@@ -14,6 +14,9 @@ struct FormTable {
 // One entry a form; each form's table lives beside the others in caption_tables.
 const std::array kForms = {
     FormTable{"frmMDI", captions::kMDI},
+    FormTable{"frmOptions", captions::kOptions},
+    FormTable{"frmBackup", captions::kBackup},
+    FormTable{"frmRestore", captions::kRestore},
 };
 
 } // namespace

@@ -1,40 +1,804 @@
 #include "shell/ui/frm_mdi.h"
 
-#include "store/db.h"
+#include "shell/catalogue/captions.h"
+#include "shell/catalogue/messages.h"
+#include "shell/file_choice.h"
+#include "shell/open_sequence.h"
+#include "shell/settings.h"
+#include "shell/ui/apply_captions.h"
+#include "shell/ui/frm_backup.h"
+#include "shell/ui/frm_menu_db.h"
+#include "shell/ui/frm_options.h"
+#include "shell/ui/frm_restore.h"
+#include "shell/ui/frm_splash.h"
+#include "shell/ui/frm_tip.h"
+#include "shell/ui/gui_prompter.h"
 
 #include <QAction>
+#include <QActionGroup>
 #include <QApplication>
+#include <QCloseEvent>
+#include <QDateTime>
+#include <QDesktopServices>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QEventLoop>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMenuBar>
-#include <QVBoxLayout>
+#include <QMessageBox>
+#include <QPlainTextEdit>
+#include <QScreen>
+#include <QStackedLayout>
+#include <QStandardPaths>
+#include <QStatusBar>
+#include <QTextEdit>
+#include <QToolBar>
+#include <QToolButton>
+#include <QUrl>
 
-frmMDI::frmMDI(QWidget* parent)
-    : QMainWindow(parent) {
+namespace {
+
+constexpr int kMinHeight = 588;
+constexpr int kMinWidthWithBar = 820;
+constexpr int kMinWidthWithoutBar = 745;
+// The sections of the View menu's entries, in their order.
+constexpr int kViewSections[] = {0, 12, 15, 11, 14, 13, 16, 17};
+const char* const kViewButtons[] = {"itCalDay", "itCalWork", "itCalWeek", "itCalMonth"};
+const char* const kViewImages[] = {"01", "05", "07", "31"};
+
+QString Key(int section) {
+    return QStringLiteral("op%1").arg(section, 2, 10, QLatin1Char('0'));
+}
+
+QIcon Icon(const QString& name) {
+    return QIcon(QStringLiteral(":/icons/%1.svg").arg(name));
+}
+
+ShellState::Clock MonotonicClock() {
+    auto timer = std::make_shared<QElapsedTimer>();
+    timer->start();
+    return [timer] { return timer->elapsed(); };
+}
+
+bool IsInput(QEvent::Type type) {
+    switch (type) {
+    case QEvent::KeyPress:
+    case QEvent::KeyRelease:
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonRelease:
+    case QEvent::MouseButtonDblClick:
+    case QEvent::MouseMove:
+    case QEvent::Wheel:
+    case QEvent::TouchBegin:
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
+// The icons are built into this static library; without a reference nothing would link them into a program.
+static void InitResources() {
+    Q_INIT_RESOURCE(resources);
+}
+
+frmMDI::frmMDI(Session& session, Prompter& prompter, Options options, QWidget* parent)
+    : QMainWindow(parent)
+    , m_session(session)
+    , m_prompter(prompter)
+    , m_options(std::move(options))
+    , m_sections(m_options.sectionList)
+    , m_shell(session, m_options.clock ? m_options.clock : MonotonicClock()) {
+    InitResources();
     setObjectName(QStringLiteral("frmMDI"));
-    setWindowTitle(QStringLiteral("Noctaria"));
-    setMinimumSize(640, 480);
+    setWindowIcon(Icon(QStringLiteral("noctaria")));
 
     auto* central = new QWidget(this);
-    auto* layout = new QVBoxLayout(central);
-    m_title = new QLabel(QStringLiteral("Noctaria"), central);
-    m_title->setObjectName(QStringLiteral("lblProduct"));
-    m_title->setAlignment(Qt::AlignCenter);
-    QFont font = m_title->font();
-    font.setPointSizeF(font.pointSizeF() * 2.5);
-    font.setBold(true);
-    m_title->setFont(font);
-    auto* version = new QLabel(QStringLiteral("Version %1").arg(QApplication::applicationVersion()), central);
-    version->setObjectName(QStringLiteral("lblVersion"));
-    version->setAlignment(Qt::AlignCenter);
-    layout->addStretch();
-    layout->addWidget(m_title);
-    layout->addWidget(version);
-    layout->addStretch();
+    m_stack = new QStackedLayout(central);
+    m_splash = new frmSplash(m_sections.editionTitle(), central);
+    m_stack->addWidget(m_splash);
     setCentralWidget(central);
+    if (auto* gui = dynamic_cast<GuiPrompter*>(&m_prompter)) {
+        gui->setParent(this);
+        gui->setStatusSink([this](const QString& text) { m_splash->ShowStatus(text); });
+        gui->setShutDown([this] { ShutDown(); });
+    }
 
-    QMenu* file = menuBar()->addMenu(QStringLiteral("&File"));
-    file->setObjectName(QStringLiteral("mnuFile"));
-    QAction* exit = file->addAction(QStringLiteral("E&xit"));
-    exit->setObjectName(QStringLiteral("mnuFileExit"));
-    connect(exit, &QAction::triggered, this, &QWidget::close);
+    buildMenus();
+    buildSectionBar();
+    buildCommandBar();
+    buildStatusBar();
+
+    timerTimeout.setObjectName(QStringLiteral("timerTimeout"));
+    timerTimeout.setInterval(1000);
+    connect(&timerTimeout, &QTimer::timeout, this, &frmMDI::timerTimeout_Tick);
+    timerPW.setObjectName(QStringLiteral("timerPW"));
+    timerPW.setInterval(1200);
+    timerPW.setSingleShot(true);
+    timerSplash.setObjectName(QStringLiteral("timerSplash"));
+    timerSplash.setSingleShot(true);
+    timerSplash.setInterval(100);
+    connect(&timerSplash, &QTimer::timeout, this, &frmMDI::timerSplash_Tick);
+    m_clipboard.setParent(this);
+}
+
+frmMDI::~frmMDI() {
+    qApp->removeEventFilter(this);
+}
+
+QAction* frmMDI::action(const char* name) const {
+    return findChild<QAction*>(QLatin1String(name));
+}
+
+void frmMDI::buildMenus() {
+    auto menu = [this](QMenu* parent, const char* name) {
+        QMenu* m = parent != nullptr ? parent->addMenu(QString()) : menuBar()->addMenu(QString());
+        m->setObjectName(QLatin1String(name));
+        m->menuAction()->setObjectName(QLatin1String(name) + QStringLiteral("Action"));
+        return m;
+    };
+    auto item = [this](QMenu* parent, const char* name, auto slot) {
+        QAction* a = parent->addAction(QString());
+        a->setObjectName(QLatin1String(name));
+        connect(a, &QAction::triggered, this, slot);
+        return a;
+    };
+
+    QMenu* file = menu(nullptr, "mnuFile");
+    item(file, "mnuFileNew", &frmMDI::mnuFileNew_Click);
+    item(file, "mnuFileOpen", &frmMDI::mnuFileOpen_Click);
+    item(file, "mnuFileCloseSection", [this] { GotoSection(0); });
+    item(file, "mnuFileCloseDB", &frmMDI::mnuFileCloseDB_Click);
+    file->addSeparator();
+    item(file, "mnuFileQuit", &frmMDI::ShutDown);
+
+    QMenu* edit = menu(nullptr, "mnuEdit");
+    item(edit, "mnuEditCut", [this] { mnuEditCopy_Click(true); })->setShortcut(QKeySequence::Cut);
+    item(edit, "mnuEditCopy", [this] { mnuEditCopy_Click(false); })->setShortcut(QKeySequence::Copy);
+    item(edit, "mnuEditPaste", &frmMDI::mnuEditPaste_Click)->setShortcut(QKeySequence::Paste);
+    edit->addSeparator();
+    // Find comes with the sections it searches; until then its entry stays out of sight.
+    edit->addAction(QString())->setObjectName(QStringLiteral("mnuEditFind"));
+    action("mnuEditFind")->setVisible(false);
+    item(edit, "mnuEditChangePW", &frmMDI::mnuEditChangePW_Click);
+    // A file holds one user; there is no command behind the users entry.
+    edit->addAction(QString())->setObjectName(QStringLiteral("mnuEditUsers"));
+    action("mnuEditUsers")->setEnabled(false);
+
+    QMenu* view = menu(nullptr, "mnuView");
+    for (int i = 0; i < 8; ++i) {
+        QAction* a = view->addAction(QString());
+        a->setObjectName(ArrayElementName("mnuViewSection", i));
+        a->setVisible(i == 0 || m_sections.contains(kViewSections[i]));
+        connect(a, &QAction::triggered, this, [this, i] { mnuViewSection_Click(i); });
+    }
+    view->addSeparator();
+    item(view, "mnuViewShowPrivate", &frmMDI::mnuViewShowPrivate_Click);
+
+    for (const auto& [section, name] : std::initializer_list<std::pair<int, const char*>>{
+             {15, "mnuTodo"}, {14, "mnuMemo"}, {11, "mnuAddress"}, {17, "mnuBudget"}, {12, "mnuCalendar"}}) {
+        QMenu* m = menu(nullptr, name);
+        m->menuAction()->setVisible(false);
+        m_sectionMenus[section] = m;
+    }
+
+    QMenu* tools = menu(nullptr, "mnuTools");
+    item(tools, "mnuToolsBackup", &frmMDI::mnuToolsBackup_Click);
+    QMenu* utilities = menu(tools, "mnuToolsDbUtilities");
+    item(utilities, "mnuToolsDbUtilitiesRepairCompact", &frmMDI::mnuToolsDbUtilitiesRepairCompact_Click);
+    item(utilities, "mnuToolsDbUtilitiesRestore", &frmMDI::mnuToolsDbUtilitiesRestore_Click);
+    tools->addSeparator();
+    item(tools, "mnuToolsPreferences", &frmMDI::mnuToolsPreferences_Click);
+
+    QMenu* help = menu(nullptr, "mnuHelp");
+    item(help, "mnuHelpOnline", [this] {
+        QDesktopServices::openUrl(QUrl(QStringLiteral("https://www.marrowline.example/noctaria/help")));
+    })->setShortcut(QKeySequence::HelpContents);
+    item(help, "mnuHelpTipOfDay", &frmMDI::mnuHelpTipOfDay_Click);
+    item(help, "mnuHelpWebsite",
+         [] { QDesktopServices::openUrl(QUrl(QStringLiteral("https://www.marrowline.example/noctaria"))); });
+    item(help, "mnuHelpAbout", &frmMDI::mnuHelpAbout_Click);
+}
+
+void frmMDI::buildSectionBar() {
+    optSection = new QToolBar(this);
+    optSection->setObjectName(QStringLiteral("optSection"));
+    optSection->setMovable(false);
+    optSection->setFloatable(false);
+    optSection->setToolButtonStyle(Qt::ToolButtonTextUnderIcon);
+    optSection->setIconSize(QSize(40, 40));
+    m_sectionGroup = new QActionGroup(this);
+    m_sectionGroup->setExclusive(true);
+    QList<int> buttons = SectionList::BarOrder();
+    buttons.append(0);
+    for (const int section : buttons) {
+        QAction* a = optSection->addAction(Icon(Key(section)), SectionList::Name(section));
+        a->setObjectName(Key(section));
+        a->setCheckable(true);
+        a->setData(section);
+        // The start screen's button is pressed by the program only, and a build shows only its own sections.
+        a->setVisible(section != 0 && !m_sections.single() && m_sections.contains(section));
+        m_sectionGroup->addAction(a);
+        connect(a, &QAction::triggered, this, [this, section] { optSection_ButtonClick(section); });
+    }
+    addToolBar(Qt::LeftToolBarArea, optSection);
+    optSection->setVisible(!m_sections.single());
+}
+
+void frmMDI::buildCommandBar() {
+    Toolbar1 = new QToolBar(this);
+    Toolbar1->setObjectName(QStringLiteral("Toolbar1"));
+    Toolbar1->setMovable(false);
+    Toolbar1->setIconSize(QSize(28, 28));
+    auto button = [this](const char* key, const QString& image) {
+        QAction* a = Toolbar1->addAction(Icon(image), QString());
+        a->setObjectName(QLatin1String(key));
+        return a;
+    };
+    connect(button("Reset", QStringLiteral("kiExit")), &QAction::triggered, this, &frmMDI::ShutDown);
+    connect(button("Lock", QStringLiteral("kiLock")), &QAction::triggered, this, &frmMDI::mnuViewShowPrivate_Click);
+    button("Find", QStringLiteral("kiFind"))->setVisible(false);
+    Toolbar1->addSeparator();
+    const bool calendar = m_sections.contains(12);
+    for (int i = 0; i < 4; ++i) {
+        QAction* a = button(kViewButtons[i], QStringLiteral("kiBlue") + QLatin1String(kViewImages[i]));
+        a->setCheckable(true);
+        a->setVisible(calendar);
+        connect(a, &QAction::triggered, this, [this, i] { SetCalendarViewButton(i); });
+    }
+    button("itCalNewApp", QStringLiteral("kiNewApp"))->setVisible(calendar);
+    button("itCalNewAllday", QStringLiteral("kiNewAllday"))->setVisible(calendar);
+    addToolBar(Qt::TopToolBarArea, Toolbar1);
+    Toolbar1->installEventFilter(this);
+    Toolbar1->setMouseTracking(true);
+}
+
+void frmMDI::buildStatusBar() {
+    QStatusBar* staBar1 = statusBar();
+    staBar1->setObjectName(QStringLiteral("staBar1"));
+    auto panel = [staBar1](const char* name, int stretch) {
+        auto* label = new QLabel(staBar1);
+        label->setObjectName(QLatin1String(name));
+        label->setContentsMargins(6, 0, 6, 0);
+        staBar1->addPermanentWidget(label, stretch);
+        return label;
+    };
+    kComment = panel("kComment", 1);
+    kDate = panel("kDate", 0);
+    kTime = panel("kTime", 0);
+    autoshutoff = panel("autoshutoff", 0);
+    autoshutoff->setToolTip(QStringLiteral("Idle Countdown to Shutdown"));
+}
+
+void frmMDI::registerRefresh(int section, std::function<void()> refresh) {
+    m_refresh[section] = std::move(refresh);
+}
+
+bool frmMDI::Load() {
+    const QString lockPath = m_options.instanceLockPath.isEmpty()
+                                 ? QDir(QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation))
+                                       .filePath(QStringLiteral("noctaria.lock"))
+                                 : m_options.instanceLockPath;
+    m_instanceLock = std::make_unique<QLockFile>(lockPath);
+    m_instanceLock->setStaleLockTime(0);
+    if (!m_instanceLock->tryLock(0)) {
+        m_prompter.message(135, MsgText(135), Prompter::Buttons::Ok, Prompter::Icon::Warning);
+        m_shutDown = true;
+        return false;
+    }
+    ApplyCaptions(this);
+    setWindowTitle(QStringLiteral("Noctaria "));
+    OutlookBarEnabled(false);
+    EnableDbCommands(false);
+    restorePlace();
+    m_stack->setCurrentWidget(m_splash);
+    show();
+
+    m_session.DbPath = QDir::fromNativeSeparators(RegReadValue(QStringLiteral("MostRecentFiles\\1")));
+    m_session.DbIsOpen = false;
+    openAtStart();
+    if (m_shutDown) {
+        return true;
+    }
+
+    const int startMode = m_session.DbIsOpen ? m_session.store().preferences.StartMode : 0;
+    if (startMode > 0 || m_sections.single()) {
+        OutlookBarEnabled(false);
+        Toolbar1->setEnabled(false);
+        timerSplash.setInterval(1300);
+        timerSplash.start();
+    } else {
+        timerSplash.setInterval(100);
+    }
+    m_shell.IdleFrozen = false;
+    m_shell.activity();
+    qApp->installEventFilter(this);
+    timerTimeout_Tick();
+    timerTimeout.start();
+    if (m_session.DbIsOpen) {
+        showTips();
+        if (startMode == 0) {
+            OutlookBarEnabled(true);
+        }
+        findChild<QMenu*>(QStringLiteral("mnuTools"))->setEnabled(true);
+    } else {
+        m_prompter.message(97, MsgText(97), Prompter::Buttons::Ok, Prompter::Icon::Warning);
+    }
+    m_loaded = true;
+    return true;
+}
+
+void frmMDI::openAtStart() {
+    if (file_choice::CheckDatabaseFile(m_session) != 0) {
+        if (file_choice::IsFirstRun(m_session)) {
+            const int result = file_choice::FirstRunOffer(m_session);
+            if (result == StoreError::Fatal) {
+                ShutDown();
+                return;
+            }
+            if (result == 0) {
+                return;
+            }
+        }
+        runMenuDB();
+        return;
+    }
+    const int result = open_sequence::OpenDatabaseSequence(m_session);
+    if (result == StoreError::Fatal) {
+        ShutDown();
+    } else if (result != 0 && m_session.DbPath.isEmpty()) {
+        runMenuDB();
+    }
+}
+
+bool frmMDI::runMenuDB() {
+    for (;;) {
+        frmMenuDB menu(this);
+        const int choice = menu.exec();
+        if (choice == frmMenuDB::NewDB) {
+            const int result = open_sequence::NewDatabase(m_session);
+            if (result == StoreError::Fatal) {
+                ShutDown();
+                return false;
+            }
+            if (result == 0) {
+                return true;
+            }
+            continue;
+        }
+        if (choice == frmMenuDB::OldDB) {
+            const QString former = m_session.DbPath;
+            const int selected = file_choice::SelectDatabase(m_session);
+            if (selected != 0) {
+                if (!former.isEmpty() && selected != open_sequence::kDialogCancelled) {
+                    return false;
+                }
+                continue;
+            }
+            const int result = open_sequence::OpenDatabaseSequence(m_session);
+            if (result == StoreError::Fatal) {
+                ShutDown();
+                return false;
+            }
+            if (result == 0) {
+                return true;
+            }
+            if (!m_session.DbPath.isEmpty()) {
+                return false;
+            }
+            continue;
+        }
+        if (!m_session.DbIsOpen) {
+            ShutDown();
+        }
+        return false;
+    }
+}
+
+void frmMDI::showTips() {
+    if (RegReadValue(QStringLiteral("Startup\\ShowTipsAtStartup")) == QLatin1String("0") || !m_sections.all()) {
+        return;
+    }
+    frmTip tip(this);
+    if (tip.hasTip()) {
+        tip.exec();
+    }
+}
+
+void frmMDI::restorePlace() {
+    bool ok = true;
+    auto read = [&ok](const char* key) {
+        bool good = false;
+        const int value = RegReadValue(QStringLiteral("Startup\\") + QLatin1String(key)).toInt(&good);
+        ok = ok && good;
+        return value;
+    };
+    const int top = read("MDI_Top");
+    const int left = read("MDI_Left");
+    const int height = read("MDI_Height");
+    const int width = read("MDI_Width");
+    const int minWidth = m_sections.single() ? kMinWidthWithoutBar : kMinWidthWithBar;
+    setMinimumSize(minWidth, kMinHeight);
+    if (!ok || height < kMinHeight || width < minWidth) {
+        resize(minWidth, kMinHeight);
+        if (const QScreen* screen = QGuiApplication::primaryScreen()) {
+            move(screen->availableGeometry().center() - rect().center());
+        }
+        return;
+    }
+    setGeometry(left, top, width, height);
+}
+
+void frmMDI::savePlace() {
+    if (windowState() != Qt::WindowNoState) {
+        return;
+    }
+    const QRect place = geometry();
+    RegWriteDword(QStringLiteral("Startup\\MDI_Top"), static_cast<quint32>(std::max(place.top(), 0)));
+    RegWriteDword(QStringLiteral("Startup\\MDI_Left"), static_cast<quint32>(std::max(place.left(), 0)));
+    RegWriteDword(QStringLiteral("Startup\\MDI_Height"), static_cast<quint32>(place.height()));
+    RegWriteDword(QStringLiteral("Startup\\MDI_Width"), static_cast<quint32>(place.width()));
+}
+
+void frmMDI::OutlookBarEnabled(bool enabled) {
+    optSection->setEnabled(enabled);
+}
+
+void frmMDI::timerSplash_Tick() {
+    timerSplash.stop();
+    if (m_session.DbIsOpen) {
+        const int start = m_sections.all() ? m_session.store().preferences.StartSection : m_sections.first();
+        if (start > 0) {
+            optSection_ButtonClick(start);
+        }
+    }
+    OutlookBarEnabled(m_session.DbIsOpen);
+    Toolbar1->setEnabled(true);
+}
+
+void frmMDI::GotoSection(int n) {
+    if (QAction* button = findChild<QAction*>(Key(n))) {
+        button->setChecked(true);
+    }
+    optSection_ButtonClick(n);
+}
+
+void frmMDI::showSectionMenus(int section) {
+    // A section's menu shows with its section, once the section has put its commands into it.
+    for (const auto& [number, menu] : m_sectionMenus) {
+        menu->menuAction()->setVisible(number == section && !menu->actions().isEmpty());
+    }
+}
+
+void frmMDI::optSection_ButtonClick(int n) {
+    QCoreApplication::processEvents();
+    ShowStatusComment(QString());
+    EnableDbCommands(false);
+    QWidget* former = m_sectionForm;
+    showSectionMenus(-1);
+    const int target = m_session.DbIsOpen || n == 0 ? m_shell.enterSection(n) : 0;
+    if (target < 0) {
+        return;
+    }
+    if (QAction* button = findChild<QAction*>(Key(target))) {
+        button->setChecked(true);
+    }
+    if (former != nullptr) {
+        m_stack->removeWidget(former);
+        former->deleteLater();
+        m_sectionForm = nullptr;
+    }
+    m_refresh.clear();
+    if (target == 0) {
+        m_stack->setCurrentWidget(m_splash);
+    } else {
+        m_sectionForm = m_options.sectionForms(target, m_session, centralWidget());
+        m_stack->addWidget(m_sectionForm);
+        m_stack->setCurrentWidget(m_sectionForm);
+        showSectionMenus(target);
+    }
+    EnableDbCommands(m_session.DbIsOpen);
+}
+
+void frmMDI::EnableDbCommands(bool enabled) {
+    for (const char* name : {"mnuToolsBackup", "mnuToolsDbUtilitiesRepairCompact", "mnuToolsPreferences"}) {
+        action(name)->setEnabled(enabled);
+    }
+    findChild<QMenu*>(QStringLiteral("mnuEdit"))->setEnabled(enabled);
+    if (m_shell.CurrentSection != 17) {
+        action("Lock")->setEnabled(enabled && m_session.ShowPrivate);
+        action("mnuViewShowPrivate")->setEnabled(enabled);
+    }
+    action("Find")->setEnabled(enabled);
+}
+
+void frmMDI::ShowDatabase(const QString& path) {
+    m_splash->ShowDatabase(path);
+}
+
+void frmMDI::CloseSections() {
+    // Closing is no entry: an auto-block already shows the start screen and must not ask the passphrase here.
+    if (!m_shell.AutoBlocked) {
+        GotoSection(0);
+    }
+}
+
+void frmMDI::HideShow() {
+    action("Lock")->setEnabled(m_session.ShowPrivate);
+    action("mnuViewShowPrivate")
+        ->setText(m_session.ShowPrivate ? QStringLiteral("Hide Private Records")
+                                        : QStringLiteral("Show Private Records"));
+    const int section = m_shell.CurrentSection;
+    if (section == 13 && !m_session.ShowPrivate) {
+        GotoSection(0);
+        return;
+    }
+    if (const auto it = m_refresh.find(section); it != m_refresh.end() && it->second) {
+        it->second();
+    }
+}
+
+void frmMDI::ShowStatusComment(const QString& text, bool onlyIfHelp) {
+    // No section has the number the help switch asks for, so such a write never happens.
+    if (onlyIfHelp && m_shell.CurrentSection != 21) {
+        return;
+    }
+    kComment->setText(text);
+}
+
+void frmMDI::SetCalendarViewButton(int i) {
+    m_calendarView = i;
+    for (int k = 0; k < 4; ++k) {
+        QAction* a = action(kViewButtons[k]);
+        a->setChecked(k == i);
+    }
+    updateViewButtonImages(nullptr);
+}
+
+void frmMDI::updateViewButtonImages(QAction* hovered) {
+    for (int k = 0; k < 4; ++k) {
+        QAction* a = action(kViewButtons[k]);
+        const char* colour = k == m_calendarView ? "kiYellow" : (a == hovered ? "kiRed" : "kiBlue");
+        const QString image = QLatin1String(colour) + QLatin1String(kViewImages[k]);
+        // Only a changed image is written, so the bar does not flicker.
+        if (a->property("image").toString() != image) {
+            a->setProperty("image", image);
+            a->setIcon(Icon(image));
+        }
+    }
+}
+
+void frmMDI::timerTimeout_Tick() {
+    const QDateTime now = QDateTime::currentDateTime();
+    kDate->setText(QLocale().toString(now.date(), QLocale::ShortFormat));
+    kTime->setText(QLocale().toString(now.time(), QLocale::ShortFormat));
+    const ShellState::IdleTick tick = m_shell.timeoutTick();
+    if (!tick.countdown.isEmpty()) {
+        autoshutoff->setText(tick.countdown);
+        autoshutoff->setToolTip(QStringLiteral("Idle Countdown"));
+    }
+    switch (tick.action) {
+    case ShellState::IdleAction::AutoBlock:
+        GotoSection(0);
+        m_shell.blocked();
+        break;
+    case ShellState::IdleAction::Exit:
+        ShutDown();
+        break;
+    default:
+        break;
+    }
+}
+
+bool frmMDI::eventFilter(QObject* watched, QEvent* event) {
+    if (IsInput(event->type())) {
+        m_shell.activity();
+    }
+    if (watched == Toolbar1) {
+        if (event->type() == QEvent::MouseMove || event->type() == QEvent::HoverMove) {
+            const QPoint pos = Toolbar1->mapFromGlobal(QCursor::pos());
+            updateViewButtonImages(Toolbar1->actionAt(pos));
+        } else if (event->type() == QEvent::Leave) {
+            updateViewButtonImages(nullptr);
+        }
+    }
+    return QMainWindow::eventFilter(watched, event);
+}
+
+void frmMDI::mnuViewSection_Click(int index) {
+    const int section = kViewSections[index];
+    if (section != 0 && !m_sections.all() && !m_sections.contains(section)) {
+        m_prompter.message(
+            0,
+            QStringLiteral("The section %1 is not part of this edition of Noctaria.").arg(SectionList::Name(section)),
+            Prompter::Buttons::Ok, Prompter::Icon::Information);
+        return;
+    }
+    GotoSection(section);
+}
+
+void frmMDI::mnuViewShowPrivate_Click() {
+    m_shell.switchPrivate();
+}
+
+void frmMDI::mnuFileNew_Click() {
+    GotoSection(0);
+    OutlookBarEnabled(false);
+    if (m_session.DbIsOpen) {
+        open_sequence::CloseDatabase(m_session);
+    }
+    const int result = open_sequence::NewDatabase(m_session);
+    if (result == StoreError::Fatal) {
+        ShutDown();
+        return;
+    }
+    if (result != 0) {
+        runMenuDB();
+    }
+    OutlookBarEnabled(m_session.DbIsOpen);
+}
+
+void frmMDI::mnuFileOpen_Click() {
+    GotoSection(0);
+    OutlookBarEnabled(false);
+    // The file that is open stays open until another one has opened.
+    const QString former = m_session.DbPath;
+    int result = file_choice::SelectDatabase(m_session);
+    if (result == 0) {
+        result = open_sequence::OpenDatabaseSequence(m_session);
+    }
+    if (result == StoreError::Fatal) {
+        ShutDown();
+        return;
+    }
+    if (result != 0 && m_session.DbIsOpen) {
+        m_session.DbPath = former;
+    } else if (result != 0 || !m_session.DbIsOpen) {
+        runMenuDB();
+    }
+    OutlookBarEnabled(m_session.DbIsOpen);
+}
+
+void frmMDI::mnuFileCloseDB_Click() {
+    if (m_session.DbIsOpen && QFileInfo::exists(m_session.DbPath)) {
+        open_sequence::CloseDatabase(m_session);
+        OutlookBarEnabled(false);
+    }
+}
+
+void frmMDI::mnuEditCopy_Click(bool cut) {
+    QWidget* focus = QApplication::focusWidget();
+    if (auto* line = qobject_cast<QLineEdit*>(focus)) {
+        if (!line->hasSelectedText() || line->echoMode() != QLineEdit::Normal) {
+            return;
+        }
+        m_clipboard.copy(line->selectedText());
+        if (cut && !line->isReadOnly()) {
+            // The selection goes by rewriting the text, so no copy of it passes the control's own cut.
+            const QString text = line->text();
+            const int start = line->selectionStart();
+            const int length = static_cast<int>(line->selectedText().size());
+            line->setText(text.left(start) + text.mid(start + length));
+            line->setCursorPosition(start);
+        }
+    } else if (auto* plain = qobject_cast<QPlainTextEdit*>(focus)) {
+        QTextCursor cursor = plain->textCursor();
+        if (cursor.hasSelection()) {
+            m_clipboard.copy(cursor.selectedText().replace(QChar::ParagraphSeparator, u'\n'));
+            if (cut && !plain->isReadOnly()) {
+                cursor.removeSelectedText();
+            }
+        }
+    } else if (auto* rich = qobject_cast<QTextEdit*>(focus)) {
+        QTextCursor cursor = rich->textCursor();
+        if (cursor.hasSelection()) {
+            m_clipboard.copy(cursor.selectedText().replace(QChar::ParagraphSeparator, u'\n'));
+            if (cut && !rich->isReadOnly()) {
+                cursor.removeSelectedText();
+            }
+        }
+    }
+}
+
+void frmMDI::mnuEditPaste_Click() {
+    QWidget* focus = QApplication::focusWidget();
+    if (auto* line = qobject_cast<QLineEdit*>(focus)) {
+        line->paste();
+    } else if (auto* plain = qobject_cast<QPlainTextEdit*>(focus)) {
+        plain->paste();
+    } else if (auto* rich = qobject_cast<QTextEdit*>(focus)) {
+        rich->paste();
+    }
+}
+
+void frmMDI::mnuEditChangePW_Click() {
+    if (m_session.DbIsOpen) {
+        open_sequence::ChangePassphraseCommand(m_session);
+    }
+}
+
+void frmMDI::mnuToolsDbUtilitiesRepairCompact_Click() {
+    GotoSection(0);
+    open_sequence::RepairCompactCommand(m_session, m_session.DbPath);
+    OutlookBarEnabled(m_session.DbIsOpen);
+    if (!m_session.DbIsOpen) {
+        runMenuDB();
+    }
+}
+
+void frmMDI::mnuToolsBackup_Click() {
+    GotoSection(0);
+    frmBackup::RunCommand(m_session, this);
+    OutlookBarEnabled(m_session.DbIsOpen);
+    if (!m_session.DbIsOpen) {
+        runMenuDB();
+    }
+}
+
+void frmMDI::mnuToolsDbUtilitiesRestore_Click() {
+    GotoSection(0);
+    const auto after = frmRestore::RunCommand(m_session, this);
+    if (after == backup_commands::AfterRestore::ShutDown) {
+        ShutDown();
+        return;
+    }
+    if (after == backup_commands::AfterRestore::ShowMenu) {
+        runMenuDB();
+        if (!m_session.DbIsOpen) {
+            m_prompter.message(97, MsgText(97), Prompter::Buttons::Ok, Prompter::Icon::Warning);
+            ShutDown();
+            return;
+        }
+    }
+    OutlookBarEnabled(m_session.DbIsOpen);
+}
+
+void frmMDI::mnuToolsPreferences_Click() {
+    if (!m_session.DbIsOpen) {
+        return;
+    }
+    frmOptions preferences(m_session, this, m_sections.sections());
+    if (preferences.exec() == frmOptions::kFatal) {
+        ShutDown();
+    }
+}
+
+void frmMDI::mnuHelpTipOfDay_Click() {
+    RegWriteDword(QStringLiteral("Startup\\ShowTipsAtStartup"), 1);
+    frmTip tip(this);
+    if (tip.hasTip()) {
+        tip.exec();
+    }
+}
+
+void frmMDI::mnuHelpAbout_Click() {
+    QMessageBox::about(this, QStringLiteral("About Noctaria"),
+                       QStringLiteral("<b>Noctaria</b> %1<br>The encrypted personal organiser.")
+                           .arg(QApplication::applicationVersion()));
+}
+
+void frmMDI::ShutDown() {
+    if (m_shutDown) {
+        return;
+    }
+    m_shutDown = true;
+    timerTimeout.stop();
+    if (m_session.DbIsOpen) {
+        open_sequence::CloseDatabase(m_session);
+    }
+    qApp->removeEventFilter(this);
+    m_clipboard.WipeClipboard();
+    if (m_loaded) {
+        savePlace();
+    }
+    hide();
+    m_instanceLock.reset();
+    QCoreApplication::exit(0);
+}
+
+void frmMDI::closeEvent(QCloseEvent* event) {
+    ShutDown();
+    event->accept();
 }

@@ -1,15 +1,129 @@
 #pragma once
 
+#include "shell/frame_link.h"
+#include "shell/section_list.h"
+#include "shell/shell_state.h"
+#include "shell/ui/clipboard_guard.h"
+#include "shell/ui/section_forms.h"
+
+#include <QLockFile>
 #include <QMainWindow>
+#include <QTimer>
 
+#include <functional>
+#include <map>
+#include <memory>
+
+class QAction;
+class QActionGroup;
 class QLabel;
+class QMenu;
+class QStackedLayout;
+class QToolBar;
+class frmSplash;
 
-// The main frame. For now it carries the product's name and the way out.
-class frmMDI : public QMainWindow {
+// The main frame: menus, the section bar, the command bar, the status bar and the timers. It opens the file at
+// start-up, gates every section entry, watches for idleness and is the one way out of the program.
+class frmMDI : public QMainWindow, public FrameLink {
     Q_OBJECT
 public:
-    explicit frmMDI(QWidget* parent = nullptr);
+    struct Options {
+        QString sectionList = QStringLiteral("17");
+        SectionFormFactory sectionForms = DefaultSectionForms();
+        ShellState::Clock clock;  // milliseconds; the system's monotonic clock when empty
+        QString instanceLockPath; // the runtime folder's lock file when empty
+    };
+
+    // With a GuiPrompter the frame also takes its status line and the way out of the passphrase dialog.
+    frmMDI(Session& session, Prompter& prompter, Options options, QWidget* parent = nullptr);
+    ~frmMDI() override;
+
+    // The start-up sequence. Returns false when the program must end at once (a second instance).
+    bool Load();
+
+    void GotoSection(int n);
+    void optSection_ButtonClick(int n);
+    void ShowStatusComment(const QString& text, bool onlyIfHelp = false);
+    void SetCalendarViewButton(int i);
+    void ShutDown();
+    bool isShutDown() const { return m_shutDown; }
+
+    // FrameLink
+    void EnableDbCommands(bool enabled) override;
+    void ShowDatabase(const QString& path) override;
+    void CloseSections() override;
+    void HideShow() override;
+
+    // A section's list operation, run when private records are hidden or shown while the section is open.
+    void registerRefresh(int section, std::function<void()> refresh);
+
+    ShellState& shell() { return m_shell; }
+    ClipboardGuard& clipboardGuard() { return m_clipboard; }
+    frmSplash* splash() const { return m_splash; }
+    QWidget* activeSectionForm() const { return m_sectionForm; }
+
+    QTimer timerTimeout;
+    QTimer timerPW;
+    QTimer timerSplash;
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    QLabel* m_title = nullptr;
+    void buildMenus();
+    void buildSectionBar();
+    void buildCommandBar();
+    void buildStatusBar();
+    void restorePlace();
+    void savePlace();
+    void OutlookBarEnabled(bool enabled);
+    void timerTimeout_Tick();
+    void timerSplash_Tick();
+    void showSectionMenus(int section);
+    void penaltyWait(int milliseconds);
+    bool runMenuDB();
+    void openAtStart();
+    void showTips();
+
+    void mnuFileNew_Click();
+    void mnuFileOpen_Click();
+    void mnuFileCloseDB_Click();
+    void mnuViewSection_Click(int index);
+    void mnuViewShowPrivate_Click();
+    void mnuEditCopy_Click(bool cut);
+    void mnuEditPaste_Click();
+    void mnuEditChangePW_Click();
+    void mnuToolsDbUtilitiesRepairCompact_Click();
+    void mnuToolsBackup_Click();
+    void mnuToolsDbUtilitiesRestore_Click();
+    void mnuToolsPreferences_Click();
+    void mnuHelpTipOfDay_Click();
+    void mnuHelpAbout_Click();
+    void updateViewButtonImages(QAction* hovered);
+    QAction* action(const char* name) const;
+
+    Session& m_session;
+    Prompter& m_prompter;
+    Options m_options;
+    SectionList m_sections;
+    ShellState m_shell;
+    ClipboardGuard m_clipboard;
+    std::unique_ptr<QLockFile> m_instanceLock;
+
+    frmSplash* m_splash = nullptr;
+    QWidget* m_sectionForm = nullptr;
+    QStackedLayout* m_stack = nullptr;
+    QToolBar* optSection = nullptr;
+    QToolBar* Toolbar1 = nullptr;
+    QActionGroup* m_sectionGroup = nullptr;
+    QLabel* kComment = nullptr;
+    QLabel* kDate = nullptr;
+    QLabel* kTime = nullptr;
+    QLabel* autoshutoff = nullptr;
+    std::map<int, QMenu*> m_sectionMenus;
+    std::map<int, std::function<void()>> m_refresh;
+    int m_calendarView = 2;
+    bool m_shutDown = false;
+    bool m_loaded = false;
 };
