@@ -583,6 +583,8 @@ void frmMDI::timerTimeout_Tick() {
     case ShellState::IdleAction::AutoBlock:
         GotoSection(0);
         m_shell.blocked();
+        // While blocked nothing reaches the data or the settings; the next section entry asks the passphrase.
+        EnableDbCommands(false);
         break;
     case ShellState::IdleAction::Exit:
         ShutDown();
