@@ -8,4 +8,8 @@ extern const std::span<const CaptionEntry> kMDI;
 extern const std::span<const CaptionEntry> kOptions;
 extern const std::span<const CaptionEntry> kBackup;
 extern const std::span<const CaptionEntry> kRestore;
+extern const std::span<const CaptionEntry> kPassphrase;
+extern const std::span<const CaptionEntry> kMenuDB;
+extern const std::span<const CaptionEntry> kTip;
+extern const std::span<const CaptionEntry> kSplash;
 } // namespace captions

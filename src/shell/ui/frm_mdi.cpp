@@ -104,6 +104,7 @@ frmMDI::frmMDI(Session& session, Prompter& prompter, Options options, QWidget* p
         gui->setParent(this);
         gui->setStatusSink([this](const QString& text) { m_splash->ShowStatus(text); });
         gui->setShutDown([this] { ShutDown(); });
+        gui->setPenaltyWait([this](int milliseconds) { penaltyWait(milliseconds); });
     }
 
     buildMenus();
@@ -440,6 +441,23 @@ void frmMDI::savePlace() {
     RegWriteDword(QStringLiteral("Startup\\MDI_Left"), static_cast<quint32>(std::max(place.left(), 0)));
     RegWriteDword(QStringLiteral("Startup\\MDI_Height"), static_cast<quint32>(place.height()));
     RegWriteDword(QStringLiteral("Startup\\MDI_Width"), static_cast<quint32>(place.width()));
+}
+
+void frmMDI::penaltyWait(int milliseconds) {
+    const QString standBy = QStringLiteral("Stand By");
+    m_splash->ShowStatus(standBy);
+    ShowStatusComment(standBy);
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    // The program stays responsive while the wait runs, but takes no input before it is over.
+    QEventLoop loop;
+    const QMetaObject::Connection done = connect(&timerPW, &QTimer::timeout, &loop, &QEventLoop::quit);
+    timerPW.setInterval(milliseconds);
+    timerPW.start();
+    loop.exec(QEventLoop::ExcludeUserInputEvents);
+    disconnect(done);
+    QApplication::restoreOverrideCursor();
+    m_splash->ShowStatus(QString());
+    ShowStatusComment(QString());
 }
 
 void frmMDI::OutlookBarEnabled(bool enabled) {

@@ -9,22 +9,21 @@
 frmMenuDB::frmMenuDB(QWidget* parent)
     : QDialog(parent) {
     setObjectName(QStringLiteral("frmMenuDB"));
-    setWindowTitle(QStringLiteral("DB menu"));
     setModal(true);
     auto* layout = new QVBoxLayout(this);
-    auto* prompt = new QLabel(QStringLiteral("No database is open. What would you like to do?"), this);
+    auto* prompt = new QLabel(this);
     prompt->setObjectName(QStringLiteral("lblPrompt"));
     layout->addWidget(prompt);
-    auto add = [this, layout](const char* name, const QString& text) {
-        auto* button = new QPushButton(text, this);
+    auto add = [this, layout](const char* name) {
+        auto* button = new QPushButton(this);
         button->setObjectName(QLatin1String(name));
         button->setMinimumHeight(32);
         layout->addWidget(button);
         return button;
     };
-    QPushButton* cmdNewDB = add("cmdNewDB", QStringLiteral("Create a &new database..."));
-    QPushButton* cmdOldDB = add("cmdOldDB", QStringLiteral("&Open an existing database..."));
-    QPushButton* cmdCancel = add("cmdCancel", QStringLiteral("Cancel"));
+    QPushButton* cmdNewDB = add("cmdNewDB");
+    QPushButton* cmdOldDB = add("cmdOldDB");
+    QPushButton* cmdCancel = add("cmdCancel");
     connect(cmdNewDB, &QPushButton::clicked, this, [this] { done(NewDB); });
     connect(cmdOldDB, &QPushButton::clicked, this, [this] { done(OldDB); });
     connect(cmdCancel, &QPushButton::clicked, this, &QDialog::reject);

@@ -22,7 +22,6 @@ frmPW::frmPW(Prompter& prompter, const Prompter::PassphraseRequest& request, QWi
     , m_prompter(prompter)
     , m_initialPrompt(request.prompt) {
     setObjectName(QStringLiteral("frmPW"));
-    setWindowTitle(QStringLiteral("Noctaria"));
     setModal(true);
 
     lblTitle = new QLabel(this);
@@ -46,15 +45,15 @@ frmPW::frmPW(Prompter& prompter, const Prompter::PassphraseRequest& request, QWi
     txtInput->setObjectName(QStringLiteral("txtInput"));
     txtInput->setEchoMode(QLineEdit::Password);
     txtInput->setMinimumWidth(320);
-    chkShowClear = new QCheckBox(QStringLiteral("Show Passphrase in clear"), this);
+    chkShowClear = new QCheckBox(this);
     chkShowClear->setObjectName(QStringLiteral("chkShowClear"));
-    chkPwLength = new QCheckBox(QStringLiteral("Minimum 8 characters"), this);
+    chkPwLength = new QCheckBox(this);
     chkPwLength->setObjectName(QStringLiteral("chkPwLength"));
     chkPwLength->setChecked(request.checkLength);
-    chkConfirm = new QCheckBox(QStringLiteral("Confirm passphrase"), this);
+    chkConfirm = new QCheckBox(this);
     chkConfirm->setObjectName(QStringLiteral("chkConfirm"));
     chkConfirm->setChecked(request.confirmWanted);
-    chkCheckPWquality = new QCheckBox(QStringLiteral("Check passphrase strength"), this);
+    chkCheckPWquality = new QCheckBox(this);
     chkCheckPWquality->setObjectName(QStringLiteral("chkCheckPWquality"));
     chkCheckPWquality->setChecked(request.confirmWanted);
     // The options belong to the request; the person only chooses how the entry is shown.
@@ -64,9 +63,9 @@ frmPW::frmPW(Prompter& prompter, const Prompter::PassphraseRequest& request, QWi
     }
 
     auto* buttons = new QDialogButtonBox(this);
-    cmdOK = buttons->addButton(QStringLiteral("OK"), QDialogButtonBox::AcceptRole);
+    cmdOK = buttons->addButton(QString(), QDialogButtonBox::AcceptRole);
     cmdOK->setObjectName(QStringLiteral("cmdOK"));
-    cmdCancel = buttons->addButton(QStringLiteral("Cancel"), QDialogButtonBox::RejectRole);
+    cmdCancel = buttons->addButton(QString(), QDialogButtonBox::RejectRole);
     cmdCancel->setObjectName(QStringLiteral("cmdCancel"));
     cmdOK->setDefault(true);
 

@@ -14,7 +14,6 @@
 frmTip::frmTip(QWidget* parent)
     : QDialog(parent) {
     setObjectName(QStringLiteral("frmTip"));
-    setWindowTitle(QStringLiteral("Tip of the Day"));
     setModal(true);
     setMinimumWidth(460);
     lblTipSection = new QLabel(this);
@@ -27,11 +26,11 @@ frmTip::frmTip(QWidget* parent)
     lblTipText->setWordWrap(true);
     lblTipText->setMinimumHeight(90);
     lblTipText->setAlignment(Qt::AlignTop | Qt::AlignLeft);
-    chkLoadTipsAtStartup = new QCheckBox(QStringLiteral("Show tips at startup"), this);
+    chkLoadTipsAtStartup = new QCheckBox(this);
     chkLoadTipsAtStartup->setObjectName(QStringLiteral("chkLoadTipsAtStartup"));
-    auto* cmdNextTip = new QPushButton(QStringLiteral("&Next Tip"), this);
+    auto* cmdNextTip = new QPushButton(this);
     cmdNextTip->setObjectName(QStringLiteral("cmdNextTip"));
-    auto* cmdOK = new QPushButton(QStringLiteral("OK"), this);
+    auto* cmdOK = new QPushButton(this);
     cmdOK->setObjectName(QStringLiteral("cmdOK"));
     cmdOK->setDefault(true);
 

@@ -89,14 +89,13 @@ void GuiPrompter::status(const QString& text) {
 }
 
 void GuiPrompter::penaltyWait(int milliseconds) {
-    status(QStringLiteral("Stand By"));
-    QApplication::setOverrideCursor(Qt::WaitCursor);
-    // The program stays responsive while the wait runs, but nothing is asked before it is over.
+    if (m_penaltyWait) {
+        m_penaltyWait(milliseconds);
+        return;
+    }
     QEventLoop loop;
     QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
     loop.exec(QEventLoop::ExcludeUserInputEvents);
-    QApplication::restoreOverrideCursor();
-    status(QString());
 }
 
 int GuiPrompter::busy(const QString& text, const std::function<int()>& work) {

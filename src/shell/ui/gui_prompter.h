@@ -17,6 +17,8 @@ public:
     void setParent(QWidget* parent) { m_parent = parent; }
     // Where status texts go (the start screen's status line).
     void setStatusSink(std::function<void(const QString&)> sink) { m_status = std::move(sink); }
+    // The main frame's wait after a wrong passphrase, on its own timer.
+    void setPenaltyWait(std::function<void(int)> wait) { m_penaltyWait = std::move(wait); }
     // Called when the person ends the program from the passphrase dialog.
     void setShutDown(std::function<void()> shutDown) { m_shutDown = std::move(shutDown); }
 
@@ -33,4 +35,5 @@ private:
     QPointer<QWidget> m_parent;
     std::function<void(const QString&)> m_status;
     std::function<void()> m_shutDown;
+    std::function<void(int)> m_penaltyWait;
 };
