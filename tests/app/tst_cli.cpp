@@ -1,28 +1,9 @@
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include "support/cli_runner.h"
+
 namespace {
-
-struct Run {
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
-
-Run Cli(const QStringList& args) {
-    QProcess process;
-    process.start(QStringLiteral(NCT_CLI_PATH), args);
-    process.closeWriteChannel();
-    Run run;
-    if (!process.waitForFinished(120000)) {
-        return run;
-    }
-    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    run.out = QString::fromUtf8(process.readAllStandardOutput());
-    run.err = QString::fromUtf8(process.readAllStandardError());
-    return run;
-}
 
 QString Vectors() {
     return QStringLiteral(NCT_TEST_DATA_DIR "/store-vectors.json");
@@ -39,11 +20,11 @@ private Q_SLOTS:
 };
 
 void TestCli::selftestPassesEveryKnownAnswer() {
-    const Run plain = Cli({QStringLiteral("selftest")});
+    const CliResult plain = RunCli({QStringLiteral("selftest")});
     QCOMPARE(plain.exitCode, 0);
     QVERIFY(plain.out.trimmed().endsWith(QLatin1String("passed, 0 failed")));
 
-    const Run run = Cli({QStringLiteral("selftest"), QStringLiteral("--vectors"), Vectors()});
+    const CliResult run = RunCli({QStringLiteral("selftest"), QStringLiteral("--vectors"), Vectors()});
     QCOMPARE(run.exitCode, 0);
     const QStringList lines = run.out.trimmed().split(u'\n');
     QCOMPARE(lines.size(), 1);
@@ -65,19 +46,20 @@ void TestCli::selftestNamesAFailingCase() {
     changed.write(json);
     changed.close();
 
-    const Run run = Cli({QStringLiteral("selftest"), QStringLiteral("--vectors"), changed.fileName()});
+    const CliResult run = RunCli({QStringLiteral("selftest"), QStringLiteral("--vectors"), changed.fileName()});
     QCOMPARE(run.exitCode, 1);
     QVERIFY2(run.out.contains(QLatin1String("cipher[0]:")), qPrintable(run.out));
     QVERIFY(run.out.trimmed().split(u'\n').last().contains(QLatin1String(" passed, 1 failed")));
 }
 
 void TestCli::refusals() {
-    const Run none = Cli({});
+    const CliResult none = RunCli({});
     QCOMPARE(none.exitCode, 2);
     QVERIFY(none.err.contains(QLatin1String("usage")));
-    QCOMPARE(Cli({QStringLiteral("frobnicate")}).exitCode, 2);
-    QCOMPARE(Cli({QStringLiteral("selftest"), QStringLiteral("--vectors")}).exitCode, 2);
-    const Run missing = Cli({QStringLiteral("selftest"), QStringLiteral("--vectors"), QStringLiteral("/nonexistent")});
+    QCOMPARE(RunCli({QStringLiteral("frobnicate")}).exitCode, 2);
+    QCOMPARE(RunCli({QStringLiteral("selftest"), QStringLiteral("--vectors")}).exitCode, 2);
+    const CliResult missing =
+        RunCli({QStringLiteral("selftest"), QStringLiteral("--vectors"), QStringLiteral("/nonexistent")});
     QCOMPARE(missing.exitCode, 1);
     QVERIFY(missing.err.contains(QLatin1String("/nonexistent")));
 }

@@ -1,6 +1,5 @@
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -8,14 +7,10 @@
 #include <memory>
 
 #include "store/sqlite.h"
+#include "support/cli_runner.h"
+#include "support/test_databases.h"
 
 namespace {
-
-struct Run {
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
 
 QByteArray readFile(const QString& path) {
     QFile file(path);
@@ -111,9 +106,8 @@ private Q_SLOTS:
     void badUsage();
 
 private:
-    Run cli(const QStringList& args, const QByteArray& input = {}, const QString& workDir = {}) const;
-    // A copy of an oracle file in the test's folder.
-    QString oracle(const QString& name) const;
+    // Runs the program in the test's folder (or `workDir`), with a settings store of its own.
+    CliResult cli(const QStringList& args, const QByteArray& input = {}, const QString& workDir = {}) const;
     QString path(const QString& name) const { return m_dir->filePath(name); }
 
     QTemporaryDir m_config;
@@ -129,35 +123,8 @@ void TestCliFiles::init() {
     QVERIFY(m_dir->isValid());
 }
 
-Run TestCliFiles::cli(const QStringList& args, const QByteArray& input, const QString& workDir) const {
-    QProcess process;
-    // The settings store of whoever runs the tests stays out of reach.
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), m_config.path());
-    process.setProcessEnvironment(environment);
-    process.setWorkingDirectory(workDir.isEmpty() ? m_dir->path() : workDir);
-    process.start(QStringLiteral(NCT_CLI_PATH), args);
-    process.write(input);
-    process.closeWriteChannel();
-    Run run;
-    if (!process.waitForFinished(120000)) {
-        process.kill();
-        process.waitForFinished();
-        return run;
-    }
-    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    run.out = QString::fromUtf8(process.readAllStandardOutput());
-    run.err = QString::fromUtf8(process.readAllStandardError());
-    return run;
-}
-
-QString TestCliFiles::oracle(const QString& name) const {
-    const QString copy = path(name);
-    if (!QFile::copy(QStringLiteral(NCT_TEST_DATA_DIR "/oracle/") + name, copy) ||
-        !QFile::setPermissions(copy, QFile::ReadOwner | QFile::WriteOwner)) {
-        return {};
-    }
-    return copy;
+CliResult TestCliFiles::cli(const QStringList& args, const QByteArray& input, const QString& workDir) const {
+    return RunCli(args, input, workDir.isEmpty() ? m_dir->path() : workDir, m_config.path());
 }
 
 void TestCliFiles::oracleFilesCheck_data() {
@@ -175,9 +142,9 @@ void TestCliFiles::oracleFilesCheck_data() {
 void TestCliFiles::oracleFilesCheck() {
     QFETCH(QString, file);
     QFETCH(QString, passphrase);
-    const QString copy = oracle(file);
+    const QString copy = CopyOracle(*m_dir, file);
     QVERIFY(!copy.isEmpty());
-    const Run run = cli({QStringLiteral("check"), copy}, line(passphrase));
+    const CliResult run = cli({QStringLiteral("check"), copy}, line(passphrase));
     QVERIFY2(run.exitCode == 0, qPrintable(run.out + run.err));
     const QRegularExpressionMatch summary = QRegularExpression(QStringLiteral("^(\\d+) records checked, 0 unreadable$"),
                                                                QRegularExpression::MultilineOption)
@@ -187,13 +154,13 @@ void TestCliFiles::oracleFilesCheck() {
 }
 
 void TestCliFiles::dumpShowsRecords() {
-    const QString copy = oracle(QStringLiteral("basic.nct"));
+    const QString copy = CopyOracle(*m_dir, QStringLiteral("basic.nct"));
     QVERIFY(!copy.isEmpty());
     const QString work = path(QStringLiteral("work"));
     QVERIFY(QDir().mkpath(work));
     const QStringList before = filesIn(m_dir->path());
 
-    const Run run = cli({QStringLiteral("dump"), copy}, line(kBasic), work);
+    const CliResult run = cli({QStringLiteral("dump"), copy}, line(kBasic), work);
     QCOMPARE(run.exitCode, 0);
     QVERIFY2(run.err.isEmpty(), qPrintable(run.err));
     const QList<QJsonObject> all = records(run.out);
@@ -248,12 +215,12 @@ void TestCliFiles::dumpOfOneSection() {
     QFETCH(QStringList, args);
     QFETCH(int, section);
     QFETCH(int, count);
-    const QString copy = oracle(QStringLiteral("basic.nct"));
+    const QString copy = CopyOracle(*m_dir, QStringLiteral("basic.nct"));
     QVERIFY(!copy.isEmpty());
     for (const bool fileFirst : {true, false}) {
         const QStringList all = fileFirst ? QStringList{QStringLiteral("dump"), copy} + args
                                           : QStringList{QStringLiteral("dump")} + args + QStringList{copy};
-        const Run run = cli(all, line(kBasic));
+        const CliResult run = cli(all, line(kBasic));
         QCOMPARE(run.exitCode, 0);
         const QList<QJsonObject> found = records(run.out);
         QCOMPARE(found.size(), count);
@@ -262,14 +229,14 @@ void TestCliFiles::dumpOfOneSection() {
 }
 
 void TestCliFiles::dumpPerUser() {
-    const QString copy = oracle(QStringLiteral("two-users.nct"));
+    const QString copy = CopyOracle(*m_dir, QStringLiteral("two-users.nct"));
     QVERIFY(!copy.isEmpty());
-    const Run first = cli({QStringLiteral("dump"), copy, QStringLiteral("--section"), QStringLiteral("14")},
-                          line(QStringLiteral("first user pass 1")));
+    const CliResult first = cli({QStringLiteral("dump"), copy, QStringLiteral("--section"), QStringLiteral("14")},
+                                line(QStringLiteral("first user pass 1")));
     QCOMPARE(first.exitCode, 0);
     QVERIFY(hasTitle(records(first.out), QStringLiteral("Sample memo")));
-    const Run second = cli({QStringLiteral("dump"), copy, QStringLiteral("--section"), QStringLiteral("14")},
-                           line(QStringLiteral("second user pass 2")));
+    const CliResult second = cli({QStringLiteral("dump"), copy, QStringLiteral("--section"), QStringLiteral("14")},
+                                 line(QStringLiteral("second user pass 2")));
     QCOMPARE(second.exitCode, 0);
     QVERIFY(hasTitle(records(second.out), QStringLiteral("Second user memo")));
     // Each reads titles under its own name only.
@@ -286,28 +253,28 @@ void TestCliFiles::damagedPoolHeals_data() {
 void TestCliFiles::damagedPoolHeals() {
     QFETCH(QString, file);
     QFETCH(QString, passphrase);
-    const QString copy = oracle(file);
+    const QString copy = CopyOracle(*m_dir, file);
     QVERIFY(!copy.isEmpty());
     const QByteArray damaged = poolRow(copy);
 
-    const Run first = cli({QStringLiteral("check"), copy}, line(passphrase));
+    const CliResult first = cli({QStringLiteral("check"), copy}, line(passphrase));
     QVERIFY2(first.exitCode == 0, qPrintable(first.out + first.err));
     const QByteArray healed = poolRow(copy);
     QVERIFY(healed != damaged);
     QVERIFY(healed.size() > 100);
 
     // Healed for good: the next opening finds the row as it was left and needs no healing.
-    const Run second = cli({QStringLiteral("check"), copy}, line(passphrase));
+    const CliResult second = cli({QStringLiteral("check"), copy}, line(passphrase));
     QVERIFY2(second.exitCode == 0, qPrintable(second.out + second.err));
     QCOMPARE(poolRow(copy), healed);
     QCOMPARE(second.out, first.out);
 }
 
 void TestCliFiles::infoWithoutPassphrase() {
-    const QString copy = oracle(QStringLiteral("basic.nct"));
+    const QString copy = CopyOracle(*m_dir, QStringLiteral("basic.nct"));
     QVERIFY(!copy.isEmpty());
     const QByteArray before = readFile(copy);
-    const Run run = cli({QStringLiteral("info"), copy});
+    const CliResult run = cli({QStringLiteral("info"), copy});
     QCOMPARE(run.exitCode, 0);
     QVERIFY(run.out.contains(QLatin1String("schema: 002.005.0000")));
 
@@ -340,10 +307,10 @@ void TestCliFiles::wrongPassphrase_data() {
 void TestCliFiles::wrongPassphrase() {
     QFETCH(QString, command);
     QFETCH(QByteArray, input);
-    const QString copy = oracle(QStringLiteral("basic.nct"));
+    const QString copy = CopyOracle(*m_dir, QStringLiteral("basic.nct"));
     QVERIFY(!copy.isEmpty());
     const QByteArray before = readFile(copy);
-    const Run run = cli({command, copy}, input);
+    const CliResult run = cli({command, copy}, input);
     QCOMPARE(run.exitCode, 1);
     QVERIFY2(run.err.contains(QLatin1String("Password not correct!")), qPrintable(run.err));
     QVERIFY(run.out.isEmpty());
@@ -360,13 +327,13 @@ void TestCliFiles::createRefusesExistingFile_data() {
 
 void TestCliFiles::createRefusesExistingFile() {
     QFETCH(bool, database);
-    const QString file = database ? oracle(QStringLiteral("basic.nct")) : path(QStringLiteral("notes.nct"));
+    const QString file = database ? CopyOracle(*m_dir, QStringLiteral("basic.nct")) : path(QStringLiteral("notes.nct"));
     QVERIFY(!file.isEmpty());
     if (!database) {
         QVERIFY(writeFile(file, "my notes"));
     }
     const QByteArray before = readFile(file);
-    const Run run = cli({QStringLiteral("create"), file}, line(QStringLiteral("a new passphrase 1")));
+    const CliResult run = cli({QStringLiteral("create"), file}, line(QStringLiteral("a new passphrase 1")));
     QCOMPARE(run.exitCode, 1);
     QVERIFY(run.err.contains(QLatin1String("already exists")));
     QCOMPARE(readFile(file), before);
@@ -377,56 +344,56 @@ void TestCliFiles::createThenChangePassphrase() {
     const QString file = path(QStringLiteral("new.nct"));
     const QString first = QStringLiteral("first passphrase 1");
     const QString second = QStringLiteral("second passphrase 2");
-    const Run created = cli({QStringLiteral("create"), QStringLiteral("new.nct")}, line(first));
+    const CliResult created = cli({QStringLiteral("create"), QStringLiteral("new.nct")}, line(first));
     QVERIFY2(created.exitCode == 0, qPrintable(created.err));
     QVERIFY(QFileInfo::exists(file));
     QCOMPARE(cli({QStringLiteral("check"), file}, line(first)).exitCode, 0);
 
-    const Run changed = cli({QStringLiteral("passwd"), file}, line(first) + line(second));
+    const CliResult changed = cli({QStringLiteral("passwd"), file}, line(first) + line(second));
     QVERIFY2(changed.exitCode == 0, qPrintable(changed.err));
     QVERIFY(changed.out.contains(QLatin1String("passphrase changed")));
 
-    const Run withNew = cli({QStringLiteral("check"), file}, line(second));
+    const CliResult withNew = cli({QStringLiteral("check"), file}, line(second));
     QVERIFY2(withNew.exitCode == 0, qPrintable(withNew.err));
-    const Run withOld = cli({QStringLiteral("check"), file}, line(first));
+    const CliResult withOld = cli({QStringLiteral("check"), file}, line(first));
     QCOMPARE(withOld.exitCode, 1);
     QVERIFY(withOld.err.contains(QLatin1String("Password not correct!")));
 }
 
 void TestCliFiles::passphraseTooShortKeepsOld() {
-    const QString copy = oracle(QStringLiteral("basic.nct"));
+    const QString copy = CopyOracle(*m_dir, QStringLiteral("basic.nct"));
     QVERIFY(!copy.isEmpty());
-    const Run run = cli({QStringLiteral("passwd"), copy}, line(kBasic) + line(QStringLiteral("short")));
+    const CliResult run = cli({QStringLiteral("passwd"), copy}, line(kBasic) + line(QStringLiteral("short")));
     QCOMPARE(run.exitCode, 1);
     QCOMPARE(cli({QStringLiteral("check"), copy}, line(kBasic)).exitCode, 0);
     QCOMPARE(cli({QStringLiteral("check"), copy}, line(QStringLiteral("short"))).exitCode, 1);
 }
 
 void TestCliFiles::compactKeepsRecords() {
-    const QString copy = oracle(QStringLiteral("basic.nct"));
+    const QString copy = CopyOracle(*m_dir, QStringLiteral("basic.nct"));
     QVERIFY(!copy.isEmpty());
-    const Run before = cli({QStringLiteral("dump"), copy}, line(kBasic));
+    const CliResult before = cli({QStringLiteral("dump"), copy}, line(kBasic));
     QCOMPARE(before.exitCode, 0);
     QVERIFY(!records(before.out).isEmpty());
     QVERIFY(writeFile(path(QStringLiteral("basic.tmp")), "left by a compaction that never finished"));
 
-    const Run run = cli({QStringLiteral("compact"), copy});
+    const CliResult run = cli({QStringLiteral("compact"), copy});
     QVERIFY2(run.exitCode == 0, qPrintable(run.err));
     QVERIFY(run.out.startsWith(QLatin1String("compacted ")));
     QVERIFY(!QFileInfo::exists(path(QStringLiteral("basic.tmp"))));
-    const Run after = cli({QStringLiteral("dump"), copy}, line(kBasic));
+    const CliResult after = cli({QStringLiteral("dump"), copy}, line(kBasic));
     QCOMPARE(after.exitCode, 0);
     QCOMPARE(after.out, before.out);
 }
 
 void TestCliFiles::backupThenRestore() {
-    const QString copy = oracle(QStringLiteral("basic.nct"));
+    const QString copy = CopyOracle(*m_dir, QStringLiteral("basic.nct"));
     QVERIFY(!copy.isEmpty());
-    const Run original = cli({QStringLiteral("dump"), copy}, line(kBasic));
+    const CliResult original = cli({QStringLiteral("dump"), copy}, line(kBasic));
     QCOMPARE(original.exitCode, 0);
     const QString backups = path(QStringLiteral("backups/nested"));
 
-    const Run made = cli({QStringLiteral("backup"), copy, backups});
+    const CliResult made = cli({QStringLiteral("backup"), copy, backups});
     QVERIFY2(made.exitCode == 0, qPrintable(made.err));
     const QStringList names = filesIn(backups);
     QCOMPARE(names.size(), 1);
@@ -437,19 +404,19 @@ void TestCliFiles::backupThenRestore() {
 
     const QString target = path(QStringLiteral("restored"));
     QVERIFY(QDir().mkpath(target));
-    const Run restored = cli({QStringLiteral("restore"), packed, target});
+    const CliResult restored = cli({QStringLiteral("restore"), packed, target});
     QVERIFY2(restored.exitCode == 0, qPrintable(restored.err));
     QCOMPARE(filesIn(target), QStringList{QStringLiteral("basic.nct")});
     const QString file = QDir(target).filePath(QStringLiteral("basic.nct"));
-    const Run check = cli({QStringLiteral("check"), file}, line(kBasic));
+    const CliResult check = cli({QStringLiteral("check"), file}, line(kBasic));
     QVERIFY2(check.exitCode == 0, qPrintable(check.out + check.err));
-    const Run dump = cli({QStringLiteral("dump"), file}, line(kBasic));
+    const CliResult dump = cli({QStringLiteral("dump"), file}, line(kBasic));
     QCOMPARE(dump.exitCode, 0);
     QCOMPARE(dump.out, original.out);
 
     // Restoring over a file keeps the former one beside it.
     const QByteArray former = readFile(file);
-    const Run again = cli({QStringLiteral("restore"), packed, target});
+    const CliResult again = cli({QStringLiteral("restore"), packed, target});
     QVERIFY2(again.exitCode == 0, qPrintable(again.err));
     QVERIFY(again.out.contains(QLatin1String(".ncb")));
     QCOMPARE(readFile(QDir(target).filePath(QStringLiteral("basic.ncb"))), former);
@@ -477,7 +444,7 @@ void TestCliFiles::refusesWhatIsNotOurs() {
     args.replaceInStrings(QStringLiteral("FILE"), file);
     args.replaceInStrings(QStringLiteral("FOLDER"), folder);
 
-    const Run run = cli(args, line(kBasic));
+    const CliResult run = cli(args, line(kBasic));
     QCOMPARE(run.exitCode, 1);
     QVERIFY(!run.err.isEmpty());
     QCOMPARE(readFile(file), QByteArray("plain words, no database\x03"));
@@ -509,7 +476,7 @@ void TestCliFiles::badUsage_data() {
 
 void TestCliFiles::badUsage() {
     QFETCH(QStringList, args);
-    const Run run = cli(args, line(kBasic));
+    const CliResult run = cli(args, line(kBasic));
     QCOMPARE(run.exitCode, 2);
     QVERIFY2(run.err.contains(QLatin1String("usage")), qPrintable(run.err));
     QVERIFY(run.out.isEmpty());

@@ -7,6 +7,7 @@
 #include "store/backup.h"
 #include "store/row.h"
 #include "support/scripted_prompter.h"
+#include "support/test_databases.h"
 
 #include <QRegularExpression>
 #include <QSettings>
@@ -84,34 +85,6 @@ void answer(ScriptedPrompter& prompter, std::initializer_list<Prompter::Reply> r
     }
 }
 
-int create(Run& run, const QString& path) {
-    run.session.CreatingDefault = true;
-    run.session.DbPath = path;
-    run.prompter.passphrases.enqueue(kPassphrase);
-    return open_sequence::NewDatabase(run.session);
-}
-
-int open(Run& run, const QString& path) {
-    run.session.DbPath = path;
-    run.session.OpenAttempts = 0;
-    run.prompter.passphrases.enqueue(kPassphrase);
-    return open_sequence::OpenDatabaseSequence(run.session);
-}
-
-std::int64_t addRecord(Store& store, const QByteArray& text) {
-    return AddNewRow(store.connection(), [&](std::int64_t fpk, RowValues& row) {
-        row.set(Col::fSec, 14);
-        row.set(Col::fEtx, store.cry.Cipher(static_cast<std::int32_t>(fpk), 1, text));
-        return true;
-    });
-}
-
-// The record's text, or nothing when the row is gone or does not decipher.
-QByteArray readRecord(Store& store, std::int64_t fpk) {
-    const std::optional<Row> row = ReadRow(store.connection(), fpk);
-    return row ? store.cry.Cipher(static_cast<std::int32_t>(fpk), 2, row->bytes(Col::fEtx)) : QByteArray();
-}
-
 QByteArray fileBytes(const QString& path) {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
@@ -151,9 +124,7 @@ private Q_SLOTS:
 
 void TestBackupCommands::initTestCase() {
     QVERIFY(m_settings.isValid());
-    QSettings::setDefaultFormat(QSettings::IniFormat);
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_settings.path());
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_settings.path());
+    RedirectSettings(m_settings.path());
 }
 
 void TestBackupCommands::init() {
@@ -177,8 +148,8 @@ void TestBackupCommands::backupThenRestore() {
     QVERIFY(QDir().mkpath(data));
     const QString path = data + QStringLiteral("/mydata.nct");
     Run run(worker);
-    QCOMPARE(create(run, path), 0);
-    const std::int64_t kept = addRecord(run.store(), "kept in the backup");
+    QCOMPARE(CreateDatabase(run.session, run.prompter, path, kPassphrase), 0);
+    const std::int64_t kept = AddRecord(run.store(), "kept in the backup");
     const qsizetype asked = run.prompter.passphraseRequests.size();
 
     const QString target = backup_commands::BackupCommand(run.session, backups);
@@ -192,14 +163,14 @@ void TestBackupCommands::backupThenRestore() {
     // The file is open again under the same login: no passphrase, and the records still decipher.
     QCOMPARE(run.prompter.passphraseRequests.size(), asked);
     QVERIFY(run.session.DbIsOpen);
-    QCOMPARE(readRecord(run.store(), kept), QByteArray("kept in the backup"));
+    QCOMPARE(ReadRecord(run.store(), kept), QByteArray("kept in the backup"));
 
     const QList<backup_commands::BackupEntry> listed = backup_commands::ListBackups(backups);
     QCOMPARE(listed.size(), 1);
     QCOMPARE(listed[0].original, QStringLiteral("mydata.nct"));
     QCOMPARE(listed[0].path, QFileInfo(target).absoluteFilePath());
 
-    const std::int64_t later = addRecord(run.store(), "written after the backup");
+    const std::int64_t later = AddRecord(run.store(), "written after the backup");
     // The database still lies where it was, so the expansion asks where to go.
     const QString restoreTo = elsewhere ? dir.filePath(QStringLiteral("other")) : data;
     QVERIFY(QDir().mkpath(restoreTo));
@@ -225,22 +196,24 @@ void TestBackupCommands::backupThenRestore() {
     run.prompter.passphrases.enqueue(kPassphrase);
     QCOMPARE(backup_commands::OfferRestoredFile(run.session), AfterRestore::Opened);
     QCOMPARE(run.prompter.passphraseRequests.size(), asked + 1);
-    QCOMPARE(readRecord(run.store(), kept), QByteArray("kept in the backup"));
+    QCOMPARE(ReadRecord(run.store(), kept), QByteArray("kept in the backup"));
     QVERIFY(!ReadRow(run.store().connection(), later));
 
     // The former file is kept whole, beside it or where it was.
-    Run former;
-    QCOMPARE(open(former, data + (elsewhere ? QStringLiteral("/mydata.nct") : QStringLiteral("/mydata.ncb"))), 0);
-    QCOMPARE(readRecord(former.store(), later), QByteArray("written after the backup"));
+    TestSession former;
+    QCOMPARE(OpenDatabase(former, data + (elsewhere ? QStringLiteral("/mydata.nct") : QStringLiteral("/mydata.ncb")),
+                          kPassphrase),
+             0);
+    QCOMPARE(ReadRecord(former.store(), later), QByteArray("written after the backup"));
 }
 
 void TestBackupCommands::backupWithNoFileOpen() {
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("closed.nct"));
     {
-        Run maker;
-        QCOMPARE(create(maker, path), 0);
-        addRecord(maker.store(), "a record");
+        TestSession maker;
+        QCOMPARE(CreateDatabase(maker, path, kPassphrase), 0);
+        AddRecord(maker.store(), "a record");
         open_sequence::CloseDatabase(maker.session);
     }
     Run run;
@@ -264,15 +237,15 @@ void TestBackupCommands::failedBackupStillReopens() {
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("data.nct"));
     Run run;
-    QCOMPARE(create(run, path), 0);
-    const std::int64_t record = addRecord(run.store(), "still here");
+    QCOMPARE(CreateDatabase(run.session, run.prompter, path, kPassphrase), 0);
+    const std::int64_t record = AddRecord(run.store(), "still here");
     // A folder below a plain file can never be made, so the copy cannot be written.
     QVERIFY(writeFile(dir.filePath(QStringLiteral("plain")), "x"));
     QVERIFY(backup_commands::BackupCommand(run.session, dir.filePath(QStringLiteral("plain/sub"))).isEmpty());
     QCOMPARE(run.prompter.shown.last().number, 137);
     QVERIFY(run.session.DbIsOpen);
     QCOMPARE(run.prompter.passphraseRequests.size(), 1);
-    QCOMPARE(readRecord(run.store(), record), QByteArray("still here"));
+    QCOMPARE(ReadRecord(run.store(), record), QByteArray("still here"));
 }
 
 void TestBackupCommands::withdrawnRestore_data() {
@@ -288,10 +261,10 @@ void TestBackupCommands::withdrawnRestore() {
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("data.nct"));
     Run run;
-    QCOMPARE(create(run, path), 0);
+    QCOMPARE(CreateDatabase(run.session, run.prompter, path, kPassphrase), 0);
     const QString target = backup_commands::BackupCommand(run.session, dir.filePath(QStringLiteral("b")));
     QVERIFY(!target.isEmpty());
-    const std::int64_t record = addRecord(run.store(), "after the backup");
+    const std::int64_t record = AddRecord(run.store(), "after the backup");
     const QByteArray before = fileBytes(path);
 
     run.prompter.folder = dir.path();
@@ -305,12 +278,12 @@ void TestBackupCommands::withdrawnRestore() {
         QCOMPARE(fileBytes(path), before);
         QVERIFY(!QFileInfo::exists(dir.filePath(QStringLiteral("data.ncb"))));
         QVERIFY(!QFileInfo::exists(dir.filePath(QStringLiteral("data.ncr"))));
-        QCOMPARE(readRecord(run.store(), record), QByteArray("after the backup"));
+        QCOMPARE(ReadRecord(run.store(), record), QByteArray("after the backup"));
     } else {
         QCOMPARE(run.prompter.numbers(), (QList<int>{138, 139, 140}));
-        Run former;
-        QCOMPARE(open(former, dir.filePath(QStringLiteral("data.ncb"))), 0);
-        QCOMPARE(readRecord(former.store(), record), QByteArray("after the backup"));
+        TestSession former;
+        QCOMPARE(OpenDatabase(former, dir.filePath(QStringLiteral("data.ncb")), kPassphrase), 0);
+        QCOMPARE(ReadRecord(former.store(), record), QByteArray("after the backup"));
     }
 }
 
@@ -318,7 +291,7 @@ void TestBackupCommands::failedExpansionTouchesNothing() {
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("data.nct"));
     Run run;
-    QCOMPARE(create(run, path), 0);
+    QCOMPARE(CreateDatabase(run.session, run.prompter, path, kPassphrase), 0);
     // A stale expansion from an earlier run must not be taken for this one.
     QVERIFY(writeFile(dir.filePath(QStringLiteral("data.ncr")), "stale"));
     const QString damaged = dir.filePath(QStringLiteral("data041224170455.ncz"));

@@ -12,28 +12,12 @@
 #include "store/row.h"
 #include "store/sqlite.h"
 #include "support/scripted_prompter.h"
+#include "support/test_databases.h"
 
 namespace {
 
-const QString kOracleDir = QStringLiteral(NCT_TEST_DATA_DIR "/oracle/");
 const QString kBasicPass = QStringLiteral("correct horse 1");
 const QString kSecondPass = QStringLiteral("second user pass 2");
-
-struct Run {
-    ScriptedPrompter prompter;
-    Session session{prompter};
-    Store& store() { return session.store(); }
-};
-
-QString copyOracle(const QTemporaryDir& dir, const QString& name) {
-    const QString target = dir.filePath(name);
-    QFile::remove(target);
-    if (!QFile::copy(kOracleDir + name, target)) {
-        return {};
-    }
-    QFile::setPermissions(target, QFile::ReadOwner | QFile::WriteOwner);
-    return target;
-}
 
 QByteArray fileBytes(const QString& path) {
     QFile file(path);
@@ -41,7 +25,8 @@ QByteArray fileBytes(const QString& path) {
 }
 
 // Starts an open of `path` as choosing a file does: the attempt counter from zero.
-int open(Run& run, const QString& path, const QStringList& passphrases, const QList<Prompter::Reply>& replies = {}) {
+int open(TestSession& run, const QString& path, const QStringList& passphrases,
+         const QList<Prompter::Reply>& replies = {}) {
     run.session.DbPath = path;
     run.session.OpenAttempts = 0;
     for (const QString& p : passphrases) {
@@ -53,22 +38,9 @@ int open(Run& run, const QString& path, const QStringList& passphrases, const QL
     return open_sequence::OpenDatabaseSequence(run.session);
 }
 
-std::int64_t addRecord(Store& store, const QByteArray& text) {
-    return AddNewRow(store.connection(), [&](std::int64_t fpk, RowValues& row) {
-        row.set(Col::fSec, 14);
-        row.set(Col::fEtx, store.cry.Cipher(static_cast<std::int32_t>(fpk), 1, text));
-        return true;
-    });
-}
-
-QByteArray readRecord(Store& store, std::int64_t fpk) {
-    const std::optional<Row> row = ReadRow(store.connection(), fpk);
-    return row ? store.cry.Cipher(static_cast<std::int32_t>(fpk), 2, row->bytes(Col::fEtx)) : QByteArray();
-}
-
 // The oracle's memo rows (keys 10 and 11), read with the open pool.
 bool oracleMemosReadable(Store& store) {
-    return !readRecord(store, 10).isEmpty() && !readRecord(store, 11).isEmpty();
+    return !ReadRecord(store, 10).isEmpty() && !ReadRecord(store, 11).isEmpty();
 }
 
 QList<Prompter::Buttons> buttonsShown(const ScriptedPrompter& prompter) {
@@ -107,15 +79,13 @@ private Q_SLOTS:
 
 void TestOpenSequence::initTestCase() {
     QVERIFY(m_settings.isValid());
-    QSettings::setDefaultFormat(QSettings::IniFormat);
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_settings.path());
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_settings.path());
+    RedirectSettings(m_settings.path());
 }
 
 void TestOpenSequence::threeWrongPassphrasesWithNoFileOpenAreFatal() {
     QTemporaryDir dir;
-    const QString path = copyOracle(dir, QStringLiteral("basic.nct"));
-    Run run;
+    const QString path = CopyOracle(dir, QStringLiteral("basic.nct"));
+    TestSession run;
     const int result = open(run, path,
                             {QStringLiteral("wrong passphrase 1"), QStringLiteral("wrong passphrase 2"),
                              QStringLiteral("wrong passphrase 3"), kBasicPass},
@@ -145,11 +115,11 @@ void TestOpenSequence::failuresWithAFileOpenOnlyEndTheCommand() {
     QFETCH(QList<Prompter::Reply>, replies);
     QFETCH(int, dialogs);
     QTemporaryDir dir;
-    const QString first = copyOracle(dir, QStringLiteral("basic.nct"));
-    const QString other = copyOracle(dir, QStringLiteral("two-users.nct"));
-    Run run;
+    const QString first = CopyOracle(dir, QStringLiteral("basic.nct"));
+    const QString other = CopyOracle(dir, QStringLiteral("two-users.nct"));
+    TestSession run;
     QCOMPARE(open(run, first, {kBasicPass}), 0);
-    const std::int64_t record = addRecord(run.store(), "in the first file");
+    const std::int64_t record = AddRecord(run.store(), "in the first file");
     run.prompter.shown.clear();
     run.prompter.passphraseRequests.clear();
 
@@ -165,7 +135,7 @@ void TestOpenSequence::failuresWithAFileOpenOnlyEndTheCommand() {
     QVERIFY(run.session.DbIsOpen);
     QCOMPARE(QFileInfo(run.store().database.DbPath()), QFileInfo(first));
     QCOMPARE(run.store().user.name, QStringLiteral("Admin"));
-    QCOMPARE(readRecord(run.store(), record), QByteArray("in the first file"));
+    QCOMPARE(ReadRecord(run.store(), record), QByteArray("in the first file"));
     QVERIFY(oracleMemosReadable(run.store()));
     // The failed attempt holds no lock on the other file.
     run.prompter.passphrases.clear();
@@ -174,13 +144,13 @@ void TestOpenSequence::failuresWithAFileOpenOnlyEndTheCommand() {
     QCOMPARE(run.store().user.name, QStringLiteral("Second"));
     open_sequence::CloseDatabase(run.session);
     QCOMPARE(open(run, first, {kBasicPass}), 0);
-    QCOMPARE(readRecord(run.store(), record), QByteArray("in the first file"));
+    QCOMPARE(ReadRecord(run.store(), record), QByteArray("in the first file"));
 }
 
 void TestOpenSequence::cancelAtTheDialog() {
     QTemporaryDir dir;
-    const QString path = copyOracle(dir, QStringLiteral("basic.nct"));
-    Run run;
+    const QString path = CopyOracle(dir, QStringLiteral("basic.nct"));
+    TestSession run;
     QCOMPARE(open(run, path, {QString()}), StoreError::Cancelled);
     QVERIFY(!run.session.DbIsOpen);
     QVERIFY(run.prompter.shown.isEmpty());
@@ -189,7 +159,7 @@ void TestOpenSequence::cancelAtTheDialog() {
 
     // With a file open, a cancelled open of another file leaves the first one open.
     QCOMPARE(open(run, path, {kBasicPass}), 0);
-    QCOMPARE(open(run, copyOracle(dir, QStringLiteral("two-users.nct")), {QString()}), StoreError::Cancelled);
+    QCOMPARE(open(run, CopyOracle(dir, QStringLiteral("two-users.nct")), {QString()}), StoreError::Cancelled);
     QVERIFY(run.prompter.shown.isEmpty());
     QVERIFY(run.session.DbIsOpen);
     QCOMPARE(QFileInfo(run.store().database.DbPath()), QFileInfo(path));
@@ -198,10 +168,10 @@ void TestOpenSequence::cancelAtTheDialog() {
 
 void TestOpenSequence::tooShortSharesTheAttempts() {
     QTemporaryDir dir;
-    const QString path = copyOracle(dir, QStringLiteral("basic.nct"));
+    const QString path = CopyOracle(dir, QStringLiteral("basic.nct"));
     {
         // One short entry and two wrong ones use up the three attempts; the right one is never asked.
-        Run run;
+        TestSession run;
         const int result = open(run, path,
                                 {QStringLiteral("short"), QStringLiteral("wrong passphrase 1"),
                                  QStringLiteral("wrong passphrase 2"), kBasicPass},
@@ -215,7 +185,7 @@ void TestOpenSequence::tooShortSharesTheAttempts() {
         QVERIFY(!run.session.DbIsOpen);
     }
     {
-        Run run;
+        TestSession run;
         QCOMPARE(open(run, path, {QStringLiteral("7 chars"), kBasicPass}, {Prompter::Reply::Retry}), 0);
         QCOMPARE(run.prompter.numbers(), QList<int>{40});
         QCOMPARE(run.prompter.waits, QList<int>{open_sequence::kPenaltyMs});
@@ -223,7 +193,7 @@ void TestOpenSequence::tooShortSharesTheAttempts() {
         QVERIFY(run.session.DbIsOpen);
 
         // With a file open, giving up at the message only ends the command.
-        QCOMPARE(open(run, copyOracle(dir, QStringLiteral("two-users.nct")), {QStringLiteral("short")}),
+        QCOMPARE(open(run, CopyOracle(dir, QStringLiteral("two-users.nct")), {QStringLiteral("short")}),
                  StoreError::TooShort);
         QCOMPARE(run.prompter.numbers(), (QList<int>{40, 40}));
         QVERIFY(run.session.DbIsOpen);
@@ -233,8 +203,8 @@ void TestOpenSequence::tooShortSharesTheAttempts() {
 
 void TestOpenSequence::retryAfterWrongPassphrase() {
     QTemporaryDir dir;
-    const QString path = copyOracle(dir, QStringLiteral("basic.nct"));
-    Run run;
+    const QString path = CopyOracle(dir, QStringLiteral("basic.nct"));
+    TestSession run;
     QCOMPARE(open(run, path, {QStringLiteral("correct horse 2"), kBasicPass}, {Prompter::Reply::Retry}), 0);
     QCOMPARE(run.prompter.numbers(), QList<int>{85});
     QCOMPARE(run.prompter.shown[0].text, MsgText(85));
@@ -247,8 +217,8 @@ void TestOpenSequence::retryAfterWrongPassphrase() {
 
 void TestOpenSequence::successfulOpen() {
     QTemporaryDir dir;
-    const QString path = copyOracle(dir, QStringLiteral("two-users.nct"));
-    Run run;
+    const QString path = CopyOracle(dir, QStringLiteral("two-users.nct"));
+    TestSession run;
     QCOMPARE(open(run, path, {kSecondPass}), 0);
     QVERIFY(run.session.DbIsOpen);
     QVERIFY(run.prompter.shown.isEmpty());
@@ -279,8 +249,8 @@ void TestOpenSequence::successfulOpen() {
 
 void TestOpenSequence::closeWipesKeyMaterial() {
     QTemporaryDir dir;
-    const QString path = copyOracle(dir, QStringLiteral("basic.nct"));
-    Run run;
+    const QString path = CopyOracle(dir, QStringLiteral("basic.nct"));
+    TestSession run;
     QCOMPARE(open(run, path, {kBasicPass}), 0);
     Store& store = run.store();
     QVERIFY(store.cry.hasKeyPool());
@@ -303,9 +273,9 @@ void TestOpenSequence::closeWipesKeyMaterial() {
 
 void TestOpenSequence::newDatabaseReplacesOnlyAfterPassphrase() {
     QTemporaryDir dir;
-    const QString path = copyOracle(dir, QStringLiteral("basic.nct"));
+    const QString path = CopyOracle(dir, QStringLiteral("basic.nct"));
     const QString newPass = QStringLiteral("fresh passphrase 9");
-    Run run;
+    TestSession run;
     QCOMPARE(open(run, path, {kBasicPass}), 0);
     open_sequence::CloseDatabase(run.session);
     const QByteArray before = fileBytes(path);
@@ -336,7 +306,7 @@ void TestOpenSequence::newDatabaseReplacesOnlyAfterPassphrase() {
     QCOMPARE(QFileInfo(run.store().database.DbPath()), QFileInfo(path));
     open_sequence::CloseDatabase(run.session);
 
-    Run later;
+    TestSession later;
     QCOMPARE(open(later, path, {kBasicPass}), StoreError::Fatal);
     QCOMPARE(open(later, path, {newPass}), 0);
     sqlite::Statement memos = later.store().connection().prepare("SELECT count(*) FROM tt WHERE fSec=14");
@@ -346,7 +316,7 @@ void TestOpenSequence::newDatabaseReplacesOnlyAfterPassphrase() {
 
 void TestOpenSequence::newDatabaseAsksForAName() {
     QTemporaryDir dir;
-    Run run;
+    TestSession run;
     run.prompter.newFile.clear();
     QCOMPARE(open_sequence::NewDatabase(run.session), open_sequence::kDialogCancelled);
     QVERIFY(run.prompter.passphraseRequests.isEmpty());
@@ -367,10 +337,10 @@ void TestOpenSequence::newDatabaseAsksForAName() {
 
 void TestOpenSequence::repairCompactKeepsTheFileOpen() {
     QTemporaryDir dir;
-    const QString path = copyOracle(dir, QStringLiteral("basic.nct"));
-    Run run;
+    const QString path = CopyOracle(dir, QStringLiteral("basic.nct"));
+    TestSession run;
     QCOMPARE(open(run, path, {kBasicPass}), 0);
-    const std::int64_t record = addRecord(run.store(), "compacted with the rest");
+    const std::int64_t record = AddRecord(run.store(), "compacted with the rest");
     const CRY::SecureBytes pool = run.store().cry.KeyPool();
     const std::int32_t user = run.store().user.fPK;
     const qsizetype asked = run.prompter.passphraseRequests.size();
@@ -382,7 +352,7 @@ void TestOpenSequence::repairCompactKeepsTheFileOpen() {
     QVERIFY(run.store().database.isOpen());
     QVERIFY(run.store().cry.KeyPool() == pool);
     QCOMPARE(run.store().user.fPK, user);
-    QCOMPARE(readRecord(run.store(), record), QByteArray("compacted with the rest"));
+    QCOMPARE(ReadRecord(run.store(), record), QByteArray("compacted with the rest"));
     QVERIFY(oracleMemosReadable(run.store()));
     QVERIFY(!QFileInfo::exists(path.left(path.size() - 3) + QStringLiteral("tmp")));
 
@@ -391,7 +361,7 @@ void TestOpenSequence::repairCompactKeepsTheFileOpen() {
     open_sequence::CloseDatabase(run.session);
     QCOMPARE(open(run, path, {kBasicPass}), 0);
     QCOMPARE(run.store().preferences.IdleMinutes, 23);
-    QCOMPARE(readRecord(run.store(), record), QByteArray("compacted with the rest"));
+    QCOMPARE(ReadRecord(run.store(), record), QByteArray("compacted with the rest"));
 }
 
 void TestOpenSequence::repairCompactRefusesMissingFile_data() {
@@ -403,8 +373,8 @@ void TestOpenSequence::repairCompactRefusesMissingFile_data() {
 void TestOpenSequence::repairCompactRefusesMissingFile() {
     QFETCH(QString, name);
     QTemporaryDir dir;
-    const QString path = copyOracle(dir, QStringLiteral("basic.nct"));
-    Run run;
+    const QString path = CopyOracle(dir, QStringLiteral("basic.nct"));
+    TestSession run;
     QCOMPARE(open(run, path, {kBasicPass}), 0);
     const QString target = name.isEmpty() ? QString() : dir.filePath(name);
     QCOMPARE(open_sequence::RepairCompactCommand(run.session, target), 134);

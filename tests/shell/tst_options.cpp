@@ -3,6 +3,7 @@
 #include "shell/options.h"
 #include "shell/session.h"
 #include "support/scripted_prompter.h"
+#include "support/test_databases.h"
 
 #include <QSettings>
 #include <QTemporaryDir>
@@ -14,10 +15,7 @@ const QString kPass = QStringLiteral("Options pass 1");
 
 // A new database in `dir`, open in the session.
 bool MakeDatabase(ScriptedPrompter& prompter, Session& session, const QString& path) {
-    session.CreatingDefault = true;
-    session.DbPath = path;
-    prompter.passphrases.enqueue(kPass);
-    return open_sequence::NewDatabase(session) == 0 && session.DbIsOpen;
+    return CreateDatabase(session, prompter, path, kPass) == 0 && session.DbIsOpen;
 }
 
 // Closes the file as a crash would: nothing is written on the way out.
@@ -28,10 +26,7 @@ void DropFile(Session& session) {
 }
 
 bool Reopen(ScriptedPrompter& prompter, Session& session, const QString& path) {
-    session.DbPath = path;
-    session.OpenAttempts = 0;
-    prompter.passphrases.enqueue(kPass);
-    return open_sequence::OpenDatabaseSequence(session) == 0;
+    return OpenDatabase(session, prompter, path, kPass) == 0;
 }
 
 } // namespace
@@ -60,9 +55,7 @@ private:
 
 void TestOptions::initTestCase() {
     QVERIFY(m_settings.isValid());
-    QSettings::setDefaultFormat(QSettings::IniFormat);
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_settings.path());
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_settings.path());
+    RedirectSettings(m_settings.path());
 }
 
 void TestOptions::stepTime_data() {

@@ -7,6 +7,7 @@
 #include "shell/shell_state.h"
 #include "store/sqlite.h"
 #include "support/scripted_prompter.h"
+#include "support/test_databases.h"
 
 #include <QSettings>
 #include <QStandardPaths>
@@ -111,17 +112,12 @@ void TestShellState::initTestCase() {
     QCOMPARE(
         file_choice::DefaultFolder(),
         QDir(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation)).filePath(QStringLiteral("Noctaria")));
-    QSettings::setDefaultFormat(QSettings::IniFormat);
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_dir.filePath(QStringLiteral("settings")));
+    RedirectSettings(m_dir.filePath(QStringLiteral("settings")));
 
-    ScriptedPrompter prompter;
-    Session maker(prompter);
+    TestSession maker;
     m_template = m_dir.filePath(QStringLiteral("template.nct"));
-    maker.CreatingDefault = true;
-    maker.DbPath = m_template;
-    prompter.passphrases.enqueue(kPassphrase);
-    QCOMPARE(open_sequence::NewDatabase(maker), 0);
-    open_sequence::CloseDatabase(maker);
+    QCOMPARE(CreateDatabase(maker, m_template, kPassphrase), 0);
+    open_sequence::CloseDatabase(maker.session);
 }
 
 void TestShellState::init() {
@@ -130,18 +126,12 @@ void TestShellState::init() {
 }
 
 QString TestShellState::freshFile(const QString& name) {
-    const QString path = m_dir.filePath(name);
-    QFile::remove(path);
-    return QFile::copy(m_template, path) && QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner)
-               ? path
-               : QString();
+    return CopyWritable(m_template, m_dir.filePath(name));
 }
 
 bool TestShellState::openFresh(Run& run, const QString& name) {
-    run.session.DbPath = freshFile(name);
-    run.session.OpenAttempts = 0;
-    run.prompter.passphrases.enqueue(kPassphrase);
-    const bool opened = open_sequence::OpenDatabaseSequence(run.session) == 0 && run.session.DbIsOpen;
+    const bool opened =
+        OpenDatabase(run.session, run.prompter, freshFile(name), kPassphrase) == 0 && run.session.DbIsOpen;
     run.prompter.shown.clear();
     run.prompter.passphraseRequests.clear();
     run.prompter.waits.clear();

@@ -18,6 +18,7 @@
 #include "store/row.h"
 #include "store/sqlite.h"
 #include "support/scripted_prompter.h"
+#include "support/test_databases.h"
 
 namespace {
 
@@ -70,17 +71,6 @@ QString memosDiffer(Store& store, const QList<std::int64_t>& keys, int length = 
     }
     return {};
 }
-
-struct Opening {
-    ScriptedPrompter prompter;
-    Session session{prompter};
-
-    int open(const QString& path, const QString& passphrase = kPassphrase) {
-        prompter.passphrases.enqueue(passphrase);
-        session.DbPath = path;
-        return open_sequence::OpenDatabaseSequence(session);
-    }
-};
 
 // Tells which folder questions were asked; everything else as scripted.
 class FolderPrompter final : public Prompter {
@@ -174,19 +164,15 @@ void TestCheckBackup::init() {
 }
 
 QString TestCheckBackup::created(const QString& file, int memos, int length) {
-    ScriptedPrompter prompter;
-    prompter.passphrases.enqueue(kPassphrase);
-    Session session(prompter);
-    session.DbPath = file;
-    session.CreatingDefault = true;
-    if (open_sequence::NewDatabase(session) != 0) {
+    TestSession maker;
+    if (CreateDatabase(maker, file, kPassphrase) != 0) {
         qWarning("NewDatabase failed");
         return {};
     }
     for (int i = 0; i < memos; ++i) {
-        m_memos << addMemo(session.store(), length);
+        m_memos << addMemo(maker.store(), length);
     }
-    open_sequence::CloseDatabase(session);
+    open_sequence::CloseDatabase(maker.session);
     return file;
 }
 
@@ -311,8 +297,8 @@ void TestCheckBackup::duplicatesGoAtOpening() {
         QVERIFY(count.step());
         QCOMPARE(count.int64(0), static_cast<std::int64_t>(m_memos.size() + 4));
     }
-    Opening opening;
-    QCOMPARE(opening.open(file), 0);
+    TestSession opening;
+    QCOMPARE(OpenDatabase(opening, file, kPassphrase), 0);
     sqlite::Statement copies = opening.session.store().connection().prepare(
         "SELECT count(*) FROM tt WHERE fSec=14 AND fT1=(SELECT fT1 FROM tt WHERE fPK=?)");
     copies.bind(1, m_memos[1]);
@@ -350,8 +336,8 @@ void TestCheckBackup::compactAndReplace() {
     QVERIFY2(QFileInfo(file).size() < before / 2,
              qPrintable(QStringLiteral("%1 -> %2").arg(before).arg(QFileInfo(file).size())));
     QCOMPARE(db::CheckDatabase(file).number, 0);
-    Opening opening;
-    QCOMPARE(opening.open(file), 0);
+    TestSession opening;
+    QCOMPARE(OpenDatabase(opening, file, kPassphrase), 0);
     QCOMPARE(memosDiffer(opening.session.store(), m_memos, 2000), QString());
 }
 
@@ -381,11 +367,8 @@ void TestCheckBackup::compactFailureLeavesSource() {
 void TestCheckBackup::repairCompactCommand() {
     const QString file = path(QStringLiteral("data.nct"));
     ScriptedPrompter prompter;
-    prompter.passphrases.enqueue(kPassphrase);
     Session session(prompter);
-    session.DbPath = file;
-    session.CreatingDefault = true;
-    QCOMPARE(open_sequence::NewDatabase(session), 0);
+    QCOMPARE(CreateDatabase(session, prompter, file, kPassphrase), 0);
     for (int i = 0; i < 60; ++i) {
         m_memos << addMemo(session.store(), 1500);
     }
@@ -408,8 +391,8 @@ void TestCheckBackup::repairCompactCommand() {
     m_memos << addMemo(session.store(), 1500);
     open_sequence::CloseDatabase(session);
 
-    Opening opening;
-    QCOMPARE(opening.open(file), 0);
+    TestSession opening;
+    QCOMPARE(OpenDatabase(opening, file, kPassphrase), 0);
     QCOMPARE(memosDiffer(opening.session.store(), m_memos, 1500), QString());
 }
 
@@ -488,8 +471,8 @@ void TestCheckBackup::backupRoundTrip() {
 
     const QString restored = path(QStringLiteral("restored/data.nct"));
     QVERIFY(QFile::rename(expanded, restored));
-    Opening opening;
-    QCOMPARE(opening.open(restored), 0);
+    TestSession opening;
+    QCOMPARE(OpenDatabase(opening, restored, kPassphrase), 0);
     QCOMPARE(memosDiffer(opening.session.store(), m_memos, 500), QString());
 }
 
@@ -864,15 +847,15 @@ void TestCheckBackup::restoreBesideCrashJournal() {
     QCOMPARE(db::CheckDatabase(base + QStringLiteral(".nct")).number, 0);
     QCOMPARE(readFile(base + QStringLiteral(".nct")), restored);
     {
-        Opening opening;
-        QCOMPARE(opening.open(base + QStringLiteral(".nct")), 0);
+        TestSession opening;
+        QCOMPARE(OpenDatabase(opening, base + QStringLiteral(".nct"), kPassphrase), 0);
         QCOMPARE(memosDiffer(opening.session.store(), m_memos), QString());
     }
     // The former file is kept as it was before the crashed write.
     QCOMPARE(db::CheckDatabase(base + QStringLiteral(".ncb")).number, 0);
     QVERIFY(QFile::rename(base + QStringLiteral(".ncb"), path(QStringLiteral("former.nct"))));
-    Opening opening;
-    QCOMPARE(opening.open(path(QStringLiteral("former.nct"))), 0);
+    TestSession opening;
+    QCOMPARE(OpenDatabase(opening, path(QStringLiteral("former.nct")), kPassphrase), 0);
     QCOMPARE(memosDiffer(opening.session.store(), formerMemos), QString());
 }
 

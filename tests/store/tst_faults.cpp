@@ -23,6 +23,7 @@
 #include "store/users.h"
 #include "store/version.h"
 #include "support/scripted_prompter.h"
+#include "support/test_databases.h"
 
 // A program killed in the middle of its work must leave a file that opens with the passphrase that was valid
 // before or after, holding every record committed before. A child process repeats one kind of work until it
@@ -326,11 +327,8 @@ void TestFaults::init() {
 
 QString TestFaults::created(const QString& path, int passphrase, std::set<std::int64_t>& memos) {
     ScriptedPrompter prompter;
-    prompter.passphrases.enqueue(kPassphrases[passphrase]);
     Session session(prompter);
-    session.DbPath = path;
-    session.CreatingDefault = true;
-    if (open_sequence::NewDatabase(session) != 0) {
+    if (CreateDatabase(session, prompter, path, kPassphrases[passphrase]) != 0) {
         return {};
     }
     for (int i = 0; i < 20; ++i) {

@@ -13,42 +13,9 @@
 #include "store/sqlite.h"
 #include "store/users.h"
 #include "support/scripted_prompter.h"
+#include "support/test_databases.h"
 
 namespace {
-
-const QString kOracleDir = QStringLiteral(NCT_TEST_DATA_DIR "/oracle/");
-
-// One run of the program: a prompter answering from a script and the session using it.
-struct Run {
-    ScriptedPrompter prompter;
-    Session session{prompter};
-    Store& store() { return session.store(); }
-};
-
-QString copyOracle(const QTemporaryDir& dir, const QString& name) {
-    const QString target = dir.filePath(name);
-    QFile::remove(target);
-    if (!QFile::copy(kOracleDir + name, target)) {
-        return {};
-    }
-    QFile::setPermissions(target, QFile::ReadOwner | QFile::WriteOwner);
-    return target;
-}
-
-// Opens `path` as the person would, with a fresh attempt counter as choosing the file gives.
-int open(Run& run, const QString& path, const QString& passphrase) {
-    run.session.DbPath = path;
-    run.session.OpenAttempts = 0;
-    run.prompter.passphrases.enqueue(passphrase);
-    return open_sequence::OpenDatabaseSequence(run.session);
-}
-
-int create(Run& run, const QString& path, const QString& passphrase) {
-    run.session.CreatingDefault = true;
-    run.session.DbPath = path;
-    run.prompter.passphrases.enqueue(passphrase);
-    return open_sequence::NewDatabase(run.session);
-}
 
 // Runs a statement on a file that no session holds open, as someone tampering with it would.
 bool tamper(const QString& path, const char* sql, const QList<QVariant>& params = {}) {
@@ -88,20 +55,6 @@ int countRows(sqlite::Connection& db, int section, std::optional<int> kind = std
         select.bindNull(2).bindNull(3);
     }
     return select.step() ? static_cast<int>(select.int64(0)) : -1;
-}
-
-// A memo row enciphered under the open file's pool.
-std::int64_t addRecord(Store& store, const QByteArray& text) {
-    return AddNewRow(store.connection(), [&](std::int64_t fpk, RowValues& row) {
-        row.set(Col::fSec, 14);
-        row.set(Col::fEtx, store.cry.Cipher(static_cast<std::int32_t>(fpk), 1, text));
-        return true;
-    });
-}
-
-QByteArray readRecord(Store& store, std::int64_t fpk) {
-    const std::optional<Row> row = ReadRow(store.connection(), fpk);
-    return row ? store.cry.Cipher(static_cast<std::int32_t>(fpk), 2, row->bytes(Col::fEtx)) : QByteArray();
 }
 
 // How many rows of the data sections (beyond the key and user rows) decipher under the open file's pool.
@@ -172,9 +125,7 @@ private Q_SLOTS:
 
 void TestKeysUsers::initTestCase() {
     QVERIFY(m_settings.isValid());
-    QSettings::setDefaultFormat(QSettings::IniFormat);
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_settings.path());
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_settings.path());
+    RedirectSettings(m_settings.path());
 }
 
 void TestKeysUsers::createdFileHoldsKeyMaterial() {
@@ -184,8 +135,8 @@ void TestKeysUsers::createdFileHoldsKeyMaterial() {
     std::int64_t record = 0;
     CRY::SecureBytes pool;
     {
-        Run run;
-        QCOMPARE(create(run, path, pass), 0);
+        TestSession run;
+        QCOMPARE(CreateDatabase(run, path, pass), 0);
         Store& store = run.store();
         QVERIFY(run.session.DbIsOpen);
         QVERIFY(run.session.JustCreated);
@@ -220,25 +171,25 @@ void TestKeysUsers::createdFileHoldsKeyMaterial() {
         QCOMPARE(userPlain.left(4), CONVERSION::NumToBytes(store.user.fPK, 4));
         QCOMPARE(userRow.bytes(Col::fT3).left(24), users::Verifier(digestOf(pass)));
 
-        record = addRecord(store, "kept across the reopen");
+        record = AddRecord(store, "kept across the reopen");
         pool = store.cry.KeyPool();
         open_sequence::CloseDatabase(run.session);
     }
-    Run run;
-    QCOMPARE(open(run, path, pass), 0);
+    TestSession run;
+    QCOMPARE(OpenDatabase(run, path, pass), 0);
     QCOMPARE(run.store().user.name, QStringLiteral("Admin"));
     QVERIFY(run.store().cry.KeyPool() == pool);
-    QCOMPARE(readRecord(run.store(), record), QByteArray("kept across the reopen"));
+    QCOMPARE(ReadRecord(run.store(), record), QByteArray("kept across the reopen"));
     QVERIFY(run.prompter.shown.isEmpty());
 }
 
 void TestKeysUsers::twoFilesShareNoKeyMaterial() {
     QTemporaryDir dir;
     const QString pass = QStringLiteral("the same passphrase");
-    Run a;
-    Run b;
-    QCOMPARE(create(a, dir.filePath(QStringLiteral("a.nct")), pass), 0);
-    QCOMPARE(create(b, dir.filePath(QStringLiteral("b.nct")), pass), 0);
+    TestSession a;
+    TestSession b;
+    QCOMPARE(CreateDatabase(a, dir.filePath(QStringLiteral("a.nct")), pass), 0);
+    QCOMPARE(CreateDatabase(b, dir.filePath(QStringLiteral("b.nct")), pass), 0);
     QVERIFY(a.store().cry.KeyPool() != b.store().cry.KeyPool());
     const QByteArray keystringA = keystringOf(a.store());
     const QByteArray keystringB = keystringOf(b.store());
@@ -246,8 +197,8 @@ void TestKeysUsers::twoFilesShareNoKeyMaterial() {
     QVERIFY(keystringA != keystringB);
     // Neither keystring opens the other file's pool, and records of one file are noise to the other.
     QVERIFY(CRY::Unseal(firstRow(b.store().connection(), 1, 1)->bytes(Col::fEtx), keystringA).isEmpty());
-    const std::int64_t inA = addRecord(a.store(), "only for a");
-    const std::int64_t inB = addRecord(b.store(), "only for b");
+    const std::int64_t inA = AddRecord(a.store(), "only for a");
+    const std::int64_t inB = AddRecord(b.store(), "only for b");
     QCOMPARE(inA, inB);
     const QByteArray cipherA = ReadRow(a.store().connection(), inA)->bytes(Col::fEtx);
     QVERIFY(b.store().cry.Cipher(static_cast<std::int32_t>(inA), 2, cipherA).isEmpty());
@@ -269,9 +220,9 @@ void TestKeysUsers::passphraseFindsItsUser() {
     QFETCH(int, key);
     QFETCH(int, level);
     QTemporaryDir dir;
-    const QString path = copyOracle(dir, QStringLiteral("two-users.nct"));
-    Run run;
-    QCOMPARE(open(run, path, passphrase), 0);
+    const QString path = CopyOracle(dir, QStringLiteral("two-users.nct"));
+    TestSession run;
+    QCOMPARE(OpenDatabase(run, path, passphrase), 0);
     const UserRecord& user = run.store().user;
     QCOMPARE(user.name, name);
     QCOMPARE(user.fPK, key);
@@ -284,7 +235,7 @@ void TestKeysUsers::passphraseFindsItsUser() {
 
 void TestKeysUsers::wrongPassphraseFindsNoUser() {
     QTemporaryDir dir;
-    const QString path = copyOracle(dir, QStringLiteral("two-users.nct"));
+    const QString path = CopyOracle(dir, QStringLiteral("two-users.nct"));
     ScriptedPrompter prompter;
     Store store(prompter);
     QVERIFY(!store.database.Open(path));
@@ -299,7 +250,7 @@ void TestKeysUsers::wrongPassphraseFindsNoUser() {
     QVERIFY(prompter.shown.isEmpty());
 
     store.database.Close();
-    Run run;
+    TestSession run;
     run.prompter.passphrases.enqueue(QStringLiteral("first user pass 2"));
     run.session.DbPath = path;
     QCOMPARE(open_sequence::OpenDatabaseSequence(run.session), StoreError::Fatal);
@@ -310,11 +261,11 @@ void TestKeysUsers::wrongPassphraseFindsNoUser() {
 
 void TestKeysUsers::verifierIsHealedByLogin() {
     QTemporaryDir dir;
-    const QString path = copyOracle(dir, QStringLiteral("basic.nct"));
+    const QString path = CopyOracle(dir, QStringLiteral("basic.nct"));
     const QString pass = QStringLiteral("correct horse 1");
     QVERIFY(tamper(path, "UPDATE tt SET fT3=?, AE=1 WHERE fSec=2", {garbage(29)}));
-    Run run;
-    QCOMPARE(open(run, path, pass), 0);
+    TestSession run;
+    QCOMPARE(OpenDatabase(run, path, pass), 0);
     const Row user = *firstRow(run.store().connection(), 2);
     const QByteArray verifier = user.bytes(Col::fT3);
     QCOMPARE(verifier.left(24), users::Verifier(digestOf(pass)));
@@ -327,12 +278,12 @@ void TestKeysUsers::verifierIsHealedByLogin() {
 
 void TestKeysUsers::verifierWithNoiseIsAccepted() {
     QTemporaryDir dir;
-    const QString path = copyOracle(dir, QStringLiteral("basic.nct"));
+    const QString path = CopyOracle(dir, QStringLiteral("basic.nct"));
     const QString pass = QStringLiteral("correct horse 1");
     const QByteArray stored = users::Verifier(digestOf(pass)) + garbage(5);
     QVERIFY(tamper(path, "UPDATE tt SET fT3=?, AE=1 WHERE fSec=2", {stored}));
-    Run run;
-    QCOMPARE(open(run, path, pass), 0);
+    TestSession run;
+    QCOMPARE(OpenDatabase(run, path, pass), 0);
     const Row user = *firstRow(run.store().connection(), 2);
     QCOMPARE(user.bytes(Col::fT3), stored);
     QCOMPARE(user.integer(Col::AE), 1);
@@ -350,7 +301,7 @@ void TestKeysUsers::movedOrMissingUserRowIsFatal_data() {
 void TestKeysUsers::movedOrMissingUserRowIsFatal() {
     QFETCH(QByteArray, sql);
     QTemporaryDir dir;
-    const QString path = copyOracle(dir, QStringLiteral("basic.nct"));
+    const QString path = CopyOracle(dir, QStringLiteral("basic.nct"));
     {
         sqlite::Connection db;
         QVERIFY(!db.open(path, sqlite::Connection::Mode::ReadWrite));
@@ -358,8 +309,8 @@ void TestKeysUsers::movedOrMissingUserRowIsFatal() {
             QVERIFY(!db.exec(statement.trimmed().constData()));
         }
     }
-    Run run;
-    QCOMPARE(open(run, path, QStringLiteral("correct horse 1")), StoreError::Fatal);
+    TestSession run;
+    QCOMPARE(OpenDatabase(run, path, QStringLiteral("correct horse 1")), StoreError::Fatal);
     QCOMPARE(run.prompter.numbers(), QList<int>{96});
     QCOMPARE(run.prompter.shown[0].text, MsgText(96));
     QVERIFY(!run.session.DbIsOpen);
@@ -420,15 +371,15 @@ void TestKeysUsers::userOptions() {
     const QString pass = QStringLiteral("pin passphrase 7");
     const QString pin = users::DefaultPin(CRY::Hash1x47(codepage::ToBytes(pass)));
     {
-        Run run;
-        QCOMPARE(create(run, path, pass), 0);
+        TestSession run;
+        QCOMPARE(CreateDatabase(run, path, pass), 0);
         QCOMPARE(run.store().user.options.PinCode, pin);
         run.store().user.options.PinMask = 0b11;
         QCOMPARE(users::SaveUser(run.store(), true), 0);
         open_sequence::CloseDatabase(run.session);
     }
-    Run run;
-    QCOMPARE(open(run, path, pass), 0);
+    TestSession run;
+    QCOMPARE(OpenDatabase(run, path, pass), 0);
     QCOMPARE(run.store().user.options.PinCode, pin);
     QCOMPARE(run.store().user.options.PinMask, 0b11);
     QCOMPARE(run.prompter.passphraseRequests.size(), 1);
@@ -438,8 +389,8 @@ void TestKeysUsers::preferencesRoundTrip() {
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("prefs.nct"));
     const QString pass = QStringLiteral("preferences pass");
-    Run run;
-    QCOMPARE(create(run, path, pass), 0);
+    TestSession run;
+    QCOMPARE(CreateDatabase(run, path, pass), 0);
     Preferences& prefs = run.store().preferences;
     QCOMPARE(prefs.toBlob(), Preferences::Defaults().toBlob());
     prefs.IdleMinutes = 17;
@@ -452,7 +403,7 @@ void TestKeysUsers::preferencesRoundTrip() {
     QCOMPARE(users::SavePreferences(run.store()), 0);
     // Dropped without the closing save: only what SavePreferences wrote can come back.
     run.store().database.Close();
-    QCOMPARE(open(run, path, pass), 0);
+    QCOMPARE(OpenDatabase(run, path, pass), 0);
     QCOMPARE(run.store().preferences.toBlob(), saved);
     QVERIFY(run.session.ShowPrivate);
     QVERIFY(!run.store().hidePrivate);
@@ -462,7 +413,7 @@ void TestKeysUsers::preferencesRoundTrip() {
     run.store().preferences.ShowPrivateAtStart = false;
     const QByteArray atClose = run.store().preferences.toBlob();
     open_sequence::CloseDatabase(run.session);
-    QCOMPARE(open(run, path, pass), 0);
+    QCOMPARE(OpenDatabase(run, path, pass), 0);
     QCOMPARE(run.store().preferences.toBlob(), atClose);
     QVERIFY(!run.session.ShowPrivate);
     QVERIFY(run.store().hidePrivate);
@@ -486,12 +437,12 @@ void TestKeysUsers::unreadablePreferencesAreReplaced() {
     QFETCH(QString, passphrase);
     QFETCH(QByteArray, sql);
     QTemporaryDir dir;
-    const QString path = copyOracle(dir, file);
+    const QString path = CopyOracle(dir, file);
     if (!sql.isEmpty()) {
         QVERIFY(tamper(path, sql.constData()));
     }
-    Run run;
-    QCOMPARE(open(run, path, passphrase), 0);
+    TestSession run;
+    QCOMPARE(OpenDatabase(run, path, passphrase), 0);
     Store& store = run.store();
     const QByteArray defaults = Preferences::Defaults().toBlob();
     QCOMPARE(store.preferences.toBlob(), defaults);
@@ -506,12 +457,12 @@ void TestKeysUsers::unreadablePreferencesAreReplaced() {
 
 void TestKeysUsers::listSettings() {
     QTemporaryDir dir;
-    const QString path = copyOracle(dir, QStringLiteral("two-users.nct"));
+    const QString path = CopyOracle(dir, QStringLiteral("two-users.nct"));
     const QString admin = QStringLiteral("first user pass 1");
     const QByteArray defaults = QByteArray(1, 9) + QByteArray(8, 17);
     const QByteArray mine = QByteArray(1, 9) + QByteArray("Phone\x11Room\x11\x11\x11\x11\x11\x11Last");
-    Run run;
-    QCOMPARE(open(run, path, admin), 0);
+    TestSession run;
+    QCOMPARE(OpenDatabase(run, path, admin), 0);
     QCOMPARE(users::DefaultListSettings(), defaults);
     QCOMPARE(users::LoadListSettings(run.store()), defaults);
     QCOMPARE(users::SaveListSettings(run.store(), defaults), 0);
@@ -519,12 +470,12 @@ void TestKeysUsers::listSettings() {
     QCOMPARE(countRows(run.store().connection(), 9, 11), 1);
     open_sequence::CloseDatabase(run.session);
 
-    QCOMPARE(open(run, path, admin), 0);
+    QCOMPARE(OpenDatabase(run, path, admin), 0);
     QCOMPARE(users::LoadListSettings(run.store()), mine);
     open_sequence::CloseDatabase(run.session);
 
     // They are the user's own: the other user still has the defaults.
-    QCOMPARE(open(run, path, QStringLiteral("second user pass 2")), 0);
+    QCOMPARE(OpenDatabase(run, path, QStringLiteral("second user pass 2")), 0);
     QCOMPARE(users::LoadListSettings(run.store()), defaults);
 }
 
@@ -541,12 +492,12 @@ void TestKeysUsers::poolRowIsHealed() {
     QFETCH(QString, passphrase);
     QFETCH(bool, rowWasGone);
     QTemporaryDir dir;
-    const QString path = copyOracle(dir, file);
+    const QString path = CopyOracle(dir, file);
     QByteArray healed;
     CRY::SecureBytes pool;
     {
-        Run run;
-        QCOMPARE(open(run, path, passphrase), 0);
+        TestSession run;
+        QCOMPARE(OpenDatabase(run, path, passphrase), 0);
         QVERIFY(run.prompter.shown.isEmpty());
         Store& store = run.store();
         QCOMPARE(countRows(store.connection(), 1, 1), 1);
@@ -567,8 +518,8 @@ void TestKeysUsers::poolRowIsHealed() {
         open_sequence::CloseDatabase(run.session);
     }
     // The second opening finds the row sound and leaves it as it is.
-    Run run;
-    QCOMPARE(open(run, path, passphrase), 0);
+    TestSession run;
+    QCOMPARE(OpenDatabase(run, path, passphrase), 0);
     QVERIFY(run.prompter.shown.isEmpty());
     QCOMPARE(countRows(run.store().connection(), 1, 1), 1);
     QCOMPARE(firstRow(run.store().connection(), 1, 1)->bytes(Col::fEtx), healed);
@@ -592,12 +543,12 @@ void TestKeysUsers::lostPoolIsFatal() {
     QFETCH(QByteArray, sql);
     QFETCH(QString, code);
     QTemporaryDir dir;
-    const QString path = copyOracle(dir, QStringLiteral("basic.nct"));
+    const QString path = CopyOracle(dir, QStringLiteral("basic.nct"));
     for (const QByteArray& statement : sql.split(';')) {
         QVERIFY(tamper(path, statement.trimmed().constData()));
     }
-    Run run;
-    QCOMPARE(open(run, path, QStringLiteral("correct horse 1")), StoreError::Fatal);
+    TestSession run;
+    QCOMPARE(OpenDatabase(run, path, QStringLiteral("correct horse 1")), StoreError::Fatal);
     QCOMPARE(run.prompter.numbers(), QList<int>{83});
     QCOMPARE(run.prompter.shown[0].text, MsgText(83) + code);
     QVERIFY(!run.session.DbIsOpen);
@@ -606,10 +557,10 @@ void TestKeysUsers::lostPoolIsFatal() {
 
 void TestKeysUsers::confirmPassphrase() {
     QTemporaryDir dir;
-    const QString path = copyOracle(dir, QStringLiteral("basic.nct"));
+    const QString path = CopyOracle(dir, QStringLiteral("basic.nct"));
     const QString right = QStringLiteral("correct horse 1");
-    Run run;
-    QCOMPARE(open(run, path, right), 0);
+    TestSession run;
+    QCOMPARE(OpenDatabase(run, path, right), 0);
     Store& store = run.store();
     ScriptedPrompter& prompter = run.prompter;
 
@@ -653,9 +604,9 @@ void TestKeysUsers::rekeyOpensWithNewPassphraseOnly() {
     std::int64_t record = 0;
     CRY::SecureBytes pool;
     {
-        Run run;
-        QCOMPARE(create(run, path, oldPass), 0);
-        record = addRecord(run.store(), "survives the change");
+        TestSession run;
+        QCOMPARE(CreateDatabase(run, path, oldPass), 0);
+        record = AddRecord(run.store(), "survives the change");
         pool = run.store().cry.KeyPool();
         run.prompter.passphrases << oldPass << newPass;
         QVERIFY(open_sequence::ChangePassphraseCommand(run.session));
@@ -670,31 +621,32 @@ void TestKeysUsers::rekeyOpensWithNewPassphraseOnly() {
         open_sequence::CloseDatabase(run.session);
     }
     {
-        Run run;
-        QCOMPARE(open(run, path, oldPass), StoreError::Fatal);
+        TestSession run;
+        QCOMPARE(OpenDatabase(run, path, oldPass), StoreError::Fatal);
         QCOMPARE(run.prompter.numbers(), QList<int>{85});
         QVERIFY(!run.session.DbIsOpen);
     }
-    Run run;
-    QCOMPARE(open(run, path, newPass), 0);
+    TestSession run;
+    QCOMPARE(OpenDatabase(run, path, newPass), 0);
     QVERIFY(run.prompter.shown.isEmpty());
     QCOMPARE(run.store().user.name, QStringLiteral("Admin"));
     QVERIFY(run.store().cry.KeyPool() == pool);
-    QCOMPARE(readRecord(run.store(), record), QByteArray("survives the change"));
+    QCOMPARE(ReadRecord(run.store(), record), QByteArray("survives the change"));
     QCOMPARE(countRows(run.store().connection(), 2), 1);
 }
 
 void TestKeysUsers::wrongOldPassphraseChangesNothing() {
     QTemporaryDir dir;
-    const QString path = copyOracle(dir, QStringLiteral("basic.nct"));
+    const QString path = CopyOracle(dir, QStringLiteral("basic.nct"));
     const QString pass = QStringLiteral("correct horse 1");
     const QByteArray before = [&] {
-        Run run;
-        return open(run, path, pass) == 0 ? firstRow(run.store().connection(), 2)->bytes(Col::fEtx) : QByteArray();
+        TestSession run;
+        return OpenDatabase(run, path, pass) == 0 ? firstRow(run.store().connection(), 2)->bytes(Col::fEtx)
+                                                  : QByteArray();
     }();
     QVERIFY(!before.isEmpty());
-    Run run;
-    QCOMPARE(open(run, path, pass), 0);
+    TestSession run;
+    QCOMPARE(OpenDatabase(run, path, pass), 0);
     run.prompter.passphrases << QStringLiteral("correct horse 2") << QStringLiteral("never asked for");
     QVERIFY(!open_sequence::ChangePassphraseCommand(run.session));
     QCOMPARE(run.prompter.numbers(), QList<int>{85});
@@ -702,7 +654,7 @@ void TestKeysUsers::wrongOldPassphraseChangesNothing() {
     QCOMPARE(firstRow(run.store().connection(), 2)->bytes(Col::fEtx), before);
     open_sequence::CloseDatabase(run.session);
     run.prompter.passphrases.clear();
-    QCOMPARE(open(run, path, pass), 0);
+    QCOMPARE(OpenDatabase(run, path, pass), 0);
 }
 
 void TestKeysUsers::failedRekeyKeepsOldPassphrase_data() {
@@ -719,10 +671,10 @@ void TestKeysUsers::failedRekeyKeepsOldPassphrase() {
     const QString newPass = QStringLiteral("new passphrase 2");
     std::int64_t record = 0;
     {
-        Run run;
-        QCOMPARE(create(run, path, oldPass), 0);
+        TestSession run;
+        QCOMPARE(CreateDatabase(run, path, oldPass), 0);
         Store& store = run.store();
-        record = addRecord(store, "still here");
+        record = AddRecord(store, "still here");
         const UserRecord before = store.user;
         bool changed = true;
         run.prompter.passphrases.enqueue(oldPass);
@@ -746,16 +698,16 @@ void TestKeysUsers::failedRekeyKeepsOldPassphrase() {
         QCOMPARE(SecureText(store.PassDigest), digestOf(oldPass));
         QCOMPARE(store.user.sealedKeystring, before.sealedKeystring);
         QCOMPARE(store.user.check, before.check);
-        QCOMPARE(readRecord(store, record), QByteArray("still here"));
+        QCOMPARE(ReadRecord(store, record), QByteArray("still here"));
         open_sequence::CloseDatabase(run.session);
     }
     {
-        Run run;
-        QCOMPARE(open(run, path, newPass), StoreError::Fatal);
+        TestSession run;
+        QCOMPARE(OpenDatabase(run, path, newPass), StoreError::Fatal);
     }
-    Run run;
-    QCOMPARE(open(run, path, oldPass), 0);
-    QCOMPARE(readRecord(run.store(), record), QByteArray("still here"));
+    TestSession run;
+    QCOMPARE(OpenDatabase(run, path, oldPass), 0);
+    QCOMPARE(ReadRecord(run.store(), record), QByteArray("still here"));
     run.prompter.passphrases.enqueue(oldPass);
     QVERIFY(keys::ConfirmPassphrase(run.store(), false));
 }

@@ -13,6 +13,7 @@
 #include "store/sqlite.h"
 #include "store/version.h"
 #include "support/scripted_prompter.h"
+#include "support/test_databases.h"
 
 namespace {
 
@@ -77,18 +78,6 @@ int versionRows(sqlite::Connection& connection) {
     return count.step() ? static_cast<int>(count.int64(0)) : -1;
 }
 
-// A session with its own scripted person.
-struct Opening {
-    ScriptedPrompter prompter;
-    Session session{prompter};
-
-    int open(const QString& path, const QString& passphrase = kPassphrase) {
-        prompter.passphrases.enqueue(passphrase);
-        session.DbPath = path;
-        return open_sequence::OpenDatabaseSequence(session);
-    }
-};
-
 // The open sequence up to the schema step, through the store alone, so that a test can hand in its own steps.
 std::unique_ptr<Store> openStore(Prompter& prompter, const QString& path) {
     auto store = std::make_unique<Store>(prompter);
@@ -147,19 +136,15 @@ void TestVersion::init() {
 
 QString TestVersion::created(const QString& name) {
     const QString path = m_dir->filePath(name);
-    ScriptedPrompter prompter;
-    prompter.passphrases.enqueue(kPassphrase);
-    Session session(prompter);
-    session.DbPath = path;
-    session.CreatingDefault = true;
-    if (open_sequence::NewDatabase(session) != 0) {
+    TestSession maker;
+    if (CreateDatabase(maker, path, kPassphrase) != 0) {
         qWarning("NewDatabase failed");
         return {};
     }
     for (int i = 0; i < 5; ++i) {
-        m_memos << addMemo(session.store());
+        m_memos << addMemo(maker.store());
     }
-    open_sequence::CloseDatabase(session);
+    open_sequence::CloseDatabase(maker.session);
     return path;
 }
 
@@ -171,8 +156,8 @@ void TestVersion::backupAtEveryOpening() {
 
     const QByteArray first = readFile(path);
     {
-        Opening opening;
-        QCOMPARE(opening.open(path), 0);
+        TestSession opening;
+        QCOMPARE(OpenDatabase(opening, path, kPassphrase), 0);
         QCOMPARE(readFile(bak), first);
         Store& store = opening.session.store();
         QCOMPARE(unreadableMemos(store, m_memos), QString());
@@ -184,8 +169,8 @@ void TestVersion::backupAtEveryOpening() {
     QVERIFY(second != first);
     {
         // The copy of the former opening is replaced, not kept.
-        Opening opening;
-        QCOMPARE(opening.open(path), 0);
+        TestSession opening;
+        QCOMPARE(OpenDatabase(opening, path, kPassphrase), 0);
         QCOMPARE(readFile(bak), second);
         QCOMPARE(unreadableMemos(opening.session.store(), m_memos), QString());
         open_sequence::CloseDatabase(opening.session);
@@ -193,8 +178,8 @@ void TestVersion::backupAtEveryOpening() {
     // The copy is a file of its own that opens like the original did.
     const QString copy = m_dir->filePath(QStringLiteral("copy.nct"));
     QVERIFY(QFile::copy(bak, copy));
-    Opening opening;
-    QCOMPARE(opening.open(copy), 0);
+    TestSession opening;
+    QCOMPARE(OpenDatabase(opening, copy, kPassphrase), 0);
     QCOMPARE(unreadableMemos(opening.session.store(), m_memos), QString());
 }
 
@@ -220,8 +205,8 @@ void TestVersion::newerProgramRefusedBeforeAnyCopy() {
     QVERIFY(!path.isEmpty());
     {
         // The version record says who saved the file last; closing saves it.
-        Opening opening;
-        QCOMPARE(opening.open(path), 0);
+        TestSession opening;
+        QCOMPARE(OpenDatabase(opening, path, kPassphrase), 0);
         opening.session.store().DbVersion = VersionInfo{major, minor, revision};
         open_sequence::CloseDatabase(opening.session);
     }
@@ -229,8 +214,8 @@ void TestVersion::newerProgramRefusedBeforeAnyCopy() {
     QVERIFY(writeFile(bak, "a copy from long ago"));
     const QByteArray before = readFile(path);
 
-    Opening opening;
-    const int result = opening.open(path);
+    TestSession opening;
+    const int result = OpenDatabase(opening, path, kPassphrase);
     if (refused) {
         QCOMPARE(result, StoreError::Fatal);
         QVERIFY(opening.prompter.numbers().contains(94));
@@ -280,8 +265,8 @@ void TestVersion::schemaTooOldRefused() {
     }
     const QByteArray before = readFile(path);
 
-    Opening opening;
-    const int result = opening.open(path);
+    TestSession opening;
+    const int result = OpenDatabase(opening, path, kPassphrase);
     QCOMPARE(readFile(path + QStringLiteral(".bak")), before);
     if (refused) {
         QCOMPARE(result, StoreError::Fatal);
@@ -403,8 +388,8 @@ void TestVersion::failingStepSetsFileAside() {
 
     // The copy is the intact former file: put back, it opens as before.
     QVERIFY(QFile::copy(path + QStringLiteral(".bak"), path));
-    Opening opening;
-    QCOMPARE(opening.open(path), 0);
+    TestSession opening;
+    QCOMPARE(OpenDatabase(opening, path, kPassphrase), 0);
     QCOMPARE(unreadableMemos(opening.session.store(), m_memos), QString());
 }
 
@@ -415,8 +400,8 @@ void TestVersion::failureDuringOpeningSetsFileAside() {
     QVERIFY(alter(path, "CREATE TRIGGER refuse BEFORE UPDATE ON nct_properties BEGIN SELECT RAISE(ABORT, 'no'); END"));
     const QByteArray before = readFile(path);
 
-    Opening opening;
-    QCOMPARE(opening.open(path), StoreError::ConversionFailed);
+    TestSession opening;
+    QCOMPARE(OpenDatabase(opening, path, kPassphrase), StoreError::ConversionFailed);
     QVERIFY(!opening.session.DbIsOpen);
     QVERIFY(!opening.prompter.shown.isEmpty());
     QCOMPARE(opening.prompter.shown.last().text, QStringLiteral("Database Conversion Error"));
@@ -442,15 +427,15 @@ void TestVersion::versionRecordRewritten() {
     QVERIFY(!path.isEmpty());
     {
         // Left by a newer program, so that a record read wrongly as the former one would refuse the file.
-        Opening opening;
-        QCOMPARE(opening.open(path), 0);
+        TestSession opening;
+        QCOMPARE(OpenDatabase(opening, path, kPassphrase), 0);
         opening.session.store().DbVersion = VersionInfo{2, 9, 0};
         open_sequence::CloseDatabase(opening.session);
     }
     QVERIFY(alter(path, damage.toUtf8().constData()));
 
-    Opening opening;
-    QCOMPARE(opening.open(path), 0);
+    TestSession opening;
+    QCOMPARE(OpenDatabase(opening, path, kPassphrase), 0);
     Store& store = opening.session.store();
     QCOMPARE(versionRows(store.connection()), 1);
     store.DbVersion = VersionInfo{};
@@ -468,8 +453,8 @@ void TestVersion::missingColumnsAdded() {
     QVERIFY(alter(path, "ALTER TABLE tt DROP COLUMN fT5"));
     QVERIFY(alter(path, "ALTER TABLE tt DROP COLUMN fT4"));
 
-    Opening opening;
-    QCOMPARE(opening.open(path), 0);
+    TestSession opening;
+    QCOMPARE(OpenDatabase(opening, path, kPassphrase), 0);
     Store& store = opening.session.store();
     QStringList columns;
     sqlite::Statement info = store.connection().prepare("PRAGMA table_info(tt)");

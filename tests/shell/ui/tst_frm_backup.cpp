@@ -6,6 +6,7 @@
 #include "shell/settings.h"
 #include "store/row.h"
 #include "support/scripted_prompter.h"
+#include "support/test_databases.h"
 
 #include <QApplication>
 #include <QFileDialog>
@@ -22,38 +23,12 @@ namespace {
 
 const QString kPassphrase = QStringLiteral("correct horse battery");
 
-struct Run {
-    ScriptedPrompter prompter;
-    Session session{prompter};
-    Store& store() { return session.store(); }
-};
-
 // The replies the next message boxes get, in order.
 void answer(ScriptedPrompter& prompter, std::initializer_list<Prompter::Reply> replies) {
     prompter.replies.clear();
     for (Prompter::Reply reply : replies) {
         prompter.replies.enqueue(reply);
     }
-}
-
-int create(Run& run, const QString& path) {
-    run.session.CreatingDefault = true;
-    run.session.DbPath = path;
-    run.prompter.passphrases.enqueue(kPassphrase);
-    return open_sequence::NewDatabase(run.session);
-}
-
-std::int64_t addRecord(Store& store, const QByteArray& text) {
-    return AddNewRow(store.connection(), [&](std::int64_t fpk, RowValues& row) {
-        row.set(Col::fSec, 14);
-        row.set(Col::fEtx, store.cry.Cipher(static_cast<std::int32_t>(fpk), 1, text));
-        return true;
-    });
-}
-
-QByteArray readRecord(Store& store, std::int64_t fpk) {
-    const std::optional<Row> row = ReadRow(store.connection(), fpk);
-    return row ? store.cry.Cipher(static_cast<std::int32_t>(fpk), 2, row->bytes(Col::fEtx)) : QByteArray();
 }
 
 bool writeFile(const QString& path, qsizetype size) {
@@ -105,9 +80,7 @@ private Q_SLOTS:
 
 void TestFrmBackup::initTestCase() {
     QVERIFY(m_settings.isValid());
-    QSettings::setDefaultFormat(QSettings::IniFormat);
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_settings.path());
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_settings.path());
+    RedirectSettings(m_settings.path());
     QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
 }
 
@@ -127,7 +100,7 @@ void TestFrmBackup::restoreListsBackups() {
     RegWriteText(QStringLiteral("BackupPath"), QDir::toNativeSeparators(backups));
     RegWriteText(QStringLiteral("MostRecentFiles\\1"), QDir::toNativeSeparators(data + QStringLiteral("/mydata.nct")));
 
-    Run run;
+    TestSession run;
     frmRestore form(run.session);
     form.show();
     QVERIFY(QTest::qWaitForWindowExposed(&form));
@@ -170,7 +143,7 @@ void TestFrmBackup::changeBackupFolderRefillsList() {
     QVERIFY(writeFile(second + QStringLiteral("/b041224170455.ncz"), 10));
     QVERIFY(writeFile(second + QStringLiteral("/c041224170455.ncz"), 10));
     // Neither folder is remembered: both are asked for as the form loads.
-    Run run;
+    TestSession run;
     run.prompter.folder = first;
     frmRestore form(run.session);
     QCOMPARE(child<QLineEdit>(&form, "txtBackupFolder")->text(), QDir::toNativeSeparators(first));
@@ -196,7 +169,7 @@ void TestFrmBackup::deleteThroughForm() {
     QVERIFY(writeFile(dir.filePath(QStringLiteral("b041224170455.ncz")), 10));
     RegWriteText(QStringLiteral("BackupPath"), dir.path());
     RegWriteText(QStringLiteral("MostRecentFiles\\1"), dir.filePath(QStringLiteral("a.nct")));
-    Run run;
+    TestSession run;
     frmRestore form(run.session);
     form.show();
     auto* list = child<QTreeWidget>(&form, "lvBackups");
@@ -220,11 +193,11 @@ void TestFrmBackup::deleteThroughForm() {
 void TestFrmBackup::restoreThroughForm() {
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("mydata.nct"));
-    Run run;
-    QCOMPARE(create(run, path), 0);
-    const std::int64_t kept = addRecord(run.store(), "in the backup");
+    TestSession run;
+    QCOMPARE(CreateDatabase(run, path, kPassphrase), 0);
+    const std::int64_t kept = AddRecord(run.store(), "in the backup");
     QVERIFY(!backup_commands::BackupCommand(run.session, dir.filePath(QStringLiteral("Backup"))).isEmpty());
-    const std::int64_t later = addRecord(run.store(), "after the backup");
+    const std::int64_t later = AddRecord(run.store(), "after the backup");
 
     frmRestore form(run.session);
     form.show();
@@ -243,16 +216,16 @@ void TestFrmBackup::restoreThroughForm() {
     answer(run.prompter, {Prompter::Reply::Yes});
     run.prompter.passphrases.enqueue(kPassphrase);
     QCOMPARE(backup_commands::OfferRestoredFile(run.session), backup_commands::AfterRestore::Opened);
-    QCOMPARE(readRecord(run.store(), kept), QByteArray("in the backup"));
+    QCOMPARE(ReadRecord(run.store(), kept), QByteArray("in the backup"));
     QVERIFY(!ReadRow(run.store().connection(), later));
 }
 
 void TestFrmBackup::restoreCommandOpensRestoredFile() {
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("mydata.nct"));
-    Run run;
-    QCOMPARE(create(run, path), 0);
-    const std::int64_t kept = addRecord(run.store(), "in the backup");
+    TestSession run;
+    QCOMPARE(CreateDatabase(run, path, kPassphrase), 0);
+    const std::int64_t kept = AddRecord(run.store(), "in the backup");
     QVERIFY(!backup_commands::BackupCommand(run.session, dir.filePath(QStringLiteral("Backup"))).isEmpty());
 
     // Without a selection the form stays and says so.
@@ -272,7 +245,7 @@ void TestFrmBackup::restoreCommandOpensRestoredFile() {
     QCOMPARE(frmRestore::RunCommand(run.session, nullptr), backup_commands::AfterRestore::Opened);
     QCOMPARE(run.prompter.numbers(), (QList<int>{161, 138, 140, 141}));
     QVERIFY(run.session.DbIsOpen);
-    QCOMPARE(readRecord(run.store(), kept), QByteArray("in the backup"));
+    QCOMPARE(ReadRecord(run.store(), kept), QByteArray("in the backup"));
 
     // Leaving by Cancel: nothing else happens.
     run.prompter.shown.clear();
@@ -287,7 +260,7 @@ void TestFrmBackup::backupFormProposesFolder() {
     QTemporaryDir dir;
     const QString database = dir.filePath(QStringLiteral("mydata.nct"));
     const QString beside = dir.filePath(QStringLiteral("Backup"));
-    Run run;
+    TestSession run;
     frmBackup form(run.session, frmBackup::Mode::Backup, database);
     form.show();
     QCOMPARE(form.objectName(), QStringLiteral("frmBackup"));
@@ -307,7 +280,7 @@ void TestFrmBackup::backupFormProposesFolder() {
 void TestFrmBackup::backupFormKeepsStoredFolderAndCancels() {
     QTemporaryDir dir;
     RegWriteText(QStringLiteral("BackupPath"), dir.path());
-    Run run;
+    TestSession run;
     frmBackup form(run.session, frmBackup::Mode::Backup, QStringLiteral("/elsewhere/mydata.nct"));
     form.show();
     QCOMPARE(child<QLineEdit>(&form, "txtBackupTo")->text(), QDir::toNativeSeparators(dir.path()));
@@ -318,7 +291,7 @@ void TestFrmBackup::backupFormKeepsStoredFolderAndCancels() {
 
 void TestFrmBackup::restoreModeCaptions() {
     QTemporaryDir dir;
-    Run run;
+    TestSession run;
     frmBackup form(run.session, frmBackup::Mode::Restore, dir.path());
     QCOMPARE(form.windowTitle(), QStringLiteral("Restore"));
     QCOMPARE(child<QLabel>(&form, "lblBackupTo")->text(), QStringLiteral("Restore To Folder"));
@@ -331,9 +304,9 @@ void TestFrmBackup::restoreModeCaptions() {
 void TestFrmBackup::backupCommandThroughForm() {
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("mydata.nct"));
-    Run run;
-    QCOMPARE(create(run, path), 0);
-    const std::int64_t kept = addRecord(run.store(), "kept");
+    TestSession run;
+    QCOMPARE(CreateDatabase(run, path, kPassphrase), 0);
+    const std::int64_t kept = AddRecord(run.store(), "kept");
     const QString folder = dir.filePath(QStringLiteral("chosen"));
     whenModal<frmBackup>([&](frmBackup* form) {
         child<QLineEdit>(form, "txtBackupTo")->setText(folder);
@@ -344,7 +317,7 @@ void TestFrmBackup::backupCommandThroughForm() {
     QVERIFY(QFileInfo::exists(target));
     QCOMPARE(run.prompter.passphraseRequests.size(), 1);
     QVERIFY(run.session.DbIsOpen);
-    QCOMPARE(readRecord(run.store(), kept), QByteArray("kept"));
+    QCOMPARE(ReadRecord(run.store(), kept), QByteArray("kept"));
 }
 
 QTEST_MAIN(TestFrmBackup)

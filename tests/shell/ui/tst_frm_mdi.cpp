@@ -7,6 +7,7 @@
 #include "shell/settings.h"
 #include "shell/ui/frm_splash.h"
 #include "support/scripted_prompter.h"
+#include "support/test_databases.h"
 
 #include <QAction>
 #include <QApplication>
@@ -178,17 +179,12 @@ void TestFrmMdi::initTestCase() {
     QVERIFY(QDir().mkpath(home));
     qputenv("HOME", QFile::encodeName(home));
     QVERIFY(file_choice::DefaultFolder().startsWith(home + u'/'));
-    QSettings::setDefaultFormat(QSettings::IniFormat);
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_dir.filePath(QStringLiteral("settings")));
+    RedirectSettings(m_dir.filePath(QStringLiteral("settings")));
 
-    ScriptedPrompter prompter;
-    Session maker(prompter);
+    TestSession maker;
     m_template = m_dir.filePath(QStringLiteral("template.nct"));
-    maker.CreatingDefault = true;
-    maker.DbPath = m_template;
-    prompter.passphrases.enqueue(kPassphrase);
-    QCOMPARE(open_sequence::NewDatabase(maker), 0);
-    open_sequence::CloseDatabase(maker);
+    QCOMPARE(CreateDatabase(maker, m_template, kPassphrase), 0);
+    open_sequence::CloseDatabase(maker.session);
 }
 
 void TestFrmMdi::init() {
@@ -204,11 +200,7 @@ void TestFrmMdi::cleanup() {
 }
 
 QString TestFrmMdi::freshFile(const QString& name) {
-    const QString path = m_dir.filePath(name);
-    QFile::remove(path);
-    return QFile::copy(m_template, path) && QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner)
-               ? path
-               : QString();
+    return CopyWritable(m_template, m_dir.filePath(name));
 }
 
 QString TestFrmMdi::lockPath() {

@@ -4,6 +4,7 @@
 #include "store/keys.h"
 #include "store/users.h"
 #include "support/scripted_prompter.h"
+#include "support/test_databases.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -44,10 +45,7 @@ struct Fixture {
 
     bool create() {
         session = std::make_unique<Session>(prompter, StrongRandom(), &frame);
-        session->CreatingDefault = true;
-        session->DbPath = path;
-        prompter.passphrases.enqueue(kPass);
-        const bool made = open_sequence::NewDatabase(*session) == 0 && session->DbIsOpen;
+        const bool made = CreateDatabase(*session, prompter, path, kPass) == 0 && session->DbIsOpen;
         // Only what the dialog asks counts from here on.
         prompter.passphraseRequests.clear();
         prompter.shown.clear();
@@ -59,9 +57,7 @@ struct Fixture {
         session->store().wipeSecrets();
         session->store().database.Close();
         session = std::make_unique<Session>(prompter, StrongRandom(), &frame);
-        session->DbPath = path;
-        prompter.passphrases.enqueue(passphrase);
-        return open_sequence::OpenDatabaseSequence(*session) == 0;
+        return OpenDatabase(*session, prompter, path, passphrase) == 0;
     }
     Store& store() { return session->store(); }
 };
@@ -122,9 +118,7 @@ private:
 
 void TestFrmOptions::initTestCase() {
     QVERIFY(m_settings.isValid());
-    QSettings::setDefaultFormat(QSettings::IniFormat);
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_settings.path());
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_settings.path());
+    RedirectSettings(m_settings.path());
 }
 
 void TestFrmOptions::loadShowsCaptionsAndTheStoredValues() {
