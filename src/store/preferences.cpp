@@ -7,6 +7,7 @@
 #include <QLocale>
 
 #include <cmath>
+#include <map>
 
 namespace {
 
@@ -29,34 +30,64 @@ Preferences Preferences::Defaults() {
     return p;
 }
 
+namespace {
+
+// The stored items of the record: index, type and the member each one holds. One table serves both ways.
+struct NumberItem {
+    int index;
+    std::uint8_t type;
+    int Preferences::*member;
+};
+struct FlagItem {
+    int index;
+    bool Preferences::*member;
+};
+struct TimeItem {
+    int index;
+    int Preferences::*member;
+};
+
+constexpr NumberItem kNumbers[] = {
+    {0, FieldType::Int16, &Preferences::IdleMinutes},    {4, FieldType::Byte, &Preferences::StartSection},
+    {5, FieldType::Byte, &Preferences::StartMode},       {6, FieldType::Byte, &Preferences::TodoShowCompleted},
+    {7, FieldType::Byte, &Preferences::reserved7},       {8, FieldType::Byte, &Preferences::DiaryShow},
+    {9, FieldType::Byte, &Preferences::CatShow},         {10, FieldType::Byte, &Preferences::CalView},
+    {11, FieldType::Int32, &Preferences::AppDuration},   {25, FieldType::Byte, &Preferences::IdleAction},
+    {26, FieldType::Byte, &Preferences::FirstDayOfWeek},
+};
+constexpr FlagItem kFlags[] = {
+    {23, &Preferences::ShowPrivateAtStart},     {24, &Preferences::reservedFlag24},
+    {27, &Preferences::CalendarDisplayPrivate}, {28, &Preferences::Birthday2Calendar},
+    {29, &Preferences::Anniversary2Calendar},
+};
+constexpr TimeItem kTimes[] = {
+    {12, &Preferences::WorkdayStart},
+    {13, &Preferences::WorkdayEnd},
+    {14, &Preferences::DisplayFrom},
+};
+constexpr int kFirstLastCategory = 15;
+
+} // namespace
+
 QByteArray Preferences::toBlob() const {
-    using namespace FieldType;
-    QByteArray blob;
-    auto put = [&blob](int index, const QVariant& value, std::uint8_t type) {
-        blob += Record_Put::PutField(value, type, index);
-    };
-    put(0, IdleMinutes, Int16);
-    put(4, StartSection, Byte);
-    put(5, StartMode, Byte);
-    put(6, TodoShowCompleted, Byte);
-    put(7, reserved7, Byte);
-    put(8, DiaryShow, Byte);
-    put(9, CatShow, Byte);
-    put(10, CalView, Byte);
-    put(11, AppDuration, Int32);
-    put(12, DayFraction(WorkdayStart), Fraction);
-    put(13, DayFraction(WorkdayEnd), Fraction);
-    put(14, DayFraction(DisplayFrom), Fraction);
-    for (int i = 0; i < 5; ++i) {
-        put(15 + i, LastCategory[i], Int16);
+    // Items go out in index order, as every writer of the record puts them.
+    std::map<int, QByteArray> items;
+    for (const NumberItem& item : kNumbers) {
+        items[item.index] = Record_Put::PutField(this->*item.member, item.type, item.index);
     }
-    put(23, ShowPrivateAtStart, Boolean);
-    put(24, reservedFlag24, Boolean);
-    put(25, IdleAction, Byte);
-    put(26, FirstDayOfWeek, Byte);
-    put(27, CalendarDisplayPrivate, Boolean);
-    put(28, Birthday2Calendar, Boolean);
-    put(29, Anniversary2Calendar, Boolean);
+    for (const TimeItem& item : kTimes) {
+        items[item.index] = Record_Put::PutField(DayFraction(this->*item.member), FieldType::Fraction, item.index);
+    }
+    for (int i = 0; i < 5; ++i) {
+        items[kFirstLastCategory + i] = Record_Put::PutField(LastCategory[i], FieldType::Int16, kFirstLastCategory + i);
+    }
+    for (const FlagItem& item : kFlags) {
+        items[item.index] = Record_Put::PutField(this->*item.member, FieldType::Boolean, item.index);
+    }
+    QByteArray blob;
+    for (const auto& [index, item] : items) {
+        blob += item;
+    }
     return blob;
 }
 
@@ -72,44 +103,25 @@ Preferences Preferences::FromBlob(const QByteArray& blob, bool* ok) {
         return i < values.size() && values[i].isValid() &&
                !(values[i].typeId() == QMetaType::QString && values[i].toString().isEmpty());
     };
-    auto number = [&](int i, int& field) {
-        if (has(i)) {
-            field = values[i].toInt();
+    for (const NumberItem& item : kNumbers) {
+        if (has(item.index)) {
+            p.*item.member = values[item.index].toInt();
         }
-    };
-    auto flag = [&](int i, bool& field) {
-        if (has(i)) {
-            field = values[i].toBool();
-        }
-    };
-    auto time = [&](int i, int& field) {
-        if (has(i)) {
-            field = MinutesOf(values[i].toDouble());
-        }
-    };
-    number(0, p.IdleMinutes);
-    number(4, p.StartSection);
-    number(5, p.StartMode);
-    number(6, p.TodoShowCompleted);
-    number(7, p.reserved7);
-    number(8, p.DiaryShow);
-    number(9, p.CatShow);
-    number(10, p.CalView);
-    if (has(11)) {
-        p.AppDuration = values[11].toInt();
     }
-    time(12, p.WorkdayStart);
-    time(13, p.WorkdayEnd);
-    time(14, p.DisplayFrom);
+    for (const TimeItem& item : kTimes) {
+        if (has(item.index)) {
+            p.*item.member = MinutesOf(values[item.index].toDouble());
+        }
+    }
     for (int i = 0; i < 5; ++i) {
-        number(15 + i, p.LastCategory[i]);
+        if (has(kFirstLastCategory + i)) {
+            p.LastCategory[i] = values[kFirstLastCategory + i].toInt();
+        }
     }
-    flag(23, p.ShowPrivateAtStart);
-    flag(24, p.reservedFlag24);
-    number(25, p.IdleAction);
-    number(26, p.FirstDayOfWeek);
-    flag(27, p.CalendarDisplayPrivate);
-    flag(28, p.Birthday2Calendar);
-    flag(29, p.Anniversary2Calendar);
+    for (const FlagItem& item : kFlags) {
+        if (has(item.index)) {
+            p.*item.member = values[item.index].toBool();
+        }
+    }
     return p;
 }

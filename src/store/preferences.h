@@ -16,7 +16,7 @@ struct Preferences {
     int DiaryShow = 1;
     int CatShow = 0;
     int CalView = 2;
-    std::int32_t AppDuration = 30;
+    int AppDuration = 30;
     int WorkdayStart = 8 * 60; // minutes from midnight
     int WorkdayEnd = 17 * 60;
     int DisplayFrom = 7 * 60 + 30;

@@ -143,7 +143,8 @@ int DbVersionUpdate(Store& store, const std::vector<SchemaStep>& steps) {
 
     sqlite::Connection& db = store.connection();
     const QString fileV = db::ReadProperty(db, QStringLiteral("NctVersion"));
-    if (fileV < db::VersionText(2, 3, 0) || fileV < OldestSupportedSchema()) {
+    // Files below 2.3 were never convertible; those below the oldest supported schema cannot be converted here.
+    if (fileV < OldestSupportedSchema()) {
         store.prompter.message(0,
                                QStringLiteral("Databases created with older versions of Noctaria are not compatible "
                                               "with the new database structure.\nThis version cannot convert the "

@@ -43,6 +43,17 @@ bool Checked(Streams io, const QString& path) {
     return true;
 }
 
+// Checks the file and opens it with one passphrase attempt; 0 when it is open, else the exit code.
+int OpenChecked(Streams io, const QString& path, Session& session) {
+    if (!Checked(io, path)) {
+        return kExitFailed;
+    }
+    if (const int error = OpenForCommand(session, path)) {
+        return NotOpened(io, path, error);
+    }
+    return 0;
+}
+
 } // namespace
 
 int Create(const QStringList& args, Streams io) {
@@ -99,13 +110,10 @@ int Check(const QStringList& args, Streams io) {
     if (args.size() != 1) {
         return Usage(io, "check FILE");
     }
-    if (!Checked(io, args[0])) {
-        return kExitFailed;
-    }
     CliPrompter prompter(io.err);
     Session session(prompter);
-    if (const int error = OpenForCommand(session, args[0])) {
-        return NotOpened(io, args[0], error);
+    if (const int code = OpenChecked(io, args[0], session)) {
+        return code;
     }
     int checked = 0;
     int unreadable = 0;
@@ -125,13 +133,10 @@ int Passwd(const QStringList& args, Streams io) {
     if (args.size() != 1) {
         return Usage(io, "passwd FILE");
     }
-    if (!Checked(io, args[0])) {
-        return kExitFailed;
-    }
     CliPrompter prompter(io.err);
     Session session(prompter);
-    if (const int error = OpenForCommand(session, args[0])) {
-        return NotOpened(io, args[0], error);
+    if (const int code = OpenChecked(io, args[0], session)) {
+        return code;
     }
     const bool changed = keys::Rekey(
         session.store(), [&session](Store& store) { return open_sequence::RequestPassphrase(session, store, true); });
@@ -225,13 +230,10 @@ int Dump(const QStringList& args, Streams io) {
     if (files.size() != 1) {
         return Usage(io, "dump FILE [--section N]");
     }
-    if (!Checked(io, files[0])) {
-        return kExitFailed;
-    }
     CliPrompter prompter(io.err);
     Session session(prompter);
-    if (const int error = OpenForCommand(session, files[0])) {
-        return NotOpened(io, files[0], error);
+    if (const int code = OpenChecked(io, files[0], session)) {
+        return code;
     }
     ForEachRecord(session.store(), section, [&](const RecordView& record) {
         if (record.readable) {
