@@ -21,8 +21,8 @@ public:
 
     QQueue<QString> passphrases; // each entry one dialog; a null QString cancels that dialog
     QQueue<Reply> replies;
-    QString folder;  // answer of chooseFolder
-    QString newFile; // answer of chooseNewFile
+    QString folder;   // answer of chooseFolder
+    QString newFile;  // answer of chooseNewFile
     QString openFile; // answer of chooseExistingFile
 
     QList<Shown> shown;
