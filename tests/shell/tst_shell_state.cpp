@@ -55,17 +55,8 @@ private Q_SLOTS:
     void initTestCase() {
         QVERIFY(m_dir.isValid());
         QStandardPaths::setTestModeEnabled(true);
-        // The documents folder follows the home folder; the first-run tests must never touch the real one.
-        const QString home = m_dir.filePath(QStringLiteral("home"));
-        QVERIFY(QDir().mkpath(home));
-        qputenv("HOME", QFile::encodeName(home));
-        QVERIFY(file_choice::DefaultFolder().startsWith(home + u'/'));
-        RedirectSettings(m_dir.filePath(QStringLiteral("settings")));
-
-        TestSession maker;
-        m_template = m_dir.filePath(QStringLiteral("template.nct"));
-        QCOMPARE(CreateDatabase(maker, m_template, kPassphrase), 0);
-        open_sequence::CloseDatabase(maker.session);
+        m_template = PrepareShellWorld(m_dir, kPassphrase);
+        QVERIFY(!m_template.isEmpty());
     }
 
     void init() {

@@ -3,12 +3,14 @@
 // Set-up shared by the tests that make, open and fill database files: the settings store kept out of the real
 // one, a session answered by a script, and the few steps most tests take before they check anything.
 
+#include "shell/file_choice.h"
 #include "shell/open_sequence.h"
 #include "shell/session.h"
 #include "store/row.h"
 #include "support/scripted_prompter.h"
 
 #include <QByteArray>
+#include <QDir>
 #include <QFile>
 #include <QSettings>
 #include <QString>
@@ -84,4 +86,25 @@ inline QString CopyWritable(const QString& source, const QString& target) {
 // A writable copy of the oracle file `name` in `dir`, replacing any copy made before; empty when it failed.
 inline QString CopyOracle(const QTemporaryDir& dir, const QString& name) {
     return CopyWritable(QStringLiteral(NCT_TEST_DATA_DIR "/oracle/") + name, dir.filePath(name));
+}
+
+// The shell's world in `dir`: home (and with it the documents folder, so first-run tests never touch the real
+// one), settings, and a closed database at the returned path made with `passphrase`. Empty when it failed.
+inline QString PrepareShellWorld(const QTemporaryDir& dir, const QString& passphrase) {
+    const QString home = dir.filePath(QStringLiteral("home"));
+    if (!QDir().mkpath(home)) {
+        return {};
+    }
+    qputenv("HOME", QFile::encodeName(home));
+    if (!file_choice::DefaultFolder().startsWith(home + u'/')) {
+        return {};
+    }
+    RedirectSettings(dir.filePath(QStringLiteral("settings")));
+    TestSession maker;
+    const QString database = dir.filePath(QStringLiteral("template.nct"));
+    if (CreateDatabase(maker, database, passphrase) != 0) {
+        return {};
+    }
+    open_sequence::CloseDatabase(maker.session);
+    return database;
 }
