@@ -1,4 +1,5 @@
 #include "store/cry.h"
+#include "store/byte_view.h"
 
 #include "store/conversion.h"
 #include "store/rijndael.h"
@@ -19,21 +20,6 @@ constexpr int kAesBlock = 16;
 constexpr int kSealKeyBytes = 32;
 constexpr int kSealRounds = 2048;
 constexpr char kMarker = 3;
-
-const std::uint8_t* Data(const QByteArray& a) {
-    return reinterpret_cast<const std::uint8_t*>(a.constData());
-}
-
-CRY::SecureBytes ToSecure(const QByteArray& a) {
-    return CRY::SecureBytes(Data(a), Data(a) + a.size());
-}
-
-QByteArray ToText(const CRY::SecureBytes& v, std::size_t from = 0) {
-    if (from >= v.size()) {
-        return {};
-    }
-    return QByteArray(reinterpret_cast<const char*>(v.data() + from), static_cast<qsizetype>(v.size() - from));
-}
 
 std::uint8_t ByteSum(const std::uint8_t* p, std::size_t n) {
     unsigned sum = 0;
@@ -111,7 +97,7 @@ QByteArray CRY::BlowfishEncrypt(QByteArray text, const QByteArray& prefix) {
     if (text.isEmpty()) {
         text = QByteArray(std::clamp(m_random.blankCount(), 0, 12), ' ');
     }
-    SecureBytes plain = ToSecure(prefix + text);
+    SecureBytes plain = SecureCopy(prefix + text);
     CRY::WipeBytes(text);
     const std::size_t p = kBlowfishBlock - ((plain.size() + 1) % kBlowfishBlock);
     plain.push_back(kMarker);
@@ -126,7 +112,7 @@ QByteArray CRY::BlowfishEncrypt(QByteArray text, const QByteArray& prefix) {
     } catch (const std::exception&) {
         return {};
     }
-    return QByteArray(reinterpret_cast<const char*>(iv), sizeof iv) + ToText(plain);
+    return QByteArray(reinterpret_cast<const char*>(iv), sizeof iv) + SecureText(plain);
 }
 
 int CRY::BlowfishDecrypt(const QByteArray& text) {
@@ -135,10 +121,10 @@ int CRY::BlowfishDecrypt(const QByteArray& text) {
     if (n <= 0 || n % kBlowfishBlock != 0) {
         return -1;
     }
-    m_workBuffer.assign(Data(text) + kBlowfishBlock, Data(text) + text.size());
+    m_workBuffer.assign(ByteData(text) + kBlowfishBlock, ByteData(text) + text.size());
     try {
         m_decryptor->set_key(m_recordKey);
-        m_decryptor->start(Data(text), kBlowfishBlock);
+        m_decryptor->start(ByteData(text), kBlowfishBlock);
         m_decryptor->finish(m_workBuffer);
     } catch (const std::exception&) {
         m_workBuffer.clear();
@@ -200,7 +186,7 @@ QByteArray CRY::Cipher(std::int32_t fpk, int op, const QByteArray& text) {
         if (CONVERSION::BytesToLong(lead) != fpk) {
             return {};
         }
-        return ToText(m_workBuffer, 4);
+        return SecureText(m_workBuffer, 4);
     }
     case 6: {
         if (OpenCipherText(text) < 0) {
@@ -209,7 +195,7 @@ QByteArray CRY::Cipher(std::int32_t fpk, int op, const QByteArray& text) {
         if (m_workBuffer.size() == 1 && m_workBuffer[0] == 0) {
             return {};
         }
-        return ToText(m_workBuffer);
+        return SecureText(m_workBuffer);
     }
     case 3:
     case 4: {
@@ -222,7 +208,7 @@ QByteArray CRY::Cipher(std::int32_t fpk, int op, const QByteArray& text) {
         if (op == 3) {
             return BlowfishEncrypt(text, {});
         }
-        return BlowfishDecrypt(text) < 0 ? QByteArray() : ToText(m_workBuffer);
+        return BlowfishDecrypt(text) < 0 ? QByteArray() : SecureText(m_workBuffer);
     }
     default:
         return {};
@@ -230,7 +216,7 @@ QByteArray CRY::Cipher(std::int32_t fpk, int op, const QByteArray& text) {
 }
 
 QByteArray CRY::Seal(const QByteArray& text, const QByteArray& pass) {
-    SecureBytes buffer = ToSecure(text);
+    SecureBytes buffer = SecureCopy(text);
     const std::uint8_t check = ByteSum(buffer.data(), buffer.size());
     buffer.push_back(kMarker);
     buffer.push_back(check);
@@ -247,7 +233,7 @@ QByteArray CRY::Seal(const QByteArray& text, const QByteArray& pass) {
     } catch (const std::exception&) {
         return {};
     }
-    return QByteArray(reinterpret_cast<const char*>(salt), sizeof salt) + ToText(buffer);
+    return QByteArray(reinterpret_cast<const char*>(salt), sizeof salt) + SecureText(buffer);
 }
 
 QByteArray CRY::Unseal(const QByteArray& sealed, const QByteArray& pass) {
@@ -258,10 +244,10 @@ QByteArray CRY::Unseal(const QByteArray& sealed, const QByteArray& pass) {
     if (n <= 0 || n % kAesBlock != 0) {
         return {};
     }
-    SecureBytes buffer(Data(sealed) + kSaltBytes, Data(sealed) + sealed.size());
+    SecureBytes buffer(ByteData(sealed) + kSaltBytes, ByteData(sealed) + sealed.size());
     try {
-        const SecureBytes key = SealKey(pass, Data(sealed));
-        if (!Aes256Cbc(Botan::DECRYPTION, key, Data(sealed), buffer)) {
+        const SecureBytes key = SealKey(pass, ByteData(sealed));
+        if (!Aes256Cbc(Botan::DECRYPTION, key, ByteData(sealed), buffer)) {
             return {};
         }
     } catch (const std::exception&) {
@@ -280,7 +266,7 @@ QByteArray CRY::Unseal(const QByteArray& sealed, const QByteArray& pass) {
     if (ByteSum(buffer.data(), buffer.size()) != check) {
         return {};
     }
-    return ToText(buffer);
+    return SecureText(buffer);
 }
 
 QByteArray CRY::Hash256x80(const QByteArray& text) {
@@ -288,23 +274,23 @@ QByteArray CRY::Hash256x80(const QByteArray& text) {
         return {};
     }
     auto sha = Botan::HashFunction::create_or_throw("SHA-256");
-    SecureBytes digest = sha->process(Data(text), static_cast<std::size_t>(text.size()));
+    SecureBytes digest = sha->process(ByteData(text), static_cast<std::size_t>(text.size()));
     for (int round = 1; round < 80; ++round) {
         sha->update(digest);
         sha->final(digest.data());
     }
-    return ToText(digest);
+    return SecureText(digest);
 }
 
 QByteArray CRY::Hash1x47(const QByteArray& text) {
     auto sha = Botan::HashFunction::create_or_throw("SHA-1");
-    SecureBytes digest = sha->process(Data(text), static_cast<std::size_t>(text.size()));
+    SecureBytes digest = sha->process(ByteData(text), static_cast<std::size_t>(text.size()));
     // Each further round hashes only the first 19 bytes; the digests of existing files depend on it.
     for (int round = 1; round < 47; ++round) {
         sha->update(digest.data(), 19);
         sha->final(digest.data());
     }
-    return ToText(digest);
+    return SecureText(digest);
 }
 
 QByteArray CRY::RijndaelText(const QByteArray& text, const QByteArray& key, bool encrypt, int blockBits, int keyBits) {
@@ -320,7 +306,7 @@ QByteArray CRY::RijndaelText(const QByteArray& text, const QByteArray& key, bool
     }
     try {
         const rijndael::Rijndael cipher(wideKey.data(), wideKey.size(), static_cast<std::size_t>(b));
-        SecureBytes buffer = ToSecure(text);
+        SecureBytes buffer = SecureCopy(text);
         if (encrypt) {
             const std::size_t q = (b - (buffer.size() + 1) % b) % b;
             buffer.push_back(kMarker);
@@ -328,7 +314,7 @@ QByteArray CRY::RijndaelText(const QByteArray& text, const QByteArray& key, bool
             for (std::size_t i = 0; i < buffer.size(); i += b) {
                 cipher.encryptBlock(buffer.data() + i, buffer.data() + i);
             }
-            return ToText(buffer);
+            return SecureText(buffer);
         }
         buffer.resize(buffer.size() - buffer.size() % b);
         for (std::size_t i = 0; i < buffer.size(); i += b) {
@@ -338,7 +324,7 @@ QByteArray CRY::RijndaelText(const QByteArray& text, const QByteArray& key, bool
             const std::uint8_t last = buffer.back();
             buffer.pop_back();
             if (last == kMarker) {
-                return ToText(buffer);
+                return SecureText(buffer);
             }
             if (last != b) {
                 return {};

@@ -27,6 +27,18 @@ public:
 
     virtual ~Prompter() = default;
 
+    // The choice that changes nothing, for a box nobody answers: Ok for a notice, Cancel or No for a question.
+    static Reply SafeReply(Buttons buttons) {
+        switch (buttons) {
+        case Buttons::Ok:
+            return Reply::Ok;
+        case Buttons::YesNo:
+            return Reply::No;
+        default:
+            return Reply::Cancel;
+        }
+    }
+
     virtual Reply message(int number, const QString& text, Buttons buttons = Buttons::Ok,
                           Icon icon = Icon::Information) = 0;
     virtual PassphraseReply passphrase(const PassphraseRequest& request) = 0;

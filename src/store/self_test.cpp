@@ -1,4 +1,5 @@
 #include "store/self_test.h"
+#include "store/byte_view.h"
 
 #include "store/cry.h"
 #include "store/rijndael.h"
@@ -14,15 +15,11 @@ QByteArray Hex(const char* hex) {
     return QByteArray::fromHex(hex);
 }
 
-const std::uint8_t* Data(const QByteArray& a) {
-    return reinterpret_cast<const std::uint8_t*>(a.constData());
-}
-
 bool BlockCipherAnswer(const char* name, const char* key, const char* plain, const char* expected) {
     auto cipher = Botan::BlockCipher::create_or_throw(name);
     const QByteArray k = Hex(key);
     QByteArray block = Hex(plain);
-    cipher->set_key(Data(k), static_cast<std::size_t>(k.size()));
+    cipher->set_key(ByteData(k), static_cast<std::size_t>(k.size()));
     cipher->encrypt(reinterpret_cast<std::uint8_t*>(block.data()));
     if (block != Hex(expected)) {
         return false;
@@ -44,9 +41,9 @@ bool RijndaelAnswer() {
     // Gladman's vectors for the 192-bit block with a 256-bit key.
     const QByteArray key = Hex("2b7e151628aed2a6abf7158809cf4f3c762e7160f38b4da56a784d9045190cfe");
     const QByteArray plain = Hex("3243f6a8885a308d313198a2e03707344a4093822299f31d");
-    const rijndael::Rijndael cipher(Data(key), 32, 24);
+    const rijndael::Rijndael cipher(ByteData(key), 32, 24);
     std::uint8_t block[24];
-    cipher.encryptBlock(Data(plain), block);
+    cipher.encryptBlock(ByteData(plain), block);
     if (QByteArray(reinterpret_cast<const char*>(block), 24) !=
         Hex("0ebacf199e3315c2e34b24fcc7c46ef4388aa475d66c194c")) {
         return false;
@@ -59,7 +56,7 @@ bool RijndaelAnswer() {
 bool RecordAnswer() {
     ScriptedRandom random;
     const QByteArray iv = Hex("1112131415161718");
-    random.setVector(Data(iv), 8);
+    random.setVector(ByteData(iv), 8);
     random.setSelector(40000);
     CRY cry(random);
     const QByteArray pool =
@@ -69,7 +66,7 @@ bool RecordAnswer() {
             "9a437b86e16fa9f86a33d7124d4d472290a9bb4086197e37e432c8632d83d939515ac0b3e4cc0b94e6eead8b60efbdb8f3a2121e3a"
             "0e8420f1d435e8a29dec16f2812c3c7c95ccbb2a2916209e1acff1988fcffe9aa107981b8f2e8bb250001f47072e0f1aa2db9fac9e"
             "bb359435a5");
-    cry.setKeyPool(CRY::SecureBytes(Data(pool), Data(pool) + pool.size()));
+    cry.setKeyPool(SecureCopy(pool));
     const QByteArray sealed = cry.Cipher(7, 1, QByteArrayLiteral("hi"));
     return sealed == Hex("9c4011121314151617184483358c9d7c24e1") && cry.Cipher(7, 2, sealed) == "hi" &&
            cry.Cipher(8, 2, sealed).isEmpty();
@@ -78,7 +75,7 @@ bool RecordAnswer() {
 bool SealAnswer() {
     ScriptedRandom random;
     const QByteArray salt = Hex("000102030405060708090a0b0c0d0e0f");
-    random.setSalt(Data(salt), 16);
+    random.setSalt(ByteData(salt), 16);
     CRY cry(random);
     const QByteArray sealed = cry.Seal("Hello", "password");
     return sealed == Hex("000102030405060708090a0b0c0d0e0fa57a7ff9ab60f6128b77d0420a3b0888") &&

@@ -14,12 +14,3 @@ void Store::wipeSecrets() {
     CRY::WipeBytes(user.check);
     cry.wipeKeys();
 }
-
-QByteArray SecureText(const CRY::SecureBytes& bytes) {
-    return QByteArray(reinterpret_cast<const char*>(bytes.data()), static_cast<qsizetype>(bytes.size()));
-}
-
-CRY::SecureBytes SecureCopy(const QByteArray& bytes) {
-    const auto* p = reinterpret_cast<const std::uint8_t*>(bytes.constData());
-    return CRY::SecureBytes(p, p + bytes.size());
-}

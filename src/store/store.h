@@ -1,5 +1,6 @@
 #pragma once
 
+#include "store/byte_view.h"
 #include "store/cry.h"
 #include "store/db.h"
 #include "store/preferences.h"
@@ -72,7 +73,3 @@ public:
     // Wipes the digests, the user's sealed keystring and the key pool.
     void wipeSecrets();
 };
-
-// Bytes of a secure buffer as a byte string, for the cipher layer's text interface.
-QByteArray SecureText(const CRY::SecureBytes& bytes);
-CRY::SecureBytes SecureCopy(const QByteArray& bytes);

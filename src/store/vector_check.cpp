@@ -1,4 +1,5 @@
 #include "store/vector_check.h"
+#include "store/byte_view.h"
 
 #include "store/backup.h"
 #include "store/codepage.h"
@@ -27,10 +28,6 @@ QByteArray Hex(const QJsonValue& v) {
 
 QString HexText(const QByteArray& a) {
     return QString::fromLatin1(a.toHex());
-}
-
-const std::uint8_t* Data(const QByteArray& a) {
-    return reinterpret_cast<const std::uint8_t*>(a.constData());
 }
 
 double Float(const QJsonObject& o) {
@@ -127,7 +124,7 @@ QString Expect(const QByteArray& got, const QByteArray& expected) {
 
 CRY::SecureBytes Pool(const QJsonObject& root) {
     const QByteArray pool = Hex(root.value(QLatin1String("pool_hex")));
-    return CRY::SecureBytes(Data(pool), Data(pool) + pool.size());
+    return SecureCopy(pool);
 }
 
 } // namespace
@@ -226,7 +223,7 @@ VectorReport CheckVectorFile(const QString& path) {
         checker.run(label("cipher", i++), [&] {
             ScriptedRandom random;
             const QByteArray iv = Hex(c.value(QLatin1String("iv_hex")));
-            random.setVector(Data(iv), static_cast<std::size_t>(iv.size()));
+            random.setVector(ByteData(iv), static_cast<std::size_t>(iv.size()));
             random.setSelector(static_cast<std::uint16_t>(c.value(QLatin1String("selector")).toInt()));
             random.setBlankCount(c.value(QLatin1String("blanks")).toInt());
             CRY cry(random);
@@ -251,7 +248,7 @@ VectorReport CheckVectorFile(const QString& path) {
         checker.run(label("seal", i++), [&] {
             ScriptedRandom random;
             const QByteArray salt = Hex(c.value(QLatin1String("salt_hex")));
-            random.setSalt(Data(salt), static_cast<std::size_t>(salt.size()));
+            random.setSalt(ByteData(salt), static_cast<std::size_t>(salt.size()));
             CRY cry(random);
             const QByteArray text = Hex(c.value(QLatin1String("text_hex")));
             const QByteArray pass = Hex(c.value(QLatin1String("pass_hex")));

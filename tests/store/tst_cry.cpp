@@ -1,3 +1,4 @@
+#include "store/byte_view.h"
 #include "store/codepage.h"
 #include "store/cry.h"
 #include "store/record_get.h"
@@ -11,10 +12,6 @@ namespace {
 
 QByteArray Hex(const char* hex) {
     return QByteArray::fromHex(hex);
-}
-
-const std::uint8_t* Data(const QByteArray& a) {
-    return reinterpret_cast<const std::uint8_t*>(a.constData());
 }
 
 CRY::SecureBytes RandomPool() {
@@ -171,7 +168,7 @@ void TestCry::sealRoundTripsEveryByte() {
 void TestCry::sealPadsAFullBlock() {
     ScriptedRandom random;
     const QByteArray salt = Hex("000102030405060708090a0b0c0d0e0f");
-    random.setSalt(Data(salt), 16);
+    random.setSalt(ByteData(salt), 16);
     CRY cry(random);
     const QByteArray sealed = cry.Seal(QByteArray(14, 'x'), "pw");
     QCOMPARE(sealed.size(), 16 + 32);
@@ -181,7 +178,7 @@ void TestCry::sealPadsAFullBlock() {
 void TestCry::sealRefusesWrongPassAndDamage() {
     ScriptedRandom random;
     const QByteArray salt = Hex("f0e1d2c3b4a5968778695a4b3c2d1e0f");
-    random.setSalt(Data(salt), 16);
+    random.setSalt(ByteData(salt), 16);
     CRY cry(random);
     const QByteArray sealed = cry.Seal(QByteArrayLiteral("the keystring of a file"), "right pass");
     QVERIFY(CRY::Unseal(sealed, "wrong pass").isEmpty());

@@ -32,17 +32,7 @@ public:
 
     Reply message(int number, const QString& text, Buttons buttons, Icon) override {
         shown.append({number, text, buttons});
-        if (!replies.isEmpty()) {
-            return replies.dequeue();
-        }
-        switch (buttons) {
-        case Buttons::Ok:
-            return Reply::Ok;
-        case Buttons::YesNo:
-            return Reply::No;
-        default:
-            return Reply::Cancel;
-        }
+        return replies.isEmpty() ? SafeReply(buttons) : replies.dequeue();
     }
     PassphraseReply passphrase(const PassphraseRequest& request) override {
         passphraseRequests.append(request);

@@ -11,14 +11,7 @@
 Prompter::Reply CliPrompter::message(int, const QString& text, Buttons buttons, Icon) {
     m_err << "noctaria-cli: " << text << "\n";
     m_err.flush();
-    switch (buttons) {
-    case Buttons::Ok:
-        return Reply::Ok;
-    case Buttons::YesNo:
-        return Reply::No;
-    default:
-        return Reply::Cancel;
-    }
+    return SafeReply(buttons);
 }
 
 QString CliPrompter::readSecretLine(const QString& prompt) {
