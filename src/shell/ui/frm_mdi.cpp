@@ -494,30 +494,33 @@ void frmMDI::optSection_ButtonClick(int n) {
     QCoreApplication::processEvents();
     ShowStatusComment(QString());
     EnableDbCommands(false);
-    QWidget* former = m_sectionForm;
     showSectionMenus(-1);
     const int target = m_session.DbIsOpen || n == 0 ? m_shell.enterSection(n) : 0;
     if (target < 0) {
         return;
     }
-    if (QAction* button = findChild<QAction*>(Key(target))) {
+    showSection(target);
+    EnableDbCommands(m_session.DbIsOpen);
+}
+
+void frmMDI::showSection(int section) {
+    if (QAction* button = findChild<QAction*>(Key(section))) {
         button->setChecked(true);
     }
-    if (former != nullptr) {
-        m_stack->removeWidget(former);
-        former->deleteLater();
+    if (m_sectionForm != nullptr) {
+        m_stack->removeWidget(m_sectionForm);
+        m_sectionForm->deleteLater();
         m_sectionForm = nullptr;
     }
     m_refresh.clear();
-    if (target == 0) {
+    if (section == 0) {
         m_stack->setCurrentWidget(m_splash);
     } else {
-        m_sectionForm = m_options.sectionForms(target, m_session, centralWidget());
+        m_sectionForm = m_options.sectionForms(section, m_session, centralWidget());
         m_stack->addWidget(m_sectionForm);
         m_stack->setCurrentWidget(m_sectionForm);
-        showSectionMenus(target);
+        showSectionMenus(section);
     }
-    EnableDbCommands(m_session.DbIsOpen);
 }
 
 void frmMDI::EnableDbCommands(bool enabled) {
@@ -537,10 +540,10 @@ void frmMDI::ShowDatabase(const QString& path) {
 }
 
 void frmMDI::CloseSections() {
-    // Closing is no entry: an auto-block already shows the start screen and must not ask the passphrase here.
-    if (!m_shell.AutoBlocked) {
-        GotoSection(0);
-    }
+    // Closing is no entry into a section, so it passes no gate: no passphrase, no PIN.
+    showSectionMenus(-1);
+    m_shell.CurrentSection = 0;
+    showSection(0);
 }
 
 void frmMDI::HideShow() {

@@ -81,6 +81,8 @@ private:
     void timerTimeout_Tick();
     void timerSplash_Tick();
     void showSectionMenus(int section);
+    // Unloads the section form on show and builds the chosen one; 0 is the start screen.
+    void showSection(int section);
     void penaltyWait(int milliseconds);
     bool runMenuDB();
     void openAtStart();
