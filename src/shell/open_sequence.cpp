@@ -203,7 +203,6 @@ int NewDatabase(Session& session) {
     }
     CRY::WipeBytes(candidate->PassCheck);
     Adopt(session, std::move(candidate));
-    session.JustCreated = true;
     return 0;
 }
 

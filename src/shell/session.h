@@ -30,7 +30,6 @@ public:
     bool ShowPrivate = false;
     int OpenAttempts = 0;
     bool CreatingDefault = false;
-    bool JustCreated = false;
     // Whether an opened file becomes the machine's last file; the command line leaves the settings alone.
     bool rememberFiles = true;
 
