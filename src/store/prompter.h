@@ -48,6 +48,13 @@ public:
     virtual QString chooseExistingFile(const QString& title, const QString& filter) = 0;
     // A folder, or the empty text when the person cancels.
     virtual QString chooseFolder(const QString& prompt, const QString& start) = 0;
+    // A line of text, as an input box asks it; the null text when the person cancels.
+    virtual QString input(const QString& title, const QString& prompt, const QString& defaultText) {
+        (void)title;
+        (void)prompt;
+        (void)defaultText;
+        return {};
+    }
     // The status line of the start screen.
     virtual void status(const QString& text) = 0;
     // The wait after a wrong passphrase: "Stand By" and a pause, during which the program stays responsive.

@@ -24,10 +24,13 @@ public:
     QString folder;   // answer of chooseFolder
     QString newFile;  // answer of chooseNewFile
     QString openFile; // answer of chooseExistingFile
+    QQueue<QString> inputs; // each entry one input box; a null QString or an empty queue cancels
 
     QList<Shown> shown;
     QList<PassphraseRequest> passphraseRequests;
     QList<int> waits;
+    QStringList inputTitles;
+    QStringList inputDefaults;
     QStringList statuses;
 
     Reply message(int number, const QString& text, Buttons buttons, Icon) override {
@@ -43,6 +46,11 @@ public:
             reply.text = next;
         }
         return reply;
+    }
+    QString input(const QString& title, const QString&, const QString& defaultText) override {
+        inputTitles.append(title);
+        inputDefaults.append(defaultText);
+        return inputs.isEmpty() ? QString() : inputs.dequeue();
     }
     QString chooseNewFile(const QString&, const QString&) override { return newFile; }
     QString chooseExistingFile(const QString&, const QString&) override { return openFile; }

@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QEventLoop>
 #include <QFileDialog>
+#include <QInputDialog>
 #include <QMessageBox>
 #include <QProgressDialog>
 #include <QThread>
@@ -68,6 +69,20 @@ Prompter::PassphraseReply GuiPrompter::passphrase(const PassphraseRequest& reque
         QTimer::singleShot(0, m_parent, m_shutDown);
     }
     return reply;
+}
+
+QString GuiPrompter::input(const QString& title, const QString& prompt, const QString& defaultText) {
+    QInputDialog box(m_parent);
+    box.setObjectName(QStringLiteral("frmInputbox"));
+    box.setWindowTitle(title);
+    box.setLabelText(prompt);
+    box.setTextValue(defaultText);
+    if (box.exec() != QDialog::Accepted) {
+        return {};
+    }
+    // An accepted empty answer is still an answer, not a cancel.
+    const QString text = box.textValue();
+    return text.isNull() ? QStringLiteral("") : text;
 }
 
 QString GuiPrompter::chooseNewFile(const QString& title, const QString& filter) {

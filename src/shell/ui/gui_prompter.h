@@ -24,6 +24,7 @@ public:
 
     Reply message(int number, const QString& text, Buttons buttons, Icon icon) override;
     PassphraseReply passphrase(const PassphraseRequest& request) override;
+    QString input(const QString& title, const QString& prompt, const QString& defaultText) override;
     QString chooseNewFile(const QString& title, const QString& filter) override;
     QString chooseExistingFile(const QString& title, const QString& filter) override;
     QString chooseFolder(const QString& prompt, const QString& start) override;

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QString>
+#include <QVector>
+
+// One entry of a drop-down or list control: the text shown and the integer the entry stands for.
+struct ListEntry {
+    QString text;
+    int itemData = 0;
+
+    friend bool operator==(const ListEntry&, const ListEntry&) = default;
+};
+
+using ListEntries = QVector<ListEntry>;
+
+// The position of the first entry standing for `itemData`, or -1.
+inline int IndexOfItemData(const ListEntries& entries, int itemData) {
+    for (int i = 0; i < entries.size(); ++i) {
+        if (entries[i].itemData == itemData) {
+            return i;
+        }
+    }
+    return -1;
+}
