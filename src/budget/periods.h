@@ -53,7 +53,7 @@ void SetToByHand(PeriodState& state, const QDate& to);
 
 // Which controls the chosen period shows.
 struct PeriodControls {
-    bool yearControls = true; // cTimeRange(0), cmdUp(0), cmdDown(0)
+    bool yearControls = true;  // cTimeRange(0), cmdUp(0), cmdDown(0)
     bool weekControls = false; // cTimeRange(1), cmdUp(1), cmdDown(1)
     bool toDate = true;        // ctlTo, lblFromTo
     bool pointer = true;

@@ -1,0 +1,172 @@
+#include "budget/transaction.h"
+
+#include "budget/budget_lists.h"
+
+#include "shell/catalogue/messages.h"
+#include "store/conversion.h"
+#include "store/field_codec.h"
+#include "store/record_get.h"
+#include "store/record_put.h"
+#include "store/row.h"
+#include "store/store.h"
+
+#include <QDateTime>
+
+namespace budget {
+
+namespace {
+
+constexpr int kFieldCount = 9;
+const QDate kOleBase(1899, 12, 30);
+
+} // namespace
+
+QString TransactionDescriptor() {
+    return QStringLiteral("0 Owner 2 1 Private 1 2 Description 10 3 BizPartner 10 4 DatePaid 25 5 Amount 5 "
+                          "6 DCWB 3 7 PayMode 3 8 Note 12 ");
+}
+
+Transaction ClearTransaction(int owner, int category, const QDate& today) {
+    Transaction t;
+    t.owner = owner;
+    t.datePaid = today;
+    t.category = category < 0 ? 0 : category;
+    return t;
+}
+
+int OleDay(const QDate& date) {
+    return static_cast<int>(kOleBase.daysTo(date));
+}
+
+int DayNumber(const QDate& date, int base) {
+    if (!date.isValid()) {
+        return 0;
+    }
+    const std::int64_t n = kOleBase.daysTo(date) - base;
+    return n > 32767 || n < -32767 ? 0 : static_cast<int>(n);
+}
+
+QDate DateOfDayNumber(int dayNumber, int base) {
+    return kOleBase.addDays(static_cast<qint64>(base) + dayNumber);
+}
+
+std::int32_t CodedR2(int dcwb, RandomSource& random) {
+    // The largest multiple of 4 stays below 2147483644, so the sum never leaves the positive 32-bit range.
+    return static_cast<std::int32_t>(random.below(536870911)) * 4 + (dcwb & 3);
+}
+
+QByteArray TransactionBlob(const Transaction& t) {
+    using Record_Put::PutField;
+    QByteArray blob;
+    blob += PutField(t.owner, FieldType::Byte, Owner);
+    blob += PutField(t.isPrivate, FieldType::Boolean, Private);
+    blob += PutField(t.description, FieldType::Text, Description);
+    blob += PutField(t.partner, FieldType::Text, BizPartner);
+    if (t.datePaid.isValid()) {
+        blob += PutField(QDateTime(t.datePaid, QTime(0, 0)), FieldType::DateTime, DatePaid);
+    }
+    blob += PutField(QVariant::fromValue(t.amount), FieldType::Currency, Amount);
+    blob += PutField(t.dcwb, FieldType::Int16, DCWB);
+    blob += PutField(t.payMode, FieldType::Int16, PayMode);
+    blob += PutField(t.note, FieldType::LongText, Note);
+    return blob;
+}
+
+bool DecodeTransactionBlob(const QByteArray& blob, Transaction& t) {
+    if (blob.isEmpty()) {
+        return false;
+    }
+    FieldValues values(kFieldCount);
+    Record_Get::GetRecord(values, blob);
+    t.owner = values[Owner].toInt();
+    t.isPrivate = values[Private].toBool();
+    t.description = values[Description].toString();
+    t.partner = values[BizPartner].toString();
+    t.datePaid = values[DatePaid].toDateTime().date();
+    t.amount = values[Amount].value<Currency>();
+    t.dcwb = values[DCWB].toInt();
+    t.payMode = values[PayMode].toInt();
+    t.note = values[Note].toString();
+    return true;
+}
+
+bool DecodeTransaction(Store& store, const Row& row, Transaction& t) {
+    const auto key = static_cast<std::int32_t>(row.integer(Col::fPK));
+    Transaction read = t;
+    if (!DecodeTransactionBlob(store.cry.Cipher(key, 2, row.bytes(Col::fEtx)), read)) {
+        return false;
+    }
+    read.key = key;
+    read.category = static_cast<int>(row.integer(Col::fG1));
+    read.spareFlag = row.integer(Col::fF1) != 0;
+    read.noteFlag = row.integer(Col::fF2) != 0;
+    t = read;
+    return true;
+}
+
+std::optional<Transaction> LoadTransaction(Store& store, std::int32_t key) {
+    const std::optional<Row> row = ReadRow(store.connection(), key);
+    Transaction t;
+    if (!row || !DecodeTransaction(store, *row, t)) {
+        return std::nullopt;
+    }
+    return t;
+}
+
+int StoreTransaction(Store& store, int budget, Transaction& t) {
+    const QByteArray blob = TransactionBlob(t);
+    auto fill = [&](std::int64_t fpk, RowValues& row) {
+        const auto key = static_cast<std::int32_t>(fpk);
+        const QByteArray sealed = store.cry.Cipher(key, 1, blob);
+        const QByteArray amount = store.cry.Cipher(
+            key, 1, Record_Put::PutField(QVariant::fromValue(t.amount), FieldType::Currency, kHeaderlessIndex));
+        if (sealed.isEmpty() || amount.isEmpty()) {
+            return false;
+        }
+        row.set(Col::fEtx, sealed);
+        row.set(Col::fSec, kBudgetSection);
+        row.set(Col::fSub, budget);
+        row.set(Col::fG1, t.category);
+        row.set(Col::fR2, CodedR2(t.dcwb, store.random()));
+        row.set(Col::fR3, DayNumber(t.datePaid));
+        row.set(Col::fT1, amount);
+        row.set(Col::fF1, t.spareFlag ? 1 : 0);
+        row.set(Col::fF2, t.noteFlag ? 1 : 0);
+        row.orAE(1);
+        FillNoise(row, store.random(), {.onT2 = true, .onT3 = true, .onR1 = true, .onR4 = true});
+        return true;
+    };
+    sqlite::Error e;
+    std::int64_t key = t.key;
+    const std::optional<Row> existing = t.key > 0 ? ReadRow(store.connection(), t.key, &e) : std::nullopt;
+    if (e) {
+        return e.number;
+    }
+    if (existing) {
+        if (existing->integer(Col::fSec) != kBudgetSection) {
+            store.prompter.message(kUpdateImpossible, MsgText(kUpdateImpossible), Prompter::Buttons::Ok,
+                                   Prompter::Icon::Critical);
+            return kUpdateImpossible;
+        }
+        e = ChangeRow(store.connection(), key, [&](RowValues& row) { return fill(key, row); });
+    } else {
+        key = AddNewRow(store.connection(), fill, &e);
+    }
+    if (e) {
+        return e.number;
+    }
+    if (key <= 0) {
+        return sqlite::kErrGeneral;
+    }
+    t.key = static_cast<std::int32_t>(key);
+    return 0;
+}
+
+int DeleteTransaction(Store& store, std::int32_t key) {
+    sqlite::Statement del = store.connection().prepare("DELETE FROM tt WHERE fPK=? AND fSec=?");
+    del.bind(1, static_cast<std::int64_t>(key)).bind(2, static_cast<std::int64_t>(kBudgetSection));
+    del.step();
+    return del.error().number;
+}
+
+} // namespace budget
