@@ -84,6 +84,10 @@ void ShellState::switchPrivate() {
 }
 
 int ShellState::CheckPIN() {
+    return ::CheckPIN(session);
+}
+
+int CheckPIN(Session& session) {
     Prompter::PassphraseReply reply = session.prompter.passphrase({.prompt = MsgText(126), .checkLength = false});
     if (reply.cancelled) {
         return 3;

@@ -7,6 +7,9 @@
 #include <cstdint>
 #include <functional>
 
+// Asks the PIN of the user of the open file: 1 right, 2 wrong (message 125), 3 cancelled.
+int CheckPIN(Session& session);
+
 // The shell's logic around the open database: the idle watch, the private switch and the gate of a section
 // entry. The frame shows what this decides; nothing here touches a widget.
 class ShellState {

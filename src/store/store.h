@@ -9,6 +9,8 @@
 
 #include <QString>
 
+#include <bitset>
+
 // Results of store operations beyond the engine's error numbers. A negative number's absolute value is a
 // catalogue message.
 namespace StoreError {
@@ -64,6 +66,9 @@ public:
     CRY::SecureBytes PassDigest; // lives while the file is open
     CRY::SecureBytes PassCheck;  // lives until the open sequence ends; seeds the default PIN
     bool hidePrivate = false;
+    // The budgets whose PIN was given while this file is open, and the budget last shown.
+    std::bitset<256> budgetPinGiven;
+    int lastBudget = 0;
     Prompter& prompter;
 
     sqlite::Connection& connection() { return database.connection(); }

@@ -1,0 +1,141 @@
+#pragma once
+
+#include "budget/budget_lists.h"
+#include "budget/periods.h"
+#include "budget/totals.h"
+#include "budget/transaction.h"
+#include "budget/transaction_list.h"
+
+#include <QWidget>
+
+#include <array>
+
+class Session;
+class QAction;
+class QCheckBox;
+class QComboBox;
+class QDateEdit;
+class QFrame;
+class QLabel;
+class QListWidget;
+class QMenu;
+class QPushButton;
+class QTabWidget;
+class QToolButton;
+class QTreeWidget;
+
+// The Budget section: one budget at a time, its month list of transactions and its balance over a time frame.
+class frmBudget : public QWidget {
+    Q_OBJECT
+public:
+    frmBudget(Session& session, QWidget* parent = nullptr);
+    ~frmBudget() override;
+
+    // Commands the main frame's menu and the list's context menu forward to.
+    void addTransaction(int kind);
+    void cmdEdit_Click();
+    void cmdDelete_Click();
+    void mnuBudgetBudgets();
+    void mnuBudgetPayment();
+    void ShowPrivateBudget();
+    // The frame's private switch changed: the private filter follows it without asking again.
+    void HideShow();
+    void mnuListitemRC(int index);
+    void ChangePeriod(const QDate& date = {});
+    void cPeriod_Click(int index);
+    void cmdUp_Click(int unit);
+    void cmdDown_Click(int unit);
+    void RefreshTotals();
+    void RefreshLV2();
+    // Selects the budget `id` (the first one when it is not there) and shows it.
+    void FillBudgetCombo(int id);
+
+    int currentBudget() const { return m_budget; }
+    QDate monthInView() const { return m_month; }
+    const budget::PeriodState& period() const { return m_period; }
+
+    QComboBox* cboBudget = nullptr;
+    QToolButton* cmdEditBudget = nullptr;
+    QComboBox* cboCategories = nullptr;
+    QToolButton* cmdEditCat = nullptr;
+    std::array<QCheckBox*, 4> showCDBW{};
+    QFrame* showBWframe = nullptr;
+    QTabWidget* tbsOptions = nullptr;
+    std::array<QWidget*, 2> picOptions{};
+    QFrame* picDate = nullptr;
+    std::array<QToolButton*, 2> cmdDateMove{};
+    QPushButton* lblMonth = nullptr;
+    QPushButton* lblYear = nullptr;
+    QListWidget* lstMonth = nullptr;
+    QListWidget* lstYear = nullptr;
+    QTreeWidget* LV1 = nullptr;
+    std::array<QPushButton*, 2> cmdAdd{};
+    QPushButton* cmdEdit = nullptr;
+    QPushButton* cmdDelete = nullptr;
+    std::array<QLabel*, 2> lblSollHaben{};
+    std::array<QPushButton*, budget::kPeriodCount> cPeriod{};
+    QFrame* Pointer = nullptr;
+    std::array<QLabel*, 2> cTimeRange{};
+    std::array<QToolButton*, 3> cmdUp{};
+    std::array<QToolButton*, 3> cmdDown{};
+    QDateEdit* ctlFrom = nullptr;
+    QDateEdit* ctlTo = nullptr;
+    QLabel* lblFromTo = nullptr;
+    QComboBox* ctlPayment = nullptr;
+    QPushButton* cmdExport = nullptr;
+    std::array<QLabel*, 3> gridHeader{};
+    QTreeWidget* LV2 = nullptr;
+    std::array<QLabel*, 9> result{};
+    QMenu* mnuBudgetItemlistRC = nullptr;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    void buildFilters();
+    void buildListTab();
+    void buildBalanceTab();
+    void buildMenus();
+    void cboBudget_Click();
+    void showCDBW_Click(int index);
+    void cboCategories_Click();
+    void cmdEditCat_Click();
+    void cmdEditBudget_Click();
+    void cmdDateMove_Click(int index);
+    void lblMonth_Click();
+    void lblYear_Click();
+    void lstMonth_Click();
+    void lstYear_Click();
+    void LV1_ColumnClick(int column);
+    void ctlFrom_Change();
+    void ctlTo_Change();
+    void ctlPayment_Click();
+    void cmdExport_Click();
+    void tbsOptions_Click();
+    void ReloadList();
+    void Recalc1();
+    void fillCategoryFilter(int select);
+    void fillPayments(int select);
+    void storeAndShow(budget::Transaction& t, bool reselectAlways);
+    bool editTransaction(budget::Transaction& t, int kind, bool& stored);
+    void ColumnsResize2();
+    void showPeriodState();
+    bool withPrivateColumns() const;
+    budget::ListContext listContext() const;
+    void updateFrameCommands();
+
+    Session& m_session;
+    budget::BudgetList m_budgets;
+    int m_budget = 0;
+    QDate m_month;
+    bool m_pinRefused = false;
+    bool m_filterInProgress = false;
+    bool m_busy = false;
+    budget::ListSort m_sort;
+    budget::PeriodState m_period;
+    budget::Balance m_balance;
+    QVector<QAction*> m_frameActions;
+    std::array<QAction*, 3> mnuBudgetShowBudget{};
+    QAction* mnuBudgetShowPrivate = nullptr;
+};

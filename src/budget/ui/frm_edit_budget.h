@@ -1,0 +1,78 @@
+#pragma once
+
+#include "budget/transaction.h"
+#include "shell/list_entry.h"
+
+#include <QDialog>
+
+class Store;
+class QCheckBox;
+class QComboBox;
+class QDateEdit;
+class QFrame;
+class QLineEdit;
+class QPlainTextEdit;
+class QPushButton;
+class QToolButton;
+
+// Edits one transaction. The section form loads it, shows it modally and reads it back; OK only hides the form
+// so that its controls can still be read.
+class frmEditBudget : public QDialog {
+    Q_OBJECT
+public:
+    // `payments` are the section's payment entries; the editor takes all but "All".
+    frmEditBudget(Store& store, int budget, const ListEntries& payments, QWidget* parent = nullptr);
+
+    // kind 0 asks for credit or debit first; 1 opens as a credit, 2 as a debit; -1 follows the record.
+    void TransactionToEditor(const Transaction& t, int kind = -1);
+    // Copies the controls into `t`; false, touching nothing, while neither credit nor debit is chosen.
+    bool EditorToTransaction(Transaction& t) const;
+
+    bool cancelled() const { return m_cancel; }
+    bool dirty() const { return m_dirty; }
+    // Whether the person changed anything since the load.
+    bool changed() const;
+
+    QFrame* cdFrame = nullptr;
+    QPushButton* ctlCD[2] = {};
+    QFrame* EditBudgetFrame = nullptr;
+    QLineEdit* ctlAmount = nullptr;
+    QLineEdit* ctlSubject = nullptr;
+    QLineEdit* ctlPartner = nullptr;
+    QPlainTextEdit* ctlNote = nullptr;
+    QDateEdit* ctlXDate = nullptr;
+    QCheckBox* ctlBW = nullptr;
+    QComboBox* cboCategory = nullptr;
+    QComboBox* ctlPayment = nullptr;
+    QToolButton* cmdEditCat = nullptr;
+    QToolButton* cmdEditPayment = nullptr;
+    QPushButton* cmdOK = nullptr;
+    QPushButton* cmdEsc = nullptr;
+
+Q_SIGNALS:
+    // The category or payment lists were edited from here; the section refills its own.
+    void listsChanged();
+
+public Q_SLOTS:
+    void reject() override;
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void ctlCD_Click(int index);
+    void cmdOK_Click();
+    void cmdEditCat_Click();
+    void cmdEditPayment_Click();
+    void fillCategories(int select);
+    void fillPayments(int select);
+    void showChoice(bool chosen);
+
+    Store& m_store;
+    int m_budget;
+    bool m_cancel = true;
+    bool m_dirty = false;
+    int m_cdTag = 0;
+    bool m_cdTagChecked = false;
+};
