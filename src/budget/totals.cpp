@@ -118,18 +118,21 @@ Balance SumBalance(const QVector<BalanceItem>& items, int payment, const ListEnt
         if (const int found = IndexOfItemData(categories, item.category); found >= 0) {
             position = found;
         }
-        if (position >= balance.sums.size()) {
-            continue;
-        }
         const auto kind = static_cast<std::size_t>(item.dcwb & 3);
-        const std::optional<Currency> sum = balance.sums[position][kind].plus(item.amount);
         const std::optional<Currency> total = balance.totals[kind].plus(item.amount);
-        if (!sum || !total) {
+        if (!total) {
             balance.overflow = true;
             return balance;
         }
-        balance.sums[position][kind] = *sum;
         balance.totals[kind] = *total;
+        if (position < balance.sums.size()) {
+            const std::optional<Currency> sum = balance.sums[position][kind].plus(item.amount);
+            if (!sum) {
+                balance.overflow = true;
+                return balance;
+            }
+            balance.sums[position][kind] = *sum;
+        }
     }
     return balance;
 }

@@ -15,7 +15,6 @@
 #include <map>
 
 namespace cli {
-namespace {
 
 int Usage(Streams io, const char* usage) {
     io.err << "usage: noctaria-cli " << usage << "\n";
@@ -54,7 +53,6 @@ int OpenChecked(Streams io, const QString& path, Session& session) {
     return 0;
 }
 
-} // namespace
 
 int Create(const QStringList& args, Streams io) {
     if (args.size() != 1) {

@@ -19,6 +19,13 @@ int OpenForCommand(Session& session, const QString& path);
 // Words for an error number of the store; the empty text when the person has been told already.
 QString ErrorText(int error);
 
+// The usage line of a command, and the exit code for it.
+int Usage(Streams io, const char* usage);
+// A failure's message, and the exit code for it.
+int Fail(Streams io, const QString& why);
+// Checks the file and opens it with one passphrase attempt; 0 when it is open, else the exit code.
+int OpenChecked(Streams io, const QString& path, Session& session);
+
 struct RecordView {
     std::int64_t fPK = 0;
     int fSec = 0;

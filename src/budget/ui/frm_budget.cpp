@@ -345,7 +345,7 @@ void frmBudget::cboBudget_Click() {
 
 void frmBudget::fillCategoryFilter(int select) {
     cboCategories->clear();
-    budget::ListEntries entries;
+    ListEntries entries;
     list_controls::SetTag(cboCategories,
                           categories::FillCategoryEntries(m_session.store(), entries, categories::kBudgetSection,
                                                           {.addAll = true, .addUnfiled = true}, m_budget));

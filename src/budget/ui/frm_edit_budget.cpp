@@ -143,7 +143,7 @@ void frmEditBudget::fillPayments(int select) {
     }
 }
 
-void frmEditBudget::TransactionToEditor(const Transaction& t, int kind) {
+void frmEditBudget::TransactionToEditor(const budget::Transaction& t, int kind) {
     fillCategories(t.category);
     list_controls::SetTag(cboCategory, QString::number(list_controls::GetSelectedId(cboCategory)));
     if (!list_controls::SelectByItemData(ctlPayment, t.payMode)) {
@@ -176,7 +176,7 @@ void frmEditBudget::TransactionToEditor(const Transaction& t, int kind) {
     m_cancel = true;
 }
 
-bool frmEditBudget::EditorToTransaction(Transaction& t) const {
+bool frmEditBudget::EditorToTransaction(budget::Transaction& t) const {
     if (!ctlCD[0]->isChecked() && !ctlCD[1]->isChecked()) {
         return false;
     }

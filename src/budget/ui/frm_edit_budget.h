@@ -24,9 +24,9 @@ public:
     frmEditBudget(Store& store, int budget, const ListEntries& payments, QWidget* parent = nullptr);
 
     // kind 0 asks for credit or debit first; 1 opens as a credit, 2 as a debit; -1 follows the record.
-    void TransactionToEditor(const Transaction& t, int kind = -1);
+    void TransactionToEditor(const budget::Transaction& t, int kind = -1);
     // Copies the controls into `t`; false, touching nothing, while neither credit nor debit is chosen.
-    bool EditorToTransaction(Transaction& t) const;
+    bool EditorToTransaction(budget::Transaction& t) const;
 
     bool cancelled() const { return m_cancel; }
     bool dirty() const { return m_dirty; }

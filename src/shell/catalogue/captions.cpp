@@ -17,6 +17,7 @@ const std::array kForms = {
     FormTable{"frmBackup", captions::kBackup}, FormTable{"frmRestore", captions::kRestore},
     FormTable{"frmPW", captions::kPassphrase}, FormTable{"frmMenuDB", captions::kMenuDB},
     FormTable{"frmTip", captions::kTip},       FormTable{"frmSplash", captions::kSplash},
+    FormTable{"frmBudget", captions::kBudget}, FormTable{"frmEditBudget", captions::kEditBudget},
 };
 
 } // namespace

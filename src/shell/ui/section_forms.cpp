@@ -1,5 +1,6 @@
 #include "shell/ui/section_forms.h"
 
+#include "budget/ui/frm_budget.h"
 #include "shell/section_list.h"
 
 #include <QLabel>
@@ -27,7 +28,10 @@ QString SectionFormName(int section) {
 }
 
 SectionFormFactory DefaultSectionForms() {
-    return [](int section, Session&, QWidget* parent) -> QWidget* {
+    return [](int section, Session& session, QWidget* parent) -> QWidget* {
+        if (section == 17) {
+            return new frmBudget(session, parent);
+        }
         auto* form = new QWidget(parent);
         form->setObjectName(SectionFormName(section));
         form->setWindowTitle(SectionList::Name(section));

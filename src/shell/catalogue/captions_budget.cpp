@@ -1,0 +1,73 @@
+#include "shell/catalogue/caption_tables.h"
+
+namespace captions {
+namespace {
+
+using P = CaptionProperty;
+
+constexpr CaptionEntry kBudgetEntries[] = {
+    {nullptr, -1, P::Caption, "Budget"},
+    {"lblBudget", -1, P::Caption, "Budget:"},
+    {"cmdEditBudget", -1, P::ToolTipText, "Edit budgets"},
+    {"lblCategory", -1, P::Caption, "Category:"},
+    {"cmdEditCat", -1, P::ToolTipText, "Add or remove category"},
+    {"showCDBW", 0, P::Caption, "Credit"},
+    {"showCDBW", 1, P::Caption, "Debit"},
+    {"showCDBW", 2, P::Caption, "Public"},
+    {"showCDBW", 3, P::Caption, "Private"},
+    {"tbsOptions", 0, P::Caption, "Transactions"},
+    {"tbsOptions", 1, P::Caption, "Balance"},
+    {"cmdDateMove", 0, P::ToolTipText, "Previous month"},
+    {"cmdDateMove", 1, P::ToolTipText, "Next month"},
+    {"cmdAdd", 0, P::Caption, "Add CREDIT"},
+    {"cmdAdd", 1, P::Caption, "Add DEBIT"},
+    {"cmdEdit", -1, P::Caption, "Edit"},
+    {"cmdDelete", -1, P::Caption, "Delete"},
+    {"cmdExport", -1, P::Caption, "Export"},
+    {"cmdExport", -1, P::ToolTipText,
+     "Export data to file for further analysis with Excel or similar worksheet and charting software."},
+    {"cmdDown", 0, P::ToolTipText, "Previous year"},
+    {"cmdUp", 0, P::ToolTipText, "Next year"},
+    {"cmdDown", 1, P::ToolTipText, "Previous week"},
+    {"cmdUp", 1, P::ToolTipText, "Next week"},
+    {"cmdDown", 2, P::ToolTipText, "Previous day"},
+    {"cmdUp", 2, P::ToolTipText, "Next day"},
+    {"lblFromTo", -1, P::Caption, "-"},
+    {"lblPayment", -1, P::Caption, "Payment:"},
+    {"gridHeader", 0, P::Caption, "CREDIT"},
+    {"gridHeader", 1, P::Caption, "DEBIT"},
+    {"gridHeader", 2, P::Caption, "BALANCE"},
+    {"mnuListitemRC", 0, P::Caption, "Edit"},
+    {"mnuListitemRC", 2, P::Caption, "Add"},
+    {"mnuListitemRC", 3, P::Caption, "Add Credit"},
+    {"mnuListitemRC", 4, P::Caption, "Add Debit"},
+    {"mnuListitemRC", 6, P::Caption, "Delete"},
+    {"mnuBudgetAdd", -1, P::Caption, "&Add Transaction..."},
+    {"mnuBudgetBudgets", -1, P::Caption, "&Budgets..."},
+    {"mnuBudgetPayment", -1, P::Caption, "&Payment Modes..."},
+};
+
+constexpr CaptionEntry kEditBudgetEntries[] = {
+    {nullptr, -1, P::Caption, "Transaction"},
+    {"ctlCD", 0, P::Caption, "CREDIT"},
+    {"ctlCD", 1, P::Caption, "DEBIT"},
+    {"lblAmount", -1, P::Caption, "Amount"},
+    {"lblDate", -1, P::Caption, "Date"},
+    {"lblSubject", -1, P::Caption, "Item"},
+    {"lblPartner", -1, P::Caption, "Biz-Partner"},
+    {"lblCategory", -1, P::Caption, "Category"},
+    {"lblPayment", -1, P::Caption, "Payment"},
+    {"ctlBW", -1, P::Caption, "Private"},
+    {"lblNotes", -1, P::Caption, "Notes:"},
+    {"cmdEditCat", -1, P::ToolTipText, "Add or remove category"},
+    {"cmdEditPayment", -1, P::ToolTipText, "Edit payment modes"},
+    {"cmdOK", -1, P::Caption, "OK"},
+    {"cmdEsc", -1, P::Caption, "Esc"},
+};
+
+} // namespace
+
+const std::span<const CaptionEntry> kBudget = kBudgetEntries;
+const std::span<const CaptionEntry> kEditBudget = kEditBudgetEntries;
+
+} // namespace captions
