@@ -42,6 +42,10 @@ struct FillFlags {
 // separated by blanks.
 QString AddCategoryEntries(ListEntries& entries, const QString& listText, FillFlags flags);
 
+// Where an entry `text` goes in `entries`: behind the last entry that is not greater, ignoring case, so that
+// equal names keep their order.
+int SortedPosition(const ListEntries& entries, const QString& text);
+
 // LoadCategoryText and AddCategoryEntries in one.
 QString FillCategoryEntries(Store& store, ListEntries& entries, int section, FillFlags flags,
                             std::optional<int> budget = std::nullopt);

@@ -14,4 +14,5 @@ extern const std::span<const CaptionEntry> kTip;
 extern const std::span<const CaptionEntry> kSplash;
 extern const std::span<const CaptionEntry> kBudget;
 extern const std::span<const CaptionEntry> kEditBudget;
+extern const std::span<const CaptionEntry> kEditCategories;
 } // namespace captions

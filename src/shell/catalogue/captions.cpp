@@ -13,11 +13,17 @@ struct FormTable {
 
 // One entry a form; each form's table lives beside the others in caption_tables.
 const std::array kForms = {
-    FormTable{"frmMDI", captions::kMDI},       FormTable{"frmOptions", captions::kOptions},
-    FormTable{"frmBackup", captions::kBackup}, FormTable{"frmRestore", captions::kRestore},
-    FormTable{"frmPW", captions::kPassphrase}, FormTable{"frmMenuDB", captions::kMenuDB},
-    FormTable{"frmTip", captions::kTip},       FormTable{"frmSplash", captions::kSplash},
-    FormTable{"frmBudget", captions::kBudget}, FormTable{"frmEditBudget", captions::kEditBudget},
+    FormTable{"frmMDI", captions::kMDI},
+    FormTable{"frmOptions", captions::kOptions},
+    FormTable{"frmBackup", captions::kBackup},
+    FormTable{"frmRestore", captions::kRestore},
+    FormTable{"frmPW", captions::kPassphrase},
+    FormTable{"frmMenuDB", captions::kMenuDB},
+    FormTable{"frmTip", captions::kTip},
+    FormTable{"frmSplash", captions::kSplash},
+    FormTable{"frmBudget", captions::kBudget},
+    FormTable{"frmEditBudget", captions::kEditBudget},
+    FormTable{"frmEditCategories", captions::kEditCategories},
 };
 
 } // namespace

@@ -1,0 +1,158 @@
+#include "sections/categories/ui/frm_edit_categories.h"
+
+#include "sections/categories/categories.h"
+#include "shell/ui/list_controls.h"
+#include "support/test_databases.h"
+
+#include <QListWidget>
+#include <QPushButton>
+#include <QtTest>
+
+#include <memory>
+
+using categories::LoadCategoryText;
+using categories::SaveCategoryText;
+
+namespace {
+
+QStringList shownEntries(const QListWidget* list) {
+    QStringList result;
+    for (const ListEntry& entry : list_controls::Entries(list)) {
+        result << QStringLiteral("%1=%2").arg(entry.text).arg(entry.itemData);
+    }
+    return result;
+}
+
+void select(QListWidget* list, const QString& text) {
+    const QList<QListWidgetItem*> found = list->findItems(text, Qt::MatchExactly);
+    QCOMPARE(found.size(), 1);
+    list->setCurrentItem(found[0]);
+}
+
+} // namespace
+
+class TestFrmEditCategories : public QObject {
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+    std::unique_ptr<TestSession> m_run;
+    Store& store() { return m_run->store(); }
+    ScriptedPrompter& prompter() { return m_run->prompter; }
+
+private Q_SLOTS:
+    void initTestCase() {
+        QVERIFY(m_dir.isValid());
+        RedirectSettings(m_dir.filePath(QStringLiteral("settings")));
+        m_run = std::make_unique<TestSession>();
+        QCOMPARE(CreateDatabase(*m_run, m_dir.filePath(QStringLiteral("edit.nct")), QStringLiteral("four pale owls")),
+                 0);
+    }
+
+    void init() {
+        prompter().shown.clear();
+        prompter().replies.clear();
+        prompter().inputs.clear();
+        prompter().inputTitles.clear();
+        QCOMPARE(SaveCategoryText(store(), QStringLiteral("Rent;2;Food;1;Kept;255;Odd;0"), 14), 0);
+    }
+
+    void newRenameDeleteAndCtrlEnterSaves() {
+        frmEditCategories form(store(), 14, 0);
+        form.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&form));
+        QCOMPARE(form.windowTitle(), QStringLiteral("Categories"));
+        QCOMPARE(form.cmdEsc->text(), QStringLiteral("Esc"));
+        QCOMPARE(form.focusWidget(), form.cmdNew);
+        QCOMPARE(shownEntries(form.CatList), (QStringList{"Food=1", "Kept=255", "Odd=0", "Rent=2"}));
+
+        prompter().inputs << QString() << QStringLiteral("car");
+        form.cmdNew->click();
+        form.cmdNew->click();
+        QCOMPARE(prompter().inputTitles, (QStringList{"New category", "New category"}));
+        QCOMPARE(form.lastNewId(), 3);
+
+        // The built-in and reserved entries are neither renamed nor deleted.
+        select(form.CatList, QStringLiteral("Odd"));
+        form.cmdRename->click();
+        form.cmdDelete->click();
+        select(form.CatList, QStringLiteral("Kept"));
+        form.cmdDelete->click();
+        QCOMPARE(prompter().inputTitles.size(), 2);
+        QVERIFY(prompter().shown.isEmpty());
+
+        select(form.CatList, QStringLiteral("Rent"));
+        prompter().inputs << QStringLiteral("Lease");
+        form.cmdRename->click();
+        QCOMPARE(prompter().inputTitles.last(), QStringLiteral("Rename category"));
+        QCOMPARE(prompter().inputDefaults.last(), QStringLiteral("Rent"));
+
+        select(form.CatList, QStringLiteral("Food"));
+        prompter().replies << Prompter::Reply::Cancel << Prompter::Reply::Ok;
+        form.cmdDelete->click();
+        QVERIFY(!form.categoryDeleted());
+        form.cmdDelete->click();
+        QVERIFY(form.categoryDeleted());
+        QCOMPARE(prompter().numbers(), (QList<int>{19, 19}));
+        QCOMPARE(prompter().shown[0].buttons, Prompter::Buttons::OkCancel);
+        QCOMPARE(shownEntries(form.CatList), (QStringList{"car=3", "Kept=255", "Odd=0", "Lease=2"}));
+        QCOMPARE(LoadCategoryText(store(), 14), QStringLiteral("Rent;2;Food;1;Kept;255;Odd;0"));
+
+        // Sent to the focused button, which must not take it as its own click.
+        form.cmdNew->setFocus();
+        QTest::keyClick(form.cmdNew, Qt::Key_Return, Qt::ControlModifier);
+        QVERIFY(!form.isVisible());
+        QVERIFY(!form.cancelled());
+        QCOMPARE(prompter().inputTitles.size(), 3);
+        QCOMPARE(LoadCategoryText(store(), 14), QStringLiteral("car;3;Kept;255;Odd;0;Lease;2"));
+    }
+
+    void escapeWritesNothing() {
+        frmEditCategories form(store(), 14, 0);
+        form.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&form));
+        prompter().inputs << QStringLiteral("Extra");
+        form.cmdNew->click();
+        select(form.CatList, QStringLiteral("Food"));
+        prompter().replies << Prompter::Reply::Ok;
+        form.cmdDelete->click();
+        QVERIFY(form.categoryDeleted());
+        QTest::keyClick(form.CatList, Qt::Key_Escape);
+        QVERIFY(!form.isVisible());
+        QVERIFY(form.cancelled());
+        QVERIFY(!form.categoryDeleted());
+        QCOMPARE(LoadCategoryText(store(), 14), QStringLiteral("Rent;2;Food;1;Kept;255;Odd;0"));
+
+        frmEditCategories closed(store(), 14, 0);
+        closed.show();
+        prompter().replies << Prompter::Reply::Ok;
+        closed.cmdDelete->click();
+        QVERIFY(closed.categoryDeleted());
+        closed.close();
+        QVERIFY(closed.cancelled() && !closed.categoryDeleted());
+    }
+
+    void renameWithoutSelectionAsks18() {
+        frmEditCategories form(store(), 14, 0);
+        form.show();
+        form.CatList->clearSelection();
+        form.cmdRename->click();
+        form.cmdDelete->click();
+        QCOMPARE(prompter().numbers(), QList<int>{18});
+        QVERIFY(prompter().inputTitles.isEmpty());
+    }
+
+    void budgetListsStaySeparate() {
+        QCOMPARE(SaveCategoryText(store(), QStringLiteral("One;1"), categories::kBudgetSection, 1), 0);
+        QCOMPARE(SaveCategoryText(store(), QStringLiteral("Two;1"), categories::kBudgetSection, 2), 0);
+        frmEditCategories form(store(), categories::kBudgetSection, 2);
+        QCOMPARE(shownEntries(form.CatList), QStringList{"Two=1"});
+        prompter().inputs << QStringLiteral("More");
+        form.cmdNew->click();
+        form.cmdOK->click();
+        QCOMPARE(LoadCategoryText(store(), categories::kBudgetSection, 2), QStringLiteral("More;2;Two;1"));
+        QCOMPARE(LoadCategoryText(store(), categories::kBudgetSection, 1), QStringLiteral("One;1"));
+    }
+};
+
+QTEST_MAIN(TestFrmEditCategories)
+#include "tst_frm_edit_categories.moc"
