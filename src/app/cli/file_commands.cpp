@@ -53,7 +53,6 @@ int OpenChecked(Streams io, const QString& path, Session& session) {
     return 0;
 }
 
-
 int Create(const QStringList& args, Streams io) {
     if (args.size() != 1) {
         return Usage(io, "create FILE");

@@ -19,6 +19,10 @@ void Usage(QTextStream& err) {
            "  backup FILE DIR             compact, then write a compressed backup into DIR\n"
            "  restore NCZ DIR             expand a backup into DIR (the former file is kept as .ncb)\n"
            "  dump FILE [--section N]     every readable record as one JSON object per line\n"
+           "  budget list|add|totals|export FILE ...\n"
+           "                              the budget's month list, a new transaction, the balance of a period,\n"
+           "                              the balance and transactions of a period as CSV ('budget' alone lists the "
+           "options)\n"
            "Passphrases are read from the terminal, or line by line from standard input.\n";
 }
 
@@ -48,8 +52,9 @@ int main(int argc, char* argv[]) {
     }
     using Command = int (*)(const QStringList&, cli::Streams);
     const std::pair<const char*, Command> commands[] = {
-        {"create", cli::Create},   {"info", cli::Info},     {"check", cli::Check},     {"passwd", cli::Passwd},
-        {"compact", cli::Compact}, {"backup", cli::Backup}, {"restore", cli::Restore}, {"dump", cli::Dump},
+        {"create", cli::Create},   {"info", cli::Info},       {"check", cli::Check},
+        {"passwd", cli::Passwd},   {"compact", cli::Compact}, {"backup", cli::Backup},
+        {"restore", cli::Restore}, {"dump", cli::Dump},       {"budget", cli::Budget},
     };
     for (const auto& [name, run] : commands) {
         if (command == QLatin1String(name)) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/cli/commands.h"
 #include "shell/session.h"
 #include "store/field_codec.h"
 

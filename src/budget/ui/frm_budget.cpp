@@ -43,7 +43,7 @@ QString Indexed(const char* name, int index) {
 }
 
 // Column widths of the list in twips, as the list was laid out; hidden sort keys have none.
-constexpr std::array<int, budget::kListColumns> kListWidths = {1080, 2400, 945, 945, 900, 570,
+constexpr std::array<int, budget::kListColumns> kListWidths = {1080, 2400, 945,  945, 900, 570,
                                                                1200, 570,  1200, 0,   0,   0};
 constexpr int kTwipsPerPixel = 12;
 
@@ -328,9 +328,8 @@ void frmBudget::cboBudget_Click() {
     mnuBudgetShowPrivate->setText(MsgText(showBWframe->isVisibleTo(this) ? 273 : 272));
 
     for (int i = 0; i < 3; ++i) {
-        mnuBudgetShowBudget[static_cast<std::size_t>(i)]->setText(
-            QStringLiteral("&%1 %2").arg(i + 1).arg(m_budgets.indexOf(i) >= 0 ? m_budgets.names[m_budgets.indexOf(i)]
-                                                                              : MsgText(118 + i)));
+        mnuBudgetShowBudget[static_cast<std::size_t>(i)]->setText(QStringLiteral("&%1 %2").arg(i + 1).arg(
+            m_budgets.indexOf(i) >= 0 ? m_budgets.names[m_budgets.indexOf(i)] : MsgText(118 + i)));
         mnuBudgetShowBudget[static_cast<std::size_t>(i)]->setEnabled(i != m_budget && m_budgets.indexOf(i) >= 0);
     }
     mnuBudgetShowPrivate->setEnabled(privateBudget);
@@ -546,8 +545,7 @@ void frmBudget::addTransaction(int kind) {
         return;
     }
     budget::Transaction t = budget::ClearTransaction(m_session.store().user.level,
-                                                     list_controls::GetSelectedId(cboCategories),
-                                                     QDate::currentDate());
+                                                     list_controls::GetSelectedId(cboCategories), QDate::currentDate());
     bool stored = false;
     if (editTransaction(t, kind, stored) && stored) {
         storeAndShow(t, false);
@@ -603,8 +601,8 @@ void frmBudget::cmdDelete_Click() {
     if (LV1->topLevelItemCount() == 0 || item == nullptr) {
         return;
     }
-    const QString text = MsgText(25) + QStringLiteral("\n\n   ") + item->text(budget::colItem) +
-                         QStringLiteral(" (") + item->text(budget::colDate) + u')';
+    const QString text = MsgText(25) + QStringLiteral("\n\n   ") + item->text(budget::colItem) + QStringLiteral(" (") +
+                         item->text(budget::colDate) + u')';
     if (m_session.prompter.message(25, text, Prompter::Buttons::OkCancel, Prompter::Icon::Warning) !=
         Prompter::Reply::Ok) {
         return;

@@ -144,12 +144,15 @@ void frmBudget::buildBalanceTab() {
     auto* totals = new QWidget(picOptions[1]);
     totals->setObjectName(QStringLiteral("picResult"));
     totals->setMinimumHeight(fontMetrics().height() + 8);
-    const std::array<QString, 9> colours = {
-        QStringLiteral("background: white; color: black;"), QStringLiteral("background: white; color: black;"),
-        QStringLiteral("background: rgb(0, 192, 0); color: white;"), QStringLiteral("background: white; color: black;"),
-        QStringLiteral("background: white; color: black;"), QStringLiteral("background: rgb(255, 0, 0); color: white;"),
-        QStringLiteral("background: white; color: black;"), QStringLiteral("background: white; color: black;"),
-        QStringLiteral("background: rgb(255, 255, 0); color: black;")};
+    const std::array<QString, 9> colours = {QStringLiteral("background: white; color: black;"),
+                                            QStringLiteral("background: white; color: black;"),
+                                            QStringLiteral("background: rgb(0, 192, 0); color: white;"),
+                                            QStringLiteral("background: white; color: black;"),
+                                            QStringLiteral("background: white; color: black;"),
+                                            QStringLiteral("background: rgb(255, 0, 0); color: white;"),
+                                            QStringLiteral("background: white; color: black;"),
+                                            QStringLiteral("background: white; color: black;"),
+                                            QStringLiteral("background: rgb(255, 255, 0); color: black;")};
     for (int i = 0; i < 9; ++i) {
         result[static_cast<std::size_t>(i)] = Named<QLabel>(totals, Indexed("result", i));
         result[static_cast<std::size_t>(i)]->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
@@ -314,9 +317,9 @@ void frmBudget::ColumnsResize2() {
         const int offset = LV1->viewport()->mapTo(lblSollHaben[0]->parentWidget(), QPoint(0, 0)).x();
         for (int i = 0; i < 2; ++i) {
             const int column = i == 0 ? budget::colCredit : budget::colDebit;
-            lblSollHaben[static_cast<std::size_t>(i)]->setGeometry(
-                offset + header->sectionViewportPosition(column), 2, header->sectionSize(column) - 1,
-                lblSollHaben[0]->parentWidget()->height() - 4);
+            lblSollHaben[static_cast<std::size_t>(i)]->setGeometry(offset + header->sectionViewportPosition(column), 2,
+                                                                   header->sectionSize(column) - 1,
+                                                                   lblSollHaben[0]->parentWidget()->height() - 4);
         }
     }
     if (LV2 == nullptr || result[0] == nullptr) {
@@ -333,11 +336,11 @@ void frmBudget::ColumnsResize2() {
     const bool withPrivate = withPrivateColumns();
     for (int g = 0; g < 3; ++g) {
         const int first = 1 + 3 * g;
-        const int width = withPrivate ? header->sectionSize(first) + header->sectionSize(first + 1) +
-                                            header->sectionSize(first + 2)
-                                      : header->sectionSize(first);
+        const int width =
+            withPrivate ? header->sectionSize(first) + header->sectionSize(first + 1) + header->sectionSize(first + 2)
+                        : header->sectionSize(first);
         gridHeader[static_cast<std::size_t>(g)]->setGeometry(offset + header->sectionViewportPosition(first), 0,
-                                                              width - 1, gridHeader[0]->parentWidget()->height());
+                                                             width - 1, gridHeader[0]->parentWidget()->height());
     }
 }
 
@@ -350,8 +353,7 @@ void frmBudget::cmdExport_Click() {
     if (QFileInfo(path).suffix().isEmpty()) {
         path += QStringLiteral(".csv");
     }
-    const budget::BalanceQuery query{m_budget, m_period.from, m_period.to,
-                                     list_controls::GetSelectedId(ctlPayment)};
+    const budget::BalanceQuery query{m_budget, m_period.from, m_period.to, list_controls::GetSelectedId(ctlPayment)};
     QVector<budget::SealedRow> rows = budget::ReadBalanceRows(store, query);
     QVector<budget::Transaction> transactions;
     const auto decode = [&] {
@@ -378,8 +380,8 @@ void frmBudget::cmdExport_Click() {
     const std::optional<QByteArray> csv = budget::BalanceCsv(data);
     const QString failure = csv ? budget::WriteExportFile(path, *csv) : tr("The sums are too large.");
     if (!failure.isEmpty()) {
-        store.prompter.message(0, tr("The file %1 could not be written: %2").arg(path, failure),
-                               Prompter::Buttons::Ok, Prompter::Icon::Critical);
+        store.prompter.message(0, tr("The file %1 could not be written: %2").arg(path, failure), Prompter::Buttons::Ok,
+                               Prompter::Icon::Critical);
         return;
     }
     store.prompter.message(0, tr("The balance was exported to %1.").arg(QDir::toNativeSeparators(path)),

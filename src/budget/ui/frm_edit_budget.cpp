@@ -127,7 +127,7 @@ void frmEditBudget::fillCategories(int select) {
     cboCategory->clear();
     ListEntries entries;
     list_controls::SetTag(cboCategory, categories::FillCategoryEntries(m_store, entries, categories::kBudgetSection,
-                                                                      {.addUnfiled = true}, m_budget));
+                                                                       {.addUnfiled = true}, m_budget));
     list_controls::AddEntries(cboCategory, entries);
     if (!list_controls::SelectByItemData(cboCategory, select)) {
         list_controls::SelectByItemData(cboCategory, categories::kUnfiled);
@@ -155,8 +155,8 @@ void frmEditBudget::TransactionToEditor(const budget::Transaction& t, int kind) 
     ctlPartner->setText(t.partner);
     ctlNote->setPlainText(t.note);
     ctlXDate->setDate(t.datePaid.isValid() ? t.datePaid : QDate::currentDate());
-    list_controls::SetTag(ctlXDate, t.datePaid.isValid() ? QString::number(budget::OleDay(t.datePaid))
-                                                         : QStringLiteral("Null"));
+    list_controls::SetTag(ctlXDate,
+                          t.datePaid.isValid() ? QString::number(budget::OleDay(t.datePaid)) : QStringLiteral("Null"));
     ctlBW->setChecked(t.dcwb / 2 != 0);
     list_controls::SetTag(ctlBW, QString::number(t.dcwb / 2));
 
