@@ -1,0 +1,331 @@
+#include "budget/amounts.h"
+#include "budget/balance_export.h"
+#include "budget/totals.h"
+#include "budget/transaction.h"
+#include "budget/transaction_list.h"
+#include "sections/categories/categories.h"
+#include "shell/catalogue/messages.h"
+#include "store/row.h"
+#include "support/test_databases.h"
+
+#include <QTest>
+
+using namespace budget;
+
+namespace {
+
+Currency Money(const char* text) {
+    return *Currency::FromText(QString::fromLatin1(text));
+}
+
+Transaction Make(const QDate& date, const char* amount, int dcwb, int category = 0, int payMode = 0,
+                 const QString& description = QStringLiteral("item")) {
+    Transaction t = ClearTransaction(0, category, date);
+    t.amount = Money(amount);
+    t.dcwb = dcwb;
+    t.isPrivate = (dcwb & kPrivateBit) != 0;
+    t.payMode = payMode;
+    t.description = description;
+    return t;
+}
+
+ListEntries Payments() {
+    return {{QStringLiteral("< All >"), -1}, {QStringLiteral("<N.S.>"), 0}, {QStringLiteral("Cash"), 1}};
+}
+
+} // namespace
+
+class TestTransactions : public QObject {
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+    TestSession m_run;
+
+    Store& store() { return m_run.store(); }
+
+    std::int32_t Put(Transaction t, int budget = 0) {
+        if (StoreTransaction(store(), budget, t) != 0) {
+            return 0;
+        }
+        return t.key;
+    }
+
+    void clearBudgetRows() {
+        QVERIFY(!store().connection().exec("DELETE FROM tt WHERE fSec=17"));
+    }
+
+private Q_SLOTS:
+    void initTestCase() {
+        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
+        RedirectSettings(m_dir.filePath(QStringLiteral("settings")));
+        QCOMPARE(CreateDatabase(m_run, m_dir.filePath(QStringLiteral("b.nct")), QStringLiteral("correct horse 1")), 0);
+    }
+
+    void dayNumbersAtTheLimits() {
+        QCOMPARE(DayNumber(QDate(1989, 4, 28)), 0);
+        QCOMPARE(DayNumber(QDate(1989, 4, 29)), 1);
+        QCOMPARE(DayNumber(QDate(1989, 4, 28).addDays(32767)), 32767);
+        QCOMPARE(DayNumber(QDate(1989, 4, 28).addDays(32768)), 0);
+        QCOMPARE(DayNumber(QDate(1989, 4, 28).addDays(-32767)), -32767);
+        QCOMPARE(DayNumber(QDate(1989, 4, 28).addDays(-32768)), 0);
+        QCOMPARE(DayNumber(QDate()), 0);
+        QCOMPARE(DateOfDayNumber(DayNumber(QDate(2026, 11, 22))), QDate(2026, 11, 22));
+    }
+
+    void roundTripThroughTheFileWithCodedColumns() {
+        for (int dcwb = 0; dcwb < 4; ++dcwb) {
+            Transaction t = Make(QDate(2026, 3, 14), "1234.5678", dcwb, 7, 3, QStringLiteral("Café €"));
+            t.partner = QStringLiteral("Shop");
+            t.note = QStringLiteral("line one\nline two");
+            t.noteFlag = true;
+            const std::int32_t key = Put(t, 5);
+            QVERIFY(key > 0);
+            const std::optional<Row> row = ReadRow(store().connection(), key);
+            QVERIFY(row);
+            QCOMPARE(row->integer(Col::fSec), 17);
+            QCOMPARE(row->integer(Col::fSub), 5);
+            QCOMPARE(row->integer(Col::fG1), 7);
+            QCOMPARE(row->integer(Col::fR2) % 4, dcwb);
+            QVERIFY(row->integer(Col::fR2) >= 0 && row->integer(Col::fR2) <= 2147483643);
+            QCOMPARE(row->integer(Col::fR3), DayNumber(QDate(2026, 3, 14)));
+            QCOMPARE(row->integer(Col::fF2), 1);
+            QVERIFY(row->integer(Col::AE) & 1);
+            // The amount column holds the amount alone, headerless.
+            const QByteArray amount = store().cry.Cipher(key, 2, row->bytes(Col::fT1));
+            QCOMPARE(amount.at(0), char(FieldType::Currency));
+            const std::optional<Transaction> back = LoadTransaction(store(), key);
+            QVERIFY(back);
+            QCOMPARE(back->amount, Money("1234.5678"));
+            QCOMPARE(back->description, QStringLiteral("Café €"));
+            QCOMPARE(back->note, t.note);
+            QCOMPARE(back->datePaid, QDate(2026, 3, 14));
+            QCOMPARE(back->dcwb, dcwb);
+            QCOMPARE(back->isPrivate, dcwb >= 2);
+            QCOMPARE(back->payMode, 3);
+            QCOMPARE(back->category, 7);
+        }
+    }
+
+    void editingKeepsTheKeyAndEmptiedNoteClearsTheFlag() {
+        Transaction t = Make(QDate(2026, 1, 2), "10", 0);
+        t.note = QStringLiteral("x");
+        t.noteFlag = true;
+        QCOMPARE(StoreTransaction(store(), 0, t), 0);
+        const std::int32_t key = t.key;
+        t.note.clear();
+        t.noteFlag = false;
+        QCOMPARE(StoreTransaction(store(), 0, t), 0);
+        QCOMPARE(t.key, key);
+        QCOMPARE(ReadRow(store().connection(), key)->integer(Col::fF2), 0);
+    }
+
+    void aKeyOfAnotherSectionIsNotOverwritten() {
+        const std::int64_t memo = AddRecord(store(), "memo", 14);
+        Transaction t = Make(QDate(2026, 1, 2), "1", 0);
+        t.key = static_cast<std::int32_t>(memo);
+        QCOMPARE(StoreTransaction(store(), 0, t), kUpdateImpossible);
+        QCOMPARE(m_run.prompter.numbers().last(), 16);
+        QCOMPARE(ReadRecord(store(), memo), QByteArray("memo"));
+        // A key whose row is gone makes a new row.
+        t.key = 999999;
+        QCOMPARE(StoreTransaction(store(), 0, t), 0);
+        QVERIFY(t.key != 999999);
+    }
+
+    void theListSelectsByFilter() {
+        clearBudgetRows();
+        const QDate march(2026, 3, 10);
+        Put(Make(march, "1", 0, 1));              // public credit
+        Put(Make(march, "2", 1, 1));              // public debit
+        Put(Make(march, "4", 2, 2));              // private credit
+        Put(Make(march, "8", 3, 2));              // private debit
+        Put(Make(QDate(2026, 4, 1), "16", 0, 1)); // next month
+        Put(Make(march, "32", 0, 1), 1);          // another budget
+        ListContext context{{{QStringLiteral("All"), -1}, {QStringLiteral("Food"), 1}, {QStringLiteral("Rent"), 2},
+                             {QStringLiteral("Unfiled"), 0}},
+                            Payments(),
+                            true,
+                            QLocale()};
+        const auto amounts = [&](ListFilter filter) {
+            filter.month = march;
+            QStringList seen;
+            for (const ListRow& row : ReloadList(store(), filter, context).rows) {
+                seen << row.transaction.amount.toText();
+            }
+            seen.sort();
+            return seen.join(u',');
+        };
+        QCOMPARE(amounts({}), QStringLiteral("1,2,4,8"));
+        QCOMPARE(amounts({.category = 2}), QStringLiteral("4,8"));
+        QCOMPARE(amounts({.category = 9999}), QStringLiteral("1,2,4,8"));
+        QCOMPARE(amounts({.credit = false}), QStringLiteral("2,8"));
+        QCOMPARE(amounts({.debit = false}), QStringLiteral("1,4"));
+        QCOMPARE(amounts({.credit = false, .debit = false}), QStringLiteral("1,4"));
+        QCOMPARE(amounts({.showPublic = false}), QStringLiteral("4,8"));
+        QCOMPARE(amounts({.showPrivate = false}), QStringLiteral("1,2"));
+        QCOMPARE(amounts({.budget = 1}), QStringLiteral("32"));
+        // The switch filters after decoding: no private row while it is off, whatever the boxes say.
+        context.showPrivate = false;
+        const TransactionList hidden = ReloadList(store(), {.showPublic = false, .month = march}, context);
+        QVERIFY(hidden.queryHadRows);
+        QVERIFY(hidden.rows.isEmpty());
+    }
+
+    void rowTextsAndTheLostCategoryRepair() {
+        clearBudgetRows();
+        Transaction t = Make(QDate(2026, 5, 3), "1234567.891", 3, 42, 77);
+        t.partner = QStringLiteral("Bank");
+        t.noteFlag = true;
+        const std::int32_t key = Put(t);
+        const ListContext context{{{QStringLiteral("All"), -1}, {QStringLiteral("< Unfiled >"), 0}}, Payments(), true,
+                                  QLocale()};
+        const TransactionList list = ReloadList(store(), {.month = t.datePaid}, context);
+        QCOMPARE(list.rows.size(), 1);
+        QCOMPARE(list.repaired, 1);
+        const QStringList texts = list.rows[0].texts;
+        QCOMPARE(texts.size(), kListColumns);
+        QCOMPARE(texts[colDate], QLocale().toString(QDate(2026, 5, 3), QLocale::ShortFormat));
+        QCOMPARE(texts[colCredit], QStringLiteral(" "));
+        QCOMPARE(texts[colDebit], QStringLiteral("1,234,567.89"));
+        QCOMPARE(texts[colPayment], QStringLiteral("<N.S.>")); // a mode that is gone reads as not stated
+        QCOMPARE(texts[colPrivate], QStringLiteral("x"));
+        QCOMPARE(texts[colNote], QStringLiteral("N"));
+        QCOMPARE(texts[colCategory], QStringLiteral("Unfiled"));
+        QCOMPARE(texts[colDateKey], QStringLiteral("046145"));
+        QCOMPARE(texts[colCreditKey], QStringLiteral("00000000.00"));
+        QCOMPARE(texts[colDebitKey], QStringLiteral("01234567.89"));
+        QCOMPARE(ReadRow(store().connection(), key)->integer(Col::fG1), 0);
+        QCOMPARE(LoadTransaction(store(), key)->payMode, 77); // the mode itself is not repaired
+    }
+
+    void sortingFollowsTheClickTable() {
+        ListSort sort;
+        sort = SortAfterClick(sort, 0);
+        QCOMPARE(sort.key, colDateKey);
+        QVERIFY(!sort.descending);
+        sort = SortAfterClick(sort, 0);
+        QVERIFY(sort.descending);
+        sort = SortAfterClick(sort, 2);
+        QCOMPARE(sort.key, colCreditKey);
+        QVERIFY(!sort.descending);
+        sort = SortAfterClick(sort, 3);
+        QCOMPARE(sort.key, colDebitKey);
+        sort = SortAfterClick(sort, colPrivate);
+        QCOMPARE(sort.key, colPrivate);
+        QVERIFY(sort.descending);
+        QCOMPARE(SortAfterClick({}, colNote).descending, true);
+        QCOMPARE(SortAfterClick({}, colCategory).descending, false);
+    }
+
+    void amountsFormatParseAndClean() {
+        const QLocale de(QLocale::German, QLocale::Germany);
+        QCOMPARE(FormatAmount(Money("1234567.005"), true), QStringLiteral("1,234,567.01"));
+        QCOMPARE(FormatAmount(Money("1234567.004"), false, de), QStringLiteral("1234567,00"));
+        QCOMPARE(FormatAmount(Money("-0.004"), false), QStringLiteral("0.00"));
+        QCOMPARE(ParseAmount(QStringLiteral("1.234,5"), de), Money("1234.5"));
+        QCOMPARE(ParseAmount(QStringLiteral("0.00005")), Money("0.0001"));
+        QVERIFY(!ParseAmount(QStringLiteral("1e3")));
+        QVERIFY(!ParseAmount(QStringLiteral("")));
+        QVERIFY(!ParseAmount(QStringLiteral("99999999999999999")));
+        QCOMPARE(CleanAmountText(QStringLiteral("1e3")), QStringLiteral("13"));
+        QCOMPARE(CleanAmountText(QStringLiteral("-5.5")), QStringLiteral("5.5"));
+        QCOMPARE(CleanAmountText(QStringLiteral("1,234.50")), QStringLiteral("1,234.50"));
+        QCOMPARE(CleanAmountText(QStringLiteral("12a,5"), de), QStringLiteral("12,5"));
+        QCOMPARE(PlainAmount(Money("3")), QStringLiteral("3.00"));
+        QCOMPARE(PlainAmount(Money("3.1234")), QStringLiteral("3.1234"));
+    }
+
+    void listSumsComeFromTheTexts() {
+        const std::optional<ListSums> sums = Recalc1({{{}, {}, QStringLiteral("1,000.50"), QStringLiteral(" ")},
+                                                      {{}, {}, QStringLiteral(" "), QStringLiteral("0.25")}});
+        QVERIFY(sums);
+        QCOMPARE(sums->credit, Money("1000.5"));
+        QCOMPARE(sums->debit, Money("0.25"));
+    }
+
+    void totalsByCategoryWithThePreviousRowRule() {
+        clearBudgetRows();
+        const QDate day(2026, 6, 1);
+        Put(Make(day, "10", 0, 1, 1));
+        Put(Make(day.addDays(1), "1", 0, 5, 0));  // unlisted: counts for Food, the row before
+        Put(Make(day.addDays(2), "2", 1, 5, 0));  // and again
+        Put(Make(day.addDays(3), "4", 3, 2, 0));  // Rent, private debit
+        Put(Make(day.addDays(4), "100", 0, 2, 1)); // Rent, cash
+        Put(Make(day.addYears(-1), "1000", 0, 1)); // outside the period
+        const ListEntries categories = BalanceCategories({{QStringLiteral("All"), -1},
+                                                          {QStringLiteral("Food"), 1},
+                                                          {QStringLiteral("Rent"), 2},
+                                                          {QStringLiteral("Unfiled"), 0},
+                                                          {QStringLiteral("Edit"), 9999}});
+        QCOMPARE(categories.size(), 3);
+        const Balance all = RefreshTotals(store(), {0, day, day.addDays(30), kPayModeAll}, categories);
+        QCOMPARE(all.sums[0][0], Money("11"));
+        QCOMPARE(all.sums[0][1], Money("2"));
+        QCOMPARE(all.sums[1][3], Money("4"));
+        QCOMPARE(all.sums[1][0], Money("100"));
+        QCOMPARE(*BalanceRowTexts(all, 0, true),
+                 QStringList({QStringLiteral("Food"), "11.00", "0.00", "11.00", "2.00", "0.00", "2.00", "9.00",
+                              "0.00", "9.00"}));
+        QCOMPARE(*BalanceRowTexts(all, 1, false),
+                 QStringList({QStringLiteral("Rent"), "100.00", "", "", "0.00", "", "", "100.00", "", ""}));
+        QCOMPARE(*ResultTexts(all, true),
+                 QStringList({" 111.00", " 0.00", " 111.00", " 2.00", " 4.00", " 6.00", " 109.00", " -4.00",
+                              " 105.00"}));
+        QCOMPARE(ResultTexts(all, false)->at(1), QString());
+        // The N.S. entry sums only rows without a stated mode; the first kept row starts at the first category.
+        const Balance notStated = RefreshTotals(store(), {0, day, day.addDays(30), kPayModeNotStated}, categories);
+        QCOMPARE(notStated.sums[0][0], Money("1"));
+        QCOMPARE(notStated.sums[0][1], Money("2"));
+        QCOMPARE(notStated.totals[0], Money("1"));
+        const Balance cash = RefreshTotals(store(), {0, day, day.addDays(30), 1}, categories);
+        QCOMPARE(cash.totals[0], Money("110"));
+        // An empty period shows every category with zeros.
+        const Balance empty = RefreshTotals(store(), {0, day.addYears(2), day.addYears(2), kPayModeAll}, categories);
+        QCOMPARE(BalanceRowTexts(empty, 2, true)->at(9), QStringLiteral("0.00"));
+    }
+
+    void anOverflowIsReportedNotWrapped() {
+        QVector<BalanceItem> items(2, BalanceItem{true, 0, 0, 0, Currency{std::numeric_limits<std::int64_t>::max()}});
+        const Balance balance = SumBalance(items, kPayModeAll, {{QStringLiteral("Unfiled"), 0}});
+        QVERIFY(balance.overflow);
+        QVERIFY(!ResultTexts(balance, true));
+        Balance edge;
+        edge.totals = {Currency{std::numeric_limits<std::int64_t>::max()}, Currency{-1}, {}, {}};
+        QVERIFY(!ResultValues(edge)); // the balance max - (-1) does not fit
+    }
+
+    void csvExportReadsBack() {
+        clearBudgetRows();
+        const QDate day(2026, 7, 1);
+        Transaction t = Make(day, "1234.5", 0, 1, 1, QStringLiteral("Salary, July \"net\""));
+        t.note = QStringLiteral("=cmd");
+        Put(t);
+        Put(Make(day, "20", 3, 1, 0, QStringLiteral("Secret")));
+        const ListEntries entries{{QStringLiteral("All"), -1}, {QStringLiteral("Food"), 1}, {QStringLiteral("U"), 0}};
+        const BalanceQuery query{0, day, day, kPayModeAll};
+        BalanceExport data;
+        data.balance = RefreshTotals(store(), query, BalanceCategories(entries));
+        data.categories = entries;
+        data.payments = Payments();
+        data.transactions = DecodeTransactions(store().cry.KeyPool(), ReadBalanceRows(store(), query));
+        const QString path = m_dir.filePath(QStringLiteral("out.csv"));
+        QVERIFY(WriteExportFile(path, *BalanceCsv(data)).isEmpty());
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QStringList lines = QString::fromUtf8(file.readAll()).split(QStringLiteral("\r\n"));
+        QCOMPARE(lines[0], QStringLiteral("Category,Credit,Debit,Balance"));
+        QCOMPARE(lines[1], QStringLiteral("Food,1234.50,0.00,1234.50"));
+        QCOMPARE(lines[3], QStringLiteral("TOTAL,1234.50,0.00,1234.50"));
+        QCOMPARE(lines[5], QStringLiteral("Date,Item,Credit,Debit,Payment,Category,Biz-Partner,Note"));
+        QCOMPARE(lines[6], QStringLiteral("2026-07-01,\"Salary, July \"\"net\"\"\",1234.50,,Cash,Food,,'=cmd"));
+        QVERIFY(!lines.join(u'\n').contains(QStringLiteral("Secret")));
+        // With private records shown the private row and its mark are written, and the private sums.
+        data.showPrivate = data.privateColumns = data.privateCells = true;
+        const QString all = QString::fromUtf8(*BalanceCsv(data));
+        QVERIFY(all.contains(QStringLiteral("2026-07-01,Secret,,20.00,<N.S.>,Food,,,x")));
+        QVERIFY(all.contains(QStringLiteral("Food,1234.50,0.00,1234.50,0.00,20.00,20.00,1234.50,-20.00,1214.50")));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestTransactions)
+#include "tst_transactions.moc"
