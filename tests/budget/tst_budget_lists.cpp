@@ -1,0 +1,312 @@
+#include "budget/budget_lists.h"
+
+#include "shell/catalogue/messages.h"
+#include "store/conversion.h"
+#include "store/record_get.h"
+#include "store/record_put.h"
+#include "store/row.h"
+#include "support/test_databases.h"
+
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRandomGenerator>
+#include <QtTest>
+
+#include <memory>
+
+namespace {
+
+const QString kPass = QStringLiteral("Budget lists pass 1");
+
+QByteArray Vector(const char* key) {
+    QFile file(QStringLiteral(NCT_TEST_DATA_DIR "/store-vectors.json"));
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    const QJsonObject lists = QJsonDocument::fromJson(file.readAll()).object().value("lists").toObject();
+    return QByteArray::fromHex(lists.value(QLatin1String(key)).toString().toLatin1());
+}
+
+QByteArray Header(std::int32_t user, char section = 17) {
+    return CONVERSION::NumToBytes(user, 4) + QByteArray(1, section);
+}
+
+// A new database file, open in a session; reopen() reads it afresh in a new one.
+struct Fixture {
+    QTemporaryDir dir;
+    QString path = dir.filePath(QStringLiteral("lists.nct"));
+    std::unique_ptr<TestSession> run = std::make_unique<TestSession>();
+
+    Fixture() { RedirectSettings(dir.filePath(QStringLiteral("settings"))); }
+    bool create() { return CreateDatabase(*run, path, kPass) == 0; }
+    bool reopen() {
+        open_sequence::CloseDatabase(run->session);
+        run = std::make_unique<TestSession>();
+        return OpenDatabase(*run, path, kPass) == 0;
+    }
+    Store& store() { return run->store(); }
+
+    QList<std::int64_t> listRows(int section) {
+        sqlite::Statement select = store().connection().prepare("SELECT fPK FROM tt WHERE fSec=? AND fSub=17");
+        select.bind(1, std::int64_t{section});
+        QList<std::int64_t> keys;
+        while (select.step()) {
+            keys << select.int64(0);
+        }
+        return keys;
+    }
+    // A transaction whose blob holds the owner byte and, unless negative, a payment mode.
+    std::int64_t addTransaction(int owner, int payMode, int budgetId = 0) {
+        QByteArray blob = Record_Put::PutField(owner, FieldType::Byte, 0) +
+                          Record_Put::PutField(QStringLiteral("Rent"), FieldType::Text, 2);
+        if (payMode >= 0) {
+            blob += Record_Put::PutField(payMode, FieldType::Int16, 7);
+        }
+        return AddNewRow(store().connection(), [&](std::int64_t fpk, RowValues& row) {
+            row.set(Col::fSec, budget::kBudgetSection);
+            row.set(Col::fSub, budgetId);
+            row.set(Col::fEtx, store().cry.Cipher(static_cast<std::int32_t>(fpk), 1, blob));
+            return true;
+        });
+    }
+    QVariant field(std::int64_t fpk, int index) {
+        Record_Get::FieldValue value;
+        Record_Get::GetField(value, ReadRecord(store(), fpk), index);
+        return value.value;
+    }
+};
+
+} // namespace
+
+class TestBudgetLists : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void knownAnswers();
+    void firstUseWritesDefaults();
+    void roundTripThroughFile();
+    void refusedTexts_data();
+    void refusedTexts();
+    void rowOfAnotherUserGivesNothing();
+    void structuralReading();
+    void hostileTextsSurvive();
+    void namesWithTheSeparator();
+    void payModeEntries();
+    void repairTouchesOnlyTheOwnersMode();
+};
+
+void TestBudgetLists::knownAnswers() {
+    const QByteArray budgets = Vector("budgets_hex");
+    const QByteArray modes = Vector("paymodes_hex");
+    QVERIFY(!budgets.isEmpty() && !modes.isEmpty());
+    QCOMPARE(budget::BudgetListText(3, budget::DefaultBudgets()).toHex(), budgets.toHex());
+    QCOMPARE(budget::PayModesText(3, budget::DefaultPayModes()).toHex(), modes.toHex());
+
+    const std::optional<budget::BudgetList> list = budget::ParseBudgetList(3, budgets);
+    QVERIFY(list);
+    QCOMPARE(list->ids, (QVector<std::uint8_t>{0, 1, 2}));
+    QCOMPARE(list->names, (QStringList{"Budget 1", "Budget 2", "Budget 3"}));
+    QCOMPARE(list->showPrivate, (QVector<bool>{true, true, true}));
+    QCOMPARE(list->requestPin, (QVector<bool>{false, false, false}));
+    const std::optional<budget::PayModes> parsed = budget::ParsePayModes(3, modes);
+    QVERIFY(parsed);
+    QCOMPARE(parsed->ids, budget::DefaultPayModes().ids);
+    QCOMPARE(parsed->names, budget::DefaultPayModes().names);
+    QCOMPARE(parsed->names.value(8), QStringLiteral("Bankomat"));
+}
+
+void TestBudgetLists::firstUseWritesDefaults() {
+    Fixture f;
+    QVERIFY(f.create());
+    QVERIFY(f.listRows(budget::kBudgetListSection).isEmpty());
+    const std::optional<budget::BudgetList> list = budget::LoadBudgets(f.store());
+    QVERIFY(list);
+    QCOMPARE(list->ids, (QVector<std::uint8_t>{0, 1, 2}));
+    QCOMPARE(list->names, budget::DefaultBudgets().names);
+    const std::optional<budget::PayModes> modes = budget::LoadPayModes(f.store());
+    QVERIFY(modes);
+    QCOMPARE(modes->count(), 9);
+    QCOMPARE(modes->names.first(), QStringLiteral("Cash"));
+
+    const QList<std::int64_t> rows = f.listRows(budget::kBudgetListSection);
+    QCOMPARE(rows.size(), 1);
+    const std::optional<Row> row = ReadRow(f.store().connection(), rows.first());
+    QCOMPARE(row->integer(Col::fR1), std::int64_t{f.store().user.fPK});
+    QVERIFY(!row->bytes(Col::fT1).isEmpty() && !row->bytes(Col::fT3).isEmpty());
+    QCOMPARE(ReadRecord(f.store(), rows.first()), budget::BudgetListText(f.store().user.fPK, budget::DefaultBudgets()));
+
+    // Creating the defaults again replaces the row instead of adding a second one.
+    budget::BudgetList changed = *list;
+    changed.names[1] = QStringLiteral("Holiday");
+    QCOMPARE(budget::SaveBudgets(f.store(), changed), 0);
+    QCOMPARE(budget::CreateDefaultBudgets(f.store()), 0);
+    QCOMPARE(f.listRows(budget::kBudgetListSection).size(), 1);
+    QCOMPARE(budget::LoadBudgets(f.store())->names, budget::DefaultBudgets().names);
+}
+
+void TestBudgetLists::roundTripThroughFile() {
+    Fixture f;
+    QVERIFY(f.create());
+    budget::BudgetList list;
+    for (int id = 255; id >= 0; --id) {
+        list.append(static_cast<std::uint8_t>(id), QStringLiteral("B%1 \u03A9").arg(id), id % 2 == 0, id % 3 == 0);
+    }
+    budget::PayModes modes;
+    modes.ids = {511, 255, 1, -1};
+    modes.names = {QStringLiteral("Vale"), QStringLiteral("Crédit"), QString(), QStringLiteral("x")};
+    QCOMPARE(budget::SaveBudgets(f.store(), list), 0);
+    QCOMPARE(budget::SavePayModes(f.store(), modes), 0);
+    QCOMPARE(budget::SaveBudgets(f.store(), list), 0); // a second save changes the row in place
+    QVERIFY(f.reopen());
+
+    const std::optional<budget::BudgetList> read = budget::LoadBudgets(f.store());
+    QVERIFY(read);
+    QCOMPARE(read->count(), 256);
+    QCOMPARE(read->ids, list.ids);
+    QCOMPARE(read->names, list.names);
+    QCOMPARE(read->showPrivate, list.showPrivate);
+    QCOMPARE(read->requestPin, list.requestPin);
+    const std::optional<budget::PayModes> readModes = budget::LoadPayModes(f.store());
+    QVERIFY(readModes);
+    QCOMPARE(readModes->ids, modes.ids);
+    QCOMPARE(readModes->names, modes.names);
+    QCOMPARE(f.listRows(budget::kBudgetListSection).size(), 1);
+    QCOMPARE(f.listRows(budget::kPayModeSection).size(), 1);
+}
+
+void TestBudgetLists::refusedTexts_data() {
+    QTest::addColumn<QByteArray>("plain");
+    const QByteArray entry("\x00\xFF"
+                           "A\xFF\x01\xFF\x00",
+                           7);
+    QTest::newRow("empty") << QByteArray();
+    QTest::newRow("short") << Header(3).left(4);
+    QTest::newRow("header only") << Header(3);
+    QTest::newRow("other user") << Header(4) + entry;
+    QTest::newRow("wrong section byte") << Header(3, 9) + entry;
+}
+
+void TestBudgetLists::refusedTexts() {
+    QFETCH(QByteArray, plain);
+    QVERIFY(!budget::ParseBudgetList(3, plain));
+    QVERIFY(!budget::ParsePayModes(3, plain));
+}
+
+void TestBudgetLists::rowOfAnotherUserGivesNothing() {
+    Fixture f;
+    QVERIFY(f.create());
+    QVERIFY(budget::LoadBudgets(f.store()));
+    const std::int64_t key = f.listRows(budget::kBudgetListSection).first();
+    const QByteArray foreign = budget::BudgetListText(f.store().user.fPK + 1, budget::DefaultBudgets());
+    QCOMPARE(ChangeRow(f.store().connection(), key,
+                       [&](RowValues& row) {
+                           row.set(Col::fEtx, f.store().cry.Cipher(static_cast<std::int32_t>(key), 1, foreign));
+                           return true;
+                       })
+                 .number,
+             0);
+    QVERIFY(!budget::LoadBudgets(f.store()));
+    // A failing row is not replaced behind the user's back.
+    QCOMPARE(f.listRows(budget::kBudgetListSection), QList<std::int64_t>{key});
+}
+
+void TestBudgetLists::structuralReading() {
+    // Ids holding the separator byte read right.
+    budget::BudgetList list;
+    list.append(255, QStringLiteral("Last"), false, true);
+    list.append(7, QString(), true, false);
+    const std::optional<budget::BudgetList> read = budget::ParseBudgetList(3, budget::BudgetListText(3, list));
+    QVERIFY(read);
+    QCOMPARE(read->ids, list.ids);
+    QCOMPARE(read->names, list.names);
+    QCOMPARE(read->showPrivate, list.showPrivate);
+    QCOMPARE(read->requestPin, list.requestPin);
+
+    // A truncated last entry keeps what it has; the rest counts as empty and 0.
+    const std::optional<budget::BudgetList> cut =
+        budget::ParseBudgetList(3, Header(3) + QByteArray("\x04\xFF"
+                                                          "Car\xFF\x01\xFF\x00\xFF\x09\xFF"
+                                                          "Bo",
+                                                          14));
+    QVERIFY(cut);
+    QCOMPARE(cut->ids, (QVector<std::uint8_t>{4, 9}));
+    QCOMPARE(cut->names, (QStringList{"Car", "Bo"}));
+    QCOMPARE(cut->showPrivate, (QVector<bool>{true, false}));
+    const std::optional<budget::PayModes> modes = budget::ParsePayModes(3, Header(3) + QByteArray("\xFF\x01\xFF"
+                                                                                                  "Tip\xFF\x05",
+                                                                                                  8));
+    QVERIFY(modes);
+    QCOMPARE(modes->ids, (QVector<std::int16_t>{511, 5}));
+    QCOMPARE(modes->names, (QStringList{"Tip", QString()}));
+}
+
+void TestBudgetLists::hostileTextsSurvive() {
+    QRandomGenerator random(20261122);
+    for (int i = 0; i < 2000; ++i) {
+        QByteArray tail(static_cast<int>(random.bounded(40)), '\0');
+        for (char& c : tail) {
+            // Mostly separators, so that every path of the reader is walked.
+            c = random.bounded(3) == 0 ? '\xFF' : static_cast<char>(random.bounded(256));
+        }
+        const QByteArray plain = Header(3) + tail;
+        const std::optional<budget::BudgetList> list = budget::ParseBudgetList(3, plain);
+        const std::optional<budget::PayModes> modes = budget::ParsePayModes(3, plain);
+        QCOMPARE(list.has_value(), !tail.isEmpty());
+        if (list) {
+            QCOMPARE(list->names.size(), list->count());
+            QCOMPARE(list->requestPin.size(), list->count());
+            QCOMPARE(modes->names.size(), modes->count());
+        }
+    }
+}
+
+void TestBudgetLists::namesWithTheSeparator() {
+    QVERIFY(budget::NameFitsList(QStringLiteral("Groceries")));
+    // The refusal is by the stored bytes: beside a character outside the code page the text is UTF-8, which
+    // never holds the separator.
+    QVERIFY(budget::NameFitsList(QStringLiteral("\u03A9 and \u00FF")));
+    QVERIFY(!budget::NameFitsList(QStringLiteral("Caf\u00FF")));
+    QVERIFY(budget::NameRefusal().contains(QStringLiteral("\u00FF")));
+}
+
+void TestBudgetLists::payModeEntries() {
+    budget::PayModes modes;
+    modes.ids = {4, 2};
+    modes.names = {QStringLiteral("Four"), QStringLiteral("Two")};
+    const ListEntries all = budget::PayModeEntries(modes, true);
+    QCOMPARE(all, (ListEntries{{"< All >", -1}, {"<N.S.>", 0}, {"Four", 4}, {"Two", 2}}));
+    QCOMPARE(budget::PayModeEntries(modes, false), all.mid(2));
+}
+
+void TestBudgetLists::repairTouchesOnlyTheOwnersMode() {
+    Fixture f;
+    QVERIFY(f.create());
+    const int owner = f.store().user.level;
+    const int other = (owner + 1) % 256;
+    const std::int64_t mine = f.addTransaction(owner, 5);
+    const std::int64_t mineOtherBudget = f.addTransaction(owner, 5, 2);
+    const std::int64_t otherMode = f.addTransaction(owner, 4);
+    const std::int64_t otherOwner = f.addTransaction(other, 5);
+    const std::int64_t noMode = f.addTransaction(owner, -1);
+    const std::int64_t unreadable = AddNewRow(f.store().connection(), [](std::int64_t, RowValues& row) {
+        row.set(Col::fSec, budget::kBudgetSection);
+        row.set(Col::fEtx, QByteArray("not a record"));
+        return true;
+    });
+    QVERIFY(mine && mineOtherBudget && otherMode && otherOwner && noMode && unreadable);
+    const QByteArray untouched = ReadRecord(f.store(), otherOwner);
+
+    QCOMPARE(budget::RepairPayMode(f.store(), 5), 2);
+    QCOMPARE(f.field(mine, 7).toInt(), 0);
+    QCOMPARE(f.field(mineOtherBudget, 7).toInt(), 0);
+    QCOMPARE(f.field(mine, 2).toString(), QStringLiteral("Rent"));
+    QCOMPARE(f.field(otherMode, 7).toInt(), 4);
+    QCOMPARE(ReadRecord(f.store(), otherOwner), untouched);
+    QVERIFY(!f.field(noMode, 7).isValid());
+    QCOMPARE(ReadRow(f.store().connection(), unreadable)->bytes(Col::fEtx), QByteArray("not a record"));
+    QCOMPARE(ReadRow(f.store().connection(), mine)->integer(Col::AE) & 1, std::int64_t{1});
+    QCOMPARE(budget::RepairPayMode(f.store(), 5), 0);
+}
+
+QTEST_GUILESS_MAIN(TestBudgetLists)
+#include "tst_budget_lists.moc"
