@@ -1,5 +1,6 @@
 #include "budget/amounts.h"
 #include "budget/balance_export.h"
+#include "budget/budget_lists.h"
 #include "budget/totals.h"
 #include "budget/transaction.h"
 #include "budget/transaction_list.h"
@@ -9,6 +10,9 @@
 #include "support/test_databases.h"
 
 #include <QTest>
+
+#include <functional>
+#include <limits>
 
 using namespace budget;
 
@@ -146,8 +150,10 @@ private Q_SLOTS:
                             Payments(),
                             true,
                             QLocale()};
-        const auto amounts = [&](ListFilter filter) {
+        const auto amounts = [&](const std::function<void(ListFilter&)>& set) {
+            ListFilter filter;
             filter.month = march;
+            set(filter);
             QStringList seen;
             for (const ListRow& row : ReloadList(store(), filter, context).rows) {
                 seen << row.transaction.amount.toText();
@@ -155,18 +161,21 @@ private Q_SLOTS:
             seen.sort();
             return seen.join(u',');
         };
-        QCOMPARE(amounts({}), QStringLiteral("1,2,4,8"));
-        QCOMPARE(amounts({.category = 2}), QStringLiteral("4,8"));
-        QCOMPARE(amounts({.category = 9999}), QStringLiteral("1,2,4,8"));
-        QCOMPARE(amounts({.credit = false}), QStringLiteral("2,8"));
-        QCOMPARE(amounts({.debit = false}), QStringLiteral("1,4"));
-        QCOMPARE(amounts({.credit = false, .debit = false}), QStringLiteral("1,4"));
-        QCOMPARE(amounts({.showPublic = false}), QStringLiteral("4,8"));
-        QCOMPARE(amounts({.showPrivate = false}), QStringLiteral("1,2"));
-        QCOMPARE(amounts({.budget = 1}), QStringLiteral("32"));
+        QCOMPARE(amounts([](ListFilter&) {}), QStringLiteral("1,2,4,8"));
+        QCOMPARE(amounts([](ListFilter& f) { f.category = 2; }), QStringLiteral("4,8"));
+        QCOMPARE(amounts([](ListFilter& f) { f.category = 9999; }), QStringLiteral("1,2,4,8"));
+        QCOMPARE(amounts([](ListFilter& f) { f.credit = false; }), QStringLiteral("2,8"));
+        QCOMPARE(amounts([](ListFilter& f) { f.debit = false; }), QStringLiteral("1,4"));
+        QCOMPARE(amounts([](ListFilter& f) { f.credit = f.debit = false; }), QStringLiteral("1,4"));
+        QCOMPARE(amounts([](ListFilter& f) { f.showPublic = false; }), QStringLiteral("4,8"));
+        QCOMPARE(amounts([](ListFilter& f) { f.showPrivate = false; }), QStringLiteral("1,2"));
+        QCOMPARE(amounts([](ListFilter& f) { f.budget = 1; }), QStringLiteral("32"));
         // The switch filters after decoding: no private row while it is off, whatever the boxes say.
         context.showPrivate = false;
-        const TransactionList hidden = ReloadList(store(), {.showPublic = false, .month = march}, context);
+        ListFilter privateOnly;
+        privateOnly.month = march;
+        privateOnly.showPublic = false;
+        const TransactionList hidden = ReloadList(store(), privateOnly, context);
         QVERIFY(hidden.queryHadRows);
         QVERIFY(hidden.rows.isEmpty());
     }
@@ -179,7 +188,9 @@ private Q_SLOTS:
         const std::int32_t key = Put(t);
         const ListContext context{{{QStringLiteral("All"), -1}, {QStringLiteral("< Unfiled >"), 0}}, Payments(), true,
                                   QLocale()};
-        const TransactionList list = ReloadList(store(), {.month = t.datePaid}, context);
+        ListFilter filter;
+        filter.month = t.datePaid;
+        const TransactionList list = ReloadList(store(), filter, context);
         QCOMPARE(list.rows.size(), 1);
         QCOMPARE(list.repaired, 1);
         const QStringList texts = list.rows[0].texts;
@@ -190,7 +201,7 @@ private Q_SLOTS:
         QCOMPARE(texts[colPayment], QStringLiteral("<N.S.>")); // a mode that is gone reads as not stated
         QCOMPARE(texts[colPrivate], QStringLiteral("x"));
         QCOMPARE(texts[colNote], QStringLiteral("N"));
-        QCOMPARE(texts[colCategory], QStringLiteral("Unfiled"));
+        QCOMPARE(texts[colCategory], QStringLiteral("< Unfiled >"));
         QCOMPARE(texts[colDateKey], QStringLiteral("046145"));
         QCOMPARE(texts[colCreditKey], QStringLiteral("00000000.00"));
         QCOMPARE(texts[colDebitKey], QStringLiteral("01234567.89"));
