@@ -1,4 +1,7 @@
 #include "store/vector_check.h"
+
+#include "budget/budget_lists.h"
+#include "sections/categories/categories.h"
 #include "store/byte_view.h"
 
 #include "store/backup.h"
@@ -343,8 +346,33 @@ VectorReport CheckVectorFile(const QString& path) {
         });
     }
 
+    if (root.contains(QLatin1String("lists"))) {
+        const QJsonObject c = root.value(QLatin1String("lists")).toObject();
+        checker.run(QStringLiteral("lists"), [&] {
+            constexpr std::int32_t kUser = 3;
+            const QByteArray budgets = Hex(c.value(QLatin1String("budgets_hex")));
+            const QByteArray modes = Hex(c.value(QLatin1String("paymodes_hex")));
+            QString d = Expect(budget::BudgetListText(kUser, budget::DefaultBudgets()), budgets);
+            if (d.isEmpty()) {
+                d = Expect(budget::PayModesText(kUser, budget::DefaultPayModes()), modes);
+            }
+            if (d.isEmpty()) {
+                d = Expect(
+                    categories::CategoryPlainText(kUser, budget::kBudgetSection, QStringLiteral("Food;1;Rent;2")),
+                    Hex(c.value(QLatin1String("category_hex"))));
+            }
+            const std::optional<budget::BudgetList> readBudgets = budget::ParseBudgetList(kUser, budgets);
+            const std::optional<budget::PayModes> readModes = budget::ParsePayModes(kUser, modes);
+            if (d.isEmpty() && (!readBudgets || readBudgets->names != budget::DefaultBudgets().names || !readModes ||
+                                readModes->names != budget::DefaultPayModes().names)) {
+                d = QStringLiteral("does not read back");
+            }
+            return d;
+        });
+    }
+
     // Formats of other parts of the program; each object or array entry counts as one case.
-    for (const char* other : {"recurrence", "lists"}) {
+    for (const char* other : {"recurrence"}) {
         const QJsonValue v = root.value(QLatin1String(other));
         report.skipped += v.isArray() ? static_cast<int>(v.toArray().size()) : (v.isObject() ? 1 : 0);
     }

@@ -60,6 +60,8 @@ private Q_SLOTS:
     void backupThenRestore();
     void badUsage_data();
     void badUsage();
+    void budgetOfAnotherWriter();
+    void budgetAddTotalsExport();
 
 private:
     // Runs the program in the test's folder, with a settings store of its own.
@@ -233,3 +235,53 @@ void TestCliFiles::badUsage() {
 
 QTEST_GUILESS_MAIN(TestCliFiles)
 #include "tst_cli_files.moc"
+
+void TestCliFiles::budgetOfAnotherWriter() {
+    const QString file = CopyOracle(*m_dir, QStringLiteral("basic.nct"));
+    const CliResult listed = cli(
+        {QStringLiteral("budget"), QStringLiteral("list"), file, QStringLiteral("--month"), QStringLiteral("2024-03")},
+        line(kBasic));
+    QVERIFY2(listed.exitCode == 0, qPrintable(listed.err));
+    QCOMPARE(listed.out, QStringLiteral("2024-03-15\tGroceries\t-12.34\tCash\tFood\tCorner shop\tpublic\tPaid cash\n"));
+}
+
+void TestCliFiles::budgetAddTotalsExport() {
+    const QString file = CopyOracle(*m_dir, QStringLiteral("basic.nct"));
+    const auto add = [&](const QStringList& more) {
+        return cli(QStringList{QStringLiteral("budget"), QStringLiteral("add"), file, QStringLiteral("--budget"),
+                               QStringLiteral("0"), QStringLiteral("--date"), QStringLiteral("2024-03-20")} +
+                       more,
+                   line(kBasic));
+    };
+    QCOMPARE(
+        add({"--credit", "1000.50", "--item", "Salary", "--category", "rent", "--payment", "bank transfer"}).exitCode,
+        0);
+    QCOMPARE(add({"--debit", "7.25", "--item", "Secret", "--private"}).exitCode, 0);
+    const CliResult unknown = add({"--debit", "1", "--item", "x", "--category", "Travel"});
+    QCOMPARE(unknown.exitCode, 1);
+    QVERIFY(unknown.err.contains(QLatin1String("Travel")));
+    QCOMPARE(add({"--debit", "1e3", "--item", "x"}).exitCode, 1);
+    QCOMPARE(add({"--credit", "1", "--debit", "1", "--item", "x"}).exitCode, 2);
+
+    const QStringList period{QStringLiteral("--budget"),   QStringLiteral("0"),    QStringLiteral("--from"),
+                             QStringLiteral("2024-03-01"), QStringLiteral("--to"), QStringLiteral("2024-03-31")};
+    const CliResult totals =
+        cli(QStringList{QStringLiteral("budget"), QStringLiteral("totals"), file} + period, line(kBasic));
+    QVERIFY2(totals.exitCode == 0, qPrintable(totals.err));
+    QVERIFY(totals.out.contains(QLatin1String("public credit: 1000.50\n")));
+    QVERIFY(totals.out.contains(QLatin1String("private debit: 7.25\n")));
+    QVERIFY(totals.out.contains(QLatin1String("total balance: 980.91\n")));
+    const CliResult hidden = cli(QStringList{QStringLiteral("budget"), QStringLiteral("totals"), file} + period +
+                                     QStringList{"--hide-private"},
+                                 line(kBasic));
+    QVERIFY(hidden.out.contains(QLatin1String("private debit: \n")));
+
+    const QString csv = path(QStringLiteral("march.csv"));
+    const CliResult exported =
+        cli(QStringList{QStringLiteral("budget"), QStringLiteral("export"), file} + period + QStringList{csv},
+            line(kBasic));
+    QVERIFY2(exported.exitCode == 0, qPrintable(exported.err));
+    const QString text = QString::fromUtf8(readFile(csv));
+    QVERIFY(text.contains(QLatin1String("Rent,1000.50,0.00,1000.50,0.00,0.00,0.00,1000.50,0.00,1000.50\r\n")));
+    QVERIFY(text.contains(QLatin1String("2024-03-20,Salary,1000.50,,Bank Transfer,Rent,,,\r\n")));
+}

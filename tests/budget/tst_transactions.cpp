@@ -54,9 +54,7 @@ class TestTransactions : public QObject {
         return t.key;
     }
 
-    void clearBudgetRows() {
-        QVERIFY(!store().connection().exec("DELETE FROM tt WHERE fSec=17"));
-    }
+    void clearBudgetRows() { QVERIFY(!store().connection().exec("DELETE FROM tt WHERE fSec=17")); }
 
 private Q_SLOTS:
     void initTestCase() {
@@ -145,7 +143,9 @@ private Q_SLOTS:
         Put(Make(march, "8", 3, 2));              // private debit
         Put(Make(QDate(2026, 4, 1), "16", 0, 1)); // next month
         Put(Make(march, "32", 0, 1), 1);          // another budget
-        ListContext context{{{QStringLiteral("All"), -1}, {QStringLiteral("Food"), 1}, {QStringLiteral("Rent"), 2},
+        ListContext context{{{QStringLiteral("All"), -1},
+                             {QStringLiteral("Food"), 1},
+                             {QStringLiteral("Rent"), 2},
                              {QStringLiteral("Unfiled"), 0}},
                             Payments(),
                             true,
@@ -186,8 +186,8 @@ private Q_SLOTS:
         t.partner = QStringLiteral("Bank");
         t.noteFlag = true;
         const std::int32_t key = Put(t);
-        const ListContext context{{{QStringLiteral("All"), -1}, {QStringLiteral("< Unfiled >"), 0}}, Payments(), true,
-                                  QLocale()};
+        const ListContext context{
+            {{QStringLiteral("All"), -1}, {QStringLiteral("< Unfiled >"), 0}}, Payments(), true, QLocale()};
         ListFilter filter;
         filter.month = t.datePaid;
         const TransactionList list = ReloadList(store(), filter, context);
@@ -258,9 +258,9 @@ private Q_SLOTS:
         clearBudgetRows();
         const QDate day(2026, 6, 1);
         Put(Make(day, "10", 0, 1, 1));
-        Put(Make(day.addDays(1), "1", 0, 5, 0));  // unlisted: counts for Food, the row before
-        Put(Make(day.addDays(2), "2", 1, 5, 0));  // and again
-        Put(Make(day.addDays(3), "4", 3, 2, 0));  // Rent, private debit
+        Put(Make(day.addDays(1), "1", 0, 5, 0));   // unlisted: counts for Food, the row before
+        Put(Make(day.addDays(2), "2", 1, 5, 0));   // and again
+        Put(Make(day.addDays(3), "4", 3, 2, 0));   // Rent, private debit
         Put(Make(day.addDays(4), "100", 0, 2, 1)); // Rent, cash
         Put(Make(day.addYears(-1), "1000", 0, 1)); // outside the period
         const ListEntries categories = BalanceCategories({{QStringLiteral("All"), -1},
@@ -274,14 +274,12 @@ private Q_SLOTS:
         QCOMPARE(all.sums[0][1], Money("2"));
         QCOMPARE(all.sums[1][3], Money("4"));
         QCOMPARE(all.sums[1][0], Money("100"));
-        QCOMPARE(*BalanceRowTexts(all, 0, true),
-                 QStringList({QStringLiteral("Food"), "11.00", "0.00", "11.00", "2.00", "0.00", "2.00", "9.00",
-                              "0.00", "9.00"}));
+        QCOMPARE(*BalanceRowTexts(all, 0, true), QStringList({QStringLiteral("Food"), "11.00", "0.00", "11.00", "2.00",
+                                                              "0.00", "2.00", "9.00", "0.00", "9.00"}));
         QCOMPARE(*BalanceRowTexts(all, 1, false),
                  QStringList({QStringLiteral("Rent"), "100.00", "", "", "0.00", "", "", "100.00", "", ""}));
-        QCOMPARE(*ResultTexts(all, true),
-                 QStringList({" 111.00", " 0.00", " 111.00", " 2.00", " 4.00", " 6.00", " 109.00", " -4.00",
-                              " 105.00"}));
+        QCOMPARE(*ResultTexts(all, true), QStringList({" 111.00", " 0.00", " 111.00", " 2.00", " 4.00", " 6.00",
+                                                       " 109.00", " -4.00", " 105.00"}));
         QCOMPARE(ResultTexts(all, false)->at(1), QString());
         // The N.S. entry sums only rows without a stated mode; the first kept row starts at the first category.
         const Balance notStated = RefreshTotals(store(), {0, day, day.addDays(30), kPayModeNotStated}, categories);

@@ -102,6 +102,10 @@ QString LoadCategoryText(Store& store, int section, std::optional<int> budget) {
     return text;
 }
 
+QByteArray CategoryPlainText(std::int32_t user, int section, const QString& text) {
+    return OwnerHeader(user, section) + codepage::ToBytes(text);
+}
+
 int SaveCategoryText(Store& store, const QString& text, int section, int budget) {
     sqlite::Error error;
     const std::optional<ListRow> existing = FindListRow(store, section, section == kBudgetSection, budget, error);
@@ -109,7 +113,7 @@ int SaveCategoryText(Store& store, const QString& text, int section, int budget)
         return error.number;
     }
     const std::int32_t user = store.user.fPK;
-    const QByteArray plain = OwnerHeader(user, section) + codepage::ToBytes(text);
+    const QByteArray plain = CategoryPlainText(user, section, text);
     auto fill = [&](std::int64_t fpk, RowValues& row) {
         const QByteArray sealed = store.cry.Cipher(static_cast<std::int32_t>(fpk), 1, plain);
         if (sealed.isEmpty()) {

@@ -26,6 +26,9 @@ constexpr int kEditCommand = 9999;
 // row is missing or belongs to someone else. A row of the old format is rewritten in the current one on reading.
 QString LoadCategoryText(Store& store, int section, std::optional<int> budget = std::nullopt);
 
+// What a category row enciphers: the owner's id, the section and the list text.
+QByteArray CategoryPlainText(std::int32_t user, int section, const QString& text);
+
 // Writes the list text, making the row when there is none. `budget` counts only in the Budget section.
 // Returns 0 or the engine's error number.
 int SaveCategoryText(Store& store, const QString& text, int section, int budget = 0);
