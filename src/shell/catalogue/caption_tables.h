@@ -12,4 +12,6 @@ extern const std::span<const CaptionEntry> kPassphrase;
 extern const std::span<const CaptionEntry> kMenuDB;
 extern const std::span<const CaptionEntry> kTip;
 extern const std::span<const CaptionEntry> kSplash;
+extern const std::span<const CaptionEntry> kEditBudgetNames;
+extern const std::span<const CaptionEntry> kEditBudgetPaymode;
 } // namespace captions

@@ -13,10 +13,16 @@ struct FormTable {
 
 // One entry a form; each form's table lives beside the others in caption_tables.
 const std::array kForms = {
-    FormTable{"frmMDI", captions::kMDI},       FormTable{"frmOptions", captions::kOptions},
-    FormTable{"frmBackup", captions::kBackup}, FormTable{"frmRestore", captions::kRestore},
-    FormTable{"frmPW", captions::kPassphrase}, FormTable{"frmMenuDB", captions::kMenuDB},
-    FormTable{"frmTip", captions::kTip},       FormTable{"frmSplash", captions::kSplash},
+    FormTable{"frmMDI", captions::kMDI},
+    FormTable{"frmOptions", captions::kOptions},
+    FormTable{"frmBackup", captions::kBackup},
+    FormTable{"frmRestore", captions::kRestore},
+    FormTable{"frmPW", captions::kPassphrase},
+    FormTable{"frmMenuDB", captions::kMenuDB},
+    FormTable{"frmTip", captions::kTip},
+    FormTable{"frmSplash", captions::kSplash},
+    FormTable{"frmEditBudgetNames", captions::kEditBudgetNames},
+    FormTable{"frmEditBudgetPaymode", captions::kEditBudgetPaymode},
 };
 
 } // namespace
