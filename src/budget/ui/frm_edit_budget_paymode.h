@@ -26,8 +26,17 @@ public:
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
+    void cmdNew_Click();
+    void cmdRename_Click();
+    void cmdMove_Click(int direction);
+    void cmdDelete_Click();
+    void cmdOK_Click();
+    // The name typed into an input box, or the null text when there is none to take.
+    QString askName(int title, const QString& current);
+
     Store& m_store;
     bool m_cancelled = true;
     int m_lastNewId = 0;

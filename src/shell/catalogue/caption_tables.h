@@ -15,4 +15,6 @@ extern const std::span<const CaptionEntry> kSplash;
 extern const std::span<const CaptionEntry> kBudget;
 extern const std::span<const CaptionEntry> kEditBudget;
 extern const std::span<const CaptionEntry> kEditCategories;
+extern const std::span<const CaptionEntry> kEditBudgetNames;
+extern const std::span<const CaptionEntry> kEditBudgetPaymode;
 } // namespace captions

@@ -24,6 +24,8 @@ const std::array kForms = {
     FormTable{"frmBudget", captions::kBudget},
     FormTable{"frmEditBudget", captions::kEditBudget},
     FormTable{"frmEditCategories", captions::kEditCategories},
+    FormTable{"frmEditBudgetNames", captions::kEditBudgetNames},
+    FormTable{"frmEditBudgetPaymode", captions::kEditBudgetPaymode},
 };
 
 } // namespace
