@@ -356,9 +356,9 @@ void frmBudget::fillCategoryFilter(int select) {
 
 void frmBudget::fillPayments(int select) {
     const std::optional<budget::PayModes> modes = budget::LoadPayModes(m_session.store());
+    m_busy = true;
     ctlPayment->clear();
     list_controls::AddEntries(ctlPayment, budget::PayModeEntries(modes.value_or(budget::PayModes{}), true));
-    m_busy = true;
     if (!list_controls::SelectByItemData(ctlPayment, select)) {
         ctlPayment->setCurrentIndex(0);
     }

@@ -39,6 +39,11 @@ template <typename T> T* Named(QWidget* parent, const QString& name) {
 constexpr int kRowsForProgress = 2000;
 constexpr int kSumColumnWidth = 84;
 
+// How far right of `to`'s left edge `from`'s left edge stands.
+int OffsetBetween(const QWidget* from, const QWidget* to) {
+    return from->mapToGlobal(QPoint(0, 0)).x() - to->mapToGlobal(QPoint(0, 0)).x();
+}
+
 } // namespace
 
 void frmBudget::buildBalanceTab() {
@@ -314,7 +319,7 @@ void frmBudget::ColumnsResize2() {
     // The sums stand under their columns: the list's credit and debit, the balance's nine.
     if (LV1 != nullptr && lblSollHaben[0] != nullptr) {
         const QHeaderView* header = LV1->header();
-        const int offset = LV1->viewport()->mapTo(lblSollHaben[0]->parentWidget(), QPoint(0, 0)).x();
+        const int offset = OffsetBetween(LV1->viewport(), lblSollHaben[0]->parentWidget());
         for (int i = 0; i < 2; ++i) {
             const int column = i == 0 ? budget::colCredit : budget::colDebit;
             lblSollHaben[static_cast<std::size_t>(i)]->setGeometry(offset + header->sectionViewportPosition(column), 2,
@@ -326,7 +331,7 @@ void frmBudget::ColumnsResize2() {
         return;
     }
     const QHeaderView* header = LV2->header();
-    const int offset = LV2->viewport()->mapTo(result[0]->parentWidget(), QPoint(0, 0)).x();
+    const int offset = OffsetBetween(LV2->viewport(), result[0]->parentWidget());
     for (int i = 0; i < 9; ++i) {
         QLabel* label = result[static_cast<std::size_t>(i)];
         label->setVisible(!header->isSectionHidden(i + 1));
