@@ -1,6 +1,13 @@
 // Renders the main windows and dialogs of the shell into PNG files, so that a person can look at them without
 // clicking through the program: noctaria-screens OUTPUT_FOLDER. Runs on a throw-away database and settings.
 
+#include "budget/transaction.h"
+#include "budget/ui/frm_budget.h"
+#include "budget/ui/frm_edit_budget.h"
+#include "budget/ui/frm_edit_budget_names.h"
+#include "budget/ui/frm_edit_budget_paymode.h"
+#include "sections/categories/categories.h"
+#include "sections/categories/ui/frm_edit_categories.h"
 #include "shell/backup_commands.h"
 #include "shell/open_sequence.h"
 #include "shell/section_list.h"
@@ -18,6 +25,7 @@
 #include <QTemporaryDir>
 #include <QTextStream>
 #include <QTimer>
+#include <QTreeWidget>
 
 namespace {
 
@@ -50,6 +58,37 @@ bool Save(QWidget* widget, const QString& folder, const QString& name) {
     const bool ok = widget->grab().save(path);
     QTextStream(stdout) << (ok ? "wrote " : "failed ") << path << "\n";
     return ok;
+}
+
+// A month of a household budget, so that the Budget's windows show what they are for.
+void AddDemoBudget(Store& store) {
+    categories::SaveCategoryText(store, QStringLiteral("Food;1;Rent;2;Salary;3;Travel;4"), 17, 0);
+    const QDate today = QDate::currentDate();
+    const struct {
+        int day;
+        const char* item;
+        const char* amount;
+        int dcwb;
+        int category;
+        int payMode;
+        const char* partner;
+    } rows[] = {
+        {1, "Salary", "3250", 0, 3, 2, "Employer Ltd"}, {2, "Rent", "1100", 1, 2, 2, "Landlord"},
+        {3, "Groceries", "84.35", 1, 1, 1, "Market"},   {5, "Train tickets", "46.8", 1, 4, 3, "Railways"},
+        {8, "Groceries", "61.2", 1, 1, 9, "Market"},    {9, "Birthday present", "120", 3, 0, 1, ""},
+        {12, "Refund", "19.99", 0, 0, 4, "Web shop"},   {14, "Dinner", "72.5", 1, 1, 3, "Trattoria"},
+    };
+    for (const auto& r : rows) {
+        budget::Transaction t = budget::ClearTransaction(store.user.level, r.category,
+                                                         QDate(today.year(), today.month(), std::min(r.day, 28)));
+        t.description = QString::fromUtf8(r.item);
+        t.amount = *Currency::FromText(QString::fromLatin1(r.amount));
+        t.dcwb = r.dcwb;
+        t.isPrivate = (r.dcwb & budget::kPrivateBit) != 0;
+        t.payMode = r.payMode;
+        t.partner = QString::fromUtf8(r.partner);
+        budget::StoreTransaction(store, 0, t);
+    }
 }
 
 } // namespace
@@ -95,8 +134,34 @@ int main(int argc, char* argv[]) {
     frame.Load();
     frame.resize(1000, 680);
     ok = Save(&frame, out, QStringLiteral("start-screen")) && ok;
+    AddDemoBudget(session.store());
+    session.ShowPrivate = true;
     frame.GotoSection(17);
     ok = Save(&frame, out, QStringLiteral("main-frame")) && ok;
+    if (auto* budget = frame.findChild<frmBudget*>()) {
+        budget->tbsOptions->setCurrentIndex(1);
+        ok = Save(&frame, out, QStringLiteral("budget-balance")) && ok;
+        budget->tbsOptions->setCurrentIndex(0);
+        const std::optional<budget::Transaction> first =
+            budget::LoadTransaction(session.store(), budget->LV1->topLevelItem(0)->data(0, Qt::UserRole).toInt());
+        frmEditBudget editor(session.store(), 0, {{QStringLiteral("< All >"), -1}}, &frame);
+        editor.TransactionToEditor(first.value_or(budget::Transaction{}));
+        ok = Save(&editor, out, QStringLiteral("budget-transaction")) && ok;
+        editor.hide();
+        frmEditBudget chooser(session.store(), 0, {}, &frame);
+        chooser.TransactionToEditor(budget::Transaction{}, 0);
+        ok = Save(&chooser, out, QStringLiteral("budget-transaction-new")) && ok;
+        chooser.hide();
+    }
+    frmEditBudgetNames names(session.store(), &frame);
+    ok = Save(&names, out, QStringLiteral("budget-names")) && ok;
+    names.hide();
+    frmEditBudgetPaymode modes(session.store(), &frame);
+    ok = Save(&modes, out, QStringLiteral("budget-payment-modes")) && ok;
+    modes.hide();
+    frmEditCategories categoryEditor(session.store(), 17, 0, &frame);
+    ok = Save(&categoryEditor, out, QStringLiteral("categories")) && ok;
+    categoryEditor.hide();
     frame.GotoSection(0);
 
     frmPW pw(prompter, {.confirmWanted = true,

@@ -26,6 +26,7 @@
 #include <QMenu>
 #include <QPushButton>
 #include <QTabWidget>
+#include <QTimer>
 #include <QToolButton>
 #include <QTreeWidget>
 #include <QVBoxLayout>
@@ -45,7 +46,7 @@ QString Indexed(const char* name, int index) {
 // Column widths of the list in twips, as the list was laid out; hidden sort keys have none.
 constexpr std::array<int, budget::kListColumns> kListWidths = {1080, 2400, 945,  945, 900, 570,
                                                                1200, 570,  1200, 0,   0,   0};
-constexpr int kTwipsPerPixel = 12;
+constexpr int kTwipsPerPixel = 10;
 
 } // namespace
 
@@ -335,6 +336,7 @@ void frmBudget::cboBudget_Click() {
     mnuBudgetShowPrivate->setEnabled(privateBudget);
 
     ChangePeriod(m_month);
+    buildLV2Headers();
     tbsOptions_Click();
     m_busy = true;
     ctlPayment->setCurrentIndex(0);
@@ -679,6 +681,10 @@ void frmBudget::LV1_ColumnClick(int column) {
 }
 
 void frmBudget::tbsOptions_Click() {
+    QTimer::singleShot(0, this, [this] {
+        fitLV2Columns();
+        ColumnsResize2();
+    });
     for (int i = 0; i < 2; ++i) {
         picOptions[static_cast<std::size_t>(i)]->setVisible(!m_pinRefused && tbsOptions->currentIndex() == i);
     }
@@ -699,5 +705,9 @@ bool frmBudget::eventFilter(QObject* watched, QEvent* event) {
 
 void frmBudget::resizeEvent(QResizeEvent* event) {
     QWidget::resizeEvent(event);
-    ColumnsResize2();
+    // The children are laid out once this event is through.
+    QTimer::singleShot(0, this, [this] {
+        fitLV2Columns();
+        ColumnsResize2();
+    });
 }

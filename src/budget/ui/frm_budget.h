@@ -120,6 +120,8 @@ private:
     void storeAndShow(budget::Transaction& t, bool reselectAlways);
     bool editTransaction(budget::Transaction& t, int kind, bool& stored);
     void ColumnsResize2();
+    void buildLV2Headers();
+    void fitLV2Columns();
     void showPeriodState();
     bool withPrivateColumns() const;
     budget::ListContext listContext() const;

@@ -23,6 +23,8 @@
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace {
 
 QString Indexed(const char* name, int index) {
@@ -37,7 +39,7 @@ template <typename T> T* Named(QWidget* parent, const QString& name) {
 
 // Above this many rows the balance is added up behind a progress window.
 constexpr int kRowsForProgress = 2000;
-constexpr int kSumColumnWidth = 84;
+constexpr int kSumColumnWidth = 72;
 
 // How far right of `to`'s left edge `from`'s left edge stands.
 int OffsetBetween(const QWidget* from, const QWidget* to) {
@@ -59,15 +61,18 @@ void frmBudget::buildBalanceTab() {
     auto* barLayout = new QHBoxLayout(bar);
     barLayout->setContentsMargins(0, 0, 0, 0);
     barLayout->setSpacing(1);
+    // The chosen label shows as checked; Pointer only keeps which one it is.
     Pointer = Named<QFrame>(bar, QStringLiteral("Pointer"));
-    Pointer->setAutoFillBackground(true);
-    Pointer->setBackgroundRole(QPalette::Highlight);
+    Pointer->hide();
     for (int i = 0; i < budget::kPeriodCount; ++i) {
         auto* label = Named<QPushButton>(bar, Indexed("cPeriod", i));
         label->setFlat(true);
+        label->setCheckable(true);
         label->setCursor(Qt::PointingHandCursor);
         label->setMinimumWidth(0);
-        label->setStyleSheet(QStringLiteral("padding: 2px 4px;"));
+        label->setStyleSheet(QStringLiteral("QPushButton { padding: 2px 4px; border: none; }"
+                                            "QPushButton:checked { background: palette(highlight);"
+                                            " color: palette(highlighted-text); }"));
         connect(label, &QPushButton::clicked, this, [this, i] { cPeriod_Click(i); });
         cPeriod[static_cast<std::size_t>(i)] = label;
         barLayout->addWidget(label);
@@ -192,10 +197,8 @@ void frmBudget::showPeriodState() {
     ctlTo->setVisible(controls.toDate);
     lblFromTo->setVisible(controls.toDate);
     Pointer->setProperty("Tag", m_period.pointer);
-    Pointer->setVisible(controls.pointer);
-    if (controls.pointer && m_period.pointer >= 0 && m_period.pointer < budget::kPeriodCount) {
-        Pointer->setGeometry(cPeriod[static_cast<std::size_t>(m_period.pointer)]->geometry());
-        Pointer->lower();
+    for (int i = 0; i < budget::kPeriodCount; ++i) {
+        cPeriod[static_cast<std::size_t>(i)]->setChecked(controls.pointer && i == m_period.pointer);
     }
 }
 
@@ -243,16 +246,29 @@ void frmBudget::ctlPayment_Click() {
     LV2->setFocus();
 }
 
-void frmBudget::RefreshLV2() {
+void frmBudget::buildLV2Headers() {
     const bool withPrivate = withPrivateColumns();
     LV2->setHeaderLabels(budget::BalanceHeaders(withPrivate));
     const QVector<int> visible = budget::VisibleBalanceColumns(withPrivate);
-    LV2->setColumnWidth(0, withPrivate ? 130 : 280);
     for (int c = 1; c < 10; ++c) {
         LV2->setColumnHidden(c, !visible.contains(c));
-        LV2->setColumnWidth(c, kSumColumnWidth);
         LV2->headerItem()->setTextAlignment(c, Qt::AlignRight | Qt::AlignVCenter);
     }
+    fitLV2Columns();
+}
+
+void frmBudget::fitLV2Columns() {
+    // The sums take what they need; the category name gets the rest of the width.
+    const int sums = static_cast<int>(budget::VisibleBalanceColumns(withPrivateColumns()).size()) - 1;
+    const int sumWidth = std::max(kSumColumnWidth, fontMetrics().horizontalAdvance(QStringLiteral("-0000000.00")));
+    LV2->setColumnWidth(0, std::max(sumWidth + 24, LV2->viewport()->width() - sums * sumWidth - 2));
+    for (int c = 1; c < 10; ++c) {
+        LV2->setColumnWidth(c, sumWidth);
+    }
+}
+
+void frmBudget::RefreshLV2() {
+    buildLV2Headers();
     RefreshTotals();
 }
 
