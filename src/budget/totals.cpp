@@ -26,7 +26,7 @@ ListEntries BalanceCategories(const ListEntries& filterEntries) {
 
 QVector<SealedRow> ReadBalanceRows(Store& store, const BalanceQuery& query) {
     sqlite::Statement select = store.connection().prepare(
-        "SELECT fPK, fEtx, fG1, fF2 FROM tt WHERE (fR3 BETWEEN ? AND ?) AND fSec=? AND fSub=? ORDER BY fR3, fPK");
+        "SELECT fPK, fEtx, fG1, fF2 FROM tt WHERE (fR3 BETWEEN ? AND ?) AND +fSec=? AND +fSub=? ORDER BY fR3, fPK");
     select.bind(1, static_cast<std::int64_t>(DayNumber(query.from)))
         .bind(2, static_cast<std::int64_t>(DayNumber(query.to)))
         .bind(3, static_cast<std::int64_t>(kBudgetSection))

@@ -31,7 +31,9 @@ int KindFilter(bool wanted, bool other) {
 } // namespace
 
 QString ListQuery(const ListFilter& filter) {
-    QString sql = QStringLiteral("SELECT * FROM tt WHERE fSec=? AND fSub=?");
+    // The unary plus keeps the engine off the section and budget indexes, which would visit every row of the
+    // budget; the day index finds the month's rows alone.
+    QString sql = QStringLiteral("SELECT * FROM tt WHERE +fSec=? AND +fSub=?");
     if (EffectiveCategory(filter.category) != -1) {
         sql += QStringLiteral(" AND fG1=?");
     }

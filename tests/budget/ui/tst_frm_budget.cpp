@@ -1,0 +1,282 @@
+#include "budget/budget_lists.h"
+#include "budget/transaction.h"
+#include "budget/ui/frm_budget.h"
+#include "budget/ui/frm_edit_budget.h"
+#include "sections/categories/categories.h"
+#include "support/test_databases.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDateEdit>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QTabWidget>
+#include <QTimer>
+#include <QToolButton>
+#include <QTreeWidget>
+#include <QtTest>
+
+#include <functional>
+
+namespace {
+
+using Reply = Prompter::Reply;
+const QString kPass = QStringLiteral("Budget form pass 1");
+
+// Runs `fill` on the transaction editor once it is shown modally, then presses its OK unless `fill` closed it.
+void AnswerEditor(const std::function<void(frmEditBudget&)>& fill) {
+    QTimer::singleShot(0, [fill] {
+        auto* editor = qobject_cast<frmEditBudget*>(QApplication::activeModalWidget());
+        QVERIFY(editor != nullptr);
+        fill(*editor);
+        if (editor->isVisible()) {
+            editor->cmdOK->click();
+        }
+    });
+}
+
+void Type(QLineEdit* field, const QString& text) {
+    field->selectAll();
+    QTest::keyClicks(field, text);
+}
+
+} // namespace
+
+class TestFrmBudget : public QObject {
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+    TestSession m_run;
+    std::unique_ptr<frmBudget> m_form;
+
+    Store& store() { return m_run.store(); }
+    ScriptedPrompter& prompter() { return m_run.prompter; }
+
+    QStringList items() const {
+        QStringList texts;
+        for (int i = 0; i < m_form->LV1->topLevelItemCount(); ++i) {
+            texts << m_form->LV1->topLevelItem(i)->text(budget::colItem);
+        }
+        return texts;
+    }
+    void select(const QString& item) {
+        for (int i = 0; i < m_form->LV1->topLevelItemCount(); ++i) {
+            if (m_form->LV1->topLevelItem(i)->text(budget::colItem) == item) {
+                m_form->LV1->setCurrentItem(m_form->LV1->topLevelItem(i));
+            }
+        }
+    }
+    void addThroughEditor(int kind, const QString& amount, const QString& item, bool isPrivate = false) {
+        AnswerEditor([=](frmEditBudget& editor) {
+            QVERIFY(editor.EditBudgetFrame->isVisibleTo(&editor));
+            Type(editor.ctlAmount, amount);
+            Type(editor.ctlSubject, item);
+            editor.ctlBW->setChecked(isPrivate);
+        });
+        m_form->cmdAdd[static_cast<std::size_t>(kind)]->click();
+    }
+
+private Q_SLOTS:
+    void initTestCase() {
+        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
+        RedirectSettings(m_dir.filePath(QStringLiteral("settings")));
+        QCOMPARE(CreateDatabase(m_run, m_dir.filePath(QStringLiteral("form.nct")), kPass), 0);
+        QCOMPARE(categories::SaveCategoryText(store(), QStringLiteral("Food;1;Rent;2"), 17, 0), 0);
+        m_run.session.ShowPrivate = true;
+        m_form = std::make_unique<frmBudget>(m_run.session);
+        m_form->resize(1000, 600);
+        m_form->show();
+    }
+
+    void firstUseShowsTheDefaultBudgets() {
+        QCOMPARE(m_form->cboBudget->count(), 3);
+        QCOMPARE(m_form->cboBudget->itemText(0), QStringLiteral("Budget 1"));
+        QCOMPARE(m_form->ctlPayment->count(), 11);
+        QCOMPARE(m_form->cboCategories->itemText(0), QStringLiteral("<  All  >"));
+        QCOMPARE(m_form->cboCategories->count(), 4);
+        QVERIFY(!m_form->cmdEdit->isEnabled());
+    }
+
+    void addCreditAndDebitThroughTheEditor() {
+        addThroughEditor(0, QStringLiteral("1e3"), QStringLiteral("Salary"));
+        addThroughEditor(1, QStringLiteral("12.5"), QStringLiteral("Lunch"));
+        QCOMPARE(items().size(), 2);
+        QVERIFY(items().contains(QStringLiteral("Salary")) && items().contains(QStringLiteral("Lunch")));
+        QCOMPARE(m_form->lblSollHaben[0]->text(), QStringLiteral(" 13.00"));
+        QCOMPARE(m_form->lblSollHaben[1]->text(), QStringLiteral(" 12.50"));
+        QCOMPARE(m_form->result[6]->text(), QStringLiteral(" 0.50"));
+        QVERIFY(m_form->cmdEdit->isEnabled());
+    }
+
+    void theEditorRefusesBadInput() {
+        const int shown = static_cast<int>(prompter().shown.size());
+        AnswerEditor([](frmEditBudget& editor) {
+            editor.ctlAmount->clear();
+            Type(editor.ctlSubject, QStringLiteral("x"));
+            editor.cmdOK->click();
+            QVERIFY(editor.isVisible());
+            Type(editor.ctlAmount, QStringLiteral("0"));
+            editor.cmdOK->click(); // 22 answered Cancel: stays
+            QVERIFY(editor.isVisible());
+            editor.ctlSubject->clear();
+            Type(editor.ctlAmount, QStringLiteral("5"));
+            editor.cmdOK->click(); // 363
+            QVERIFY(editor.isVisible());
+            Type(editor.ctlSubject, QStringLiteral("y"));
+            editor.cmdEsc->click(); // 20 answered No: stays
+            QVERIFY(editor.isVisible());
+            editor.cmdEsc->click(); // 20 answered Yes: leaves without a store
+        });
+        prompter().replies.append(QList<Reply>{Reply::Ok, Reply::Cancel, Reply::Ok, Reply::No, Reply::Yes});
+        m_form->cmdAdd[0]->click();
+        QList<int> numbers = prompter().numbers().mid(shown);
+        QCOMPARE(numbers, QList<int>({21, 22, 363, 20, 20}));
+        QCOMPARE(items().size(), 2);
+    }
+
+    void editAndDelete() {
+        select(QStringLiteral("Lunch"));
+        AnswerEditor([](frmEditBudget& editor) {
+            QVERIFY(editor.ctlCD[1]->isChecked());
+            QCOMPARE(editor.ctlAmount->text(), QStringLiteral("12.50"));
+            Type(editor.ctlAmount, QStringLiteral("20"));
+        });
+        m_form->cmdEdit_Click();
+        QCOMPARE(m_form->lblSollHaben[1]->text(), QStringLiteral(" 20.00"));
+
+        select(QStringLiteral("Lunch"));
+        prompter().replies.append(QList<Reply>{Reply::Cancel});
+        m_form->cmdDelete->click();
+        QCOMPARE(items().size(), 2);
+        QVERIFY(prompter().shown.last().text.contains(QStringLiteral("\n\n   Lunch (")));
+        prompter().replies.append(QList<Reply>{Reply::Ok});
+        m_form->cmdDelete->click();
+        QCOMPARE(items(), QStringList{QStringLiteral("Salary")});
+        QCOMPARE(m_form->lblSollHaben[1]->text(), QStringLiteral(" 0.00"));
+        // The balance keeps the deleted amount until it is refreshed.
+        QCOMPARE(m_form->result[3]->text(), QStringLiteral(" 20.00"));
+        m_form->cPeriod[budget::kPeriodYearToDate]->click();
+        QCOMPARE(m_form->result[3]->text(), QStringLiteral(" 0.00"));
+    }
+
+    void movingMonths() {
+        const QDate today = QDate::currentDate();
+        m_form->findChild<QToolButton*>(QStringLiteral("cmdDateMove_0"))->click();
+        QCOMPARE(m_form->monthInView().month(), today.addMonths(-1).month());
+        QCOMPARE(m_form->lblMonth->text(), QLocale().monthName(today.addMonths(-1).month()));
+        QVERIFY(items().isEmpty());
+        QVERIFY(!m_form->cmdEdit->isEnabled());
+        QCOMPARE(m_form->lblSollHaben[0]->text(), QStringLiteral(" 13.00")); // an empty month keeps the sums
+        m_form->lblYear->click();
+        QVERIFY(m_form->lstYear->isVisible());
+        m_form->lstYear->setCurrentRow(today.year() - 1900);
+        m_form->lstYear->itemClicked(m_form->lstYear->currentItem());
+        m_form->cmdDateMove[1]->click();
+        QCOMPARE(m_form->monthInView().month(), today.month());
+        QCOMPARE(items(), QStringList{QStringLiteral("Salary")});
+    }
+
+    void switchingToABudgetWithAPin() {
+        budget::BudgetList budgets = *budget::LoadBudgets(store());
+        budgets.requestPin[1] = true;
+        QCOMPARE(budget::SaveBudgets(store(), budgets), 0);
+        store().user.options.PinCode = QStringLiteral("4321");
+        prompter().passphrases.append(QStringLiteral("wrong"));
+        m_form->FillBudgetCombo(1);
+        QCOMPARE(prompter().numbers().last(), 125);
+        QVERIFY(!m_form->picOptions[0]->isVisible());
+        prompter().passphrases.append(QStringLiteral("4321"));
+        m_form->FillBudgetCombo(1);
+        QVERIFY(m_form->picOptions[0]->isVisible());
+        QVERIFY(items().isEmpty());
+        const qsizetype asked = prompter().passphraseRequests.size();
+        m_form->FillBudgetCombo(0);
+        m_form->FillBudgetCombo(1); // once a session
+        QCOMPARE(prompter().passphraseRequests.size(), asked);
+        m_form->FillBudgetCombo(0);
+        QCOMPARE(items(), QStringList{QStringLiteral("Salary")});
+    }
+
+    void privateRowsFollowTheSwitches() {
+        addThroughEditor(1, QStringLiteral("7"), QStringLiteral("Secret"), true);
+        QVERIFY(items().contains(QStringLiteral("Secret")));
+        QVERIFY(m_form->showBWframe->isVisible());
+        m_form->ShowPrivateBudget(); // hiding asks nothing
+        QVERIFY(!m_form->showBWframe->isVisible());
+        prompter().passphrases.append(kPass);
+        m_form->ShowPrivateBudget();
+        QVERIFY(m_form->showBWframe->isVisible());
+        m_run.session.ShowPrivate = false;
+        m_form->HideShow();
+        QVERIFY(!items().contains(QStringLiteral("Secret")));
+        QVERIFY(m_form->LV1->isColumnHidden(budget::colPrivate));
+        QVERIFY(m_form->LV2->isColumnHidden(2));
+        QCOMPARE(m_form->result[4]->text(), QString());
+        m_run.session.ShowPrivate = true;
+        m_form->HideShow();
+        QVERIFY(items().contains(QStringLiteral("Secret")));
+        QCOMPARE(m_form->result[4]->text(), QStringLiteral(" 7.00"));
+    }
+
+    void balancePeriods() {
+        m_form->tbsOptions->setCurrentIndex(1);
+        m_form->cPeriod[budget::kPeriodTotal]->click();
+        QCOMPARE(m_form->ctlFrom->date(), QDate(2000, 1, 1));
+        QCOMPARE(m_form->ctlTo->date(), QDate::currentDate());
+        QVERIFY(!m_form->cTimeRange[0]->isVisibleTo(m_form.get()));
+        m_form->cPeriod[budget::kPeriodWeek]->click();
+        QVERIFY(m_form->cTimeRange[1]->isVisibleTo(m_form.get()));
+        QCOMPARE(m_form->ctlFrom->date().daysTo(m_form->ctlTo->date()), 6);
+        m_form->cPeriod[budget::kPeriodYear]->click();
+        m_form->cmdDown[0]->click();
+        QCOMPARE(m_form->ctlFrom->date(), QDate(QDate::currentDate().year() - 1, 1, 1));
+        QCOMPARE(m_form->result[0]->text(), QStringLiteral(" 0.00"));
+        m_form->ctlFrom->setDate(QDate(2100, 1, 1)); // beyond the limits and past the end
+        QTRY_COMPARE(m_form->period().pointer, budget::kPeriodByHand);
+        QCOMPARE(m_form->ctlFrom->date(), budget::PeriodMaxDate());
+        QCOMPARE(m_form->ctlTo->date(), budget::PeriodMaxDate());
+        m_form->cPeriod[budget::kPeriodYear]->click(); // the year shown is still last year's
+        QCOMPARE(m_form->ctlFrom->date(), QDate(QDate::currentDate().year() - 1, 1, 1));
+        m_form->cmdUp[0]->click();
+        m_form->ctlPayment->setCurrentIndex(1); // N.S.
+        QCOMPARE(m_form->result[0]->text(), QStringLiteral(" 13.00"));
+        m_form->ctlPayment->setCurrentIndex(2); // Cash: nothing
+        QCOMPARE(m_form->result[0]->text(), QStringLiteral(" 0.00"));
+        m_form->ctlPayment->setCurrentIndex(0);
+        m_form->tbsOptions->setCurrentIndex(0);
+    }
+
+    void exportWritesTheShownBalance() {
+        const QString path = m_dir.filePath(QStringLiteral("balance"));
+        prompter().newFile = path;
+        m_form->cPeriod[budget::kPeriodYearToDate]->click();
+        m_form->cmdExport->click();
+        QFile file(path + QStringLiteral(".csv"));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QString text = QString::fromUtf8(file.readAll());
+        QVERIFY(text.startsWith(QStringLiteral("Category,Public credit,Private credit,Total credit,")));
+        QVERIFY(text.contains(QStringLiteral(",Salary,13.00,,<N.S.>,")));
+        QVERIFY(text.contains(QStringLiteral(",Secret,,7.00,<N.S.>,")));
+        m_run.session.ShowPrivate = false;
+        m_form->HideShow();
+        m_form->cmdExport->click();
+        file.close();
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QString hidden = QString::fromUtf8(file.readAll());
+        QVERIFY(hidden.startsWith(QStringLiteral("Category,Credit,Debit,Balance\r\n")));
+        QVERIFY(!hidden.contains(QStringLiteral("Secret")));
+        m_run.session.ShowPrivate = true;
+        m_form->HideShow();
+    }
+
+    void cleanupTestCase() {
+        m_form.reset();
+        open_sequence::CloseDatabase(m_run.session);
+    }
+};
+
+QTEST_MAIN(TestFrmBudget)
+#include "tst_frm_budget.moc"
