@@ -1,3 +1,4 @@
+#include "app/bench/budget_bench.h"
 #include "app/bench/store_bench.h"
 
 #include <QCoreApplication>
@@ -11,7 +12,9 @@ constexpr int kExitUsage = 2;
 void Usage(QTextStream& err) {
     err << "usage: noctaria-bench WORKLOAD\n"
            "workloads:\n"
-           "  store   write and scan 100,000 enciphered rows beside raw Botan and SQLite\n";
+           "  store   write and scan 100,000 enciphered rows beside raw Botan and SQLite\n"
+           "  budget  100,000 transactions: the month list, a year's balance and the TOTAL balance beside raw Botan "
+           "and SQLite\n";
 }
 
 } // namespace
@@ -23,6 +26,9 @@ int main(int argc, char* argv[]) {
     const QStringList args = QCoreApplication::arguments().mid(1);
     if (args.size() == 1 && args.first() == QLatin1String("store")) {
         return bench::RunStoreBench(out, err);
+    }
+    if (args.size() == 1 && args.first() == QLatin1String("budget")) {
+        return bench::RunBudgetBench(out, err);
     }
     if (!args.isEmpty()) {
         err << "noctaria-bench: unknown workload '" << args.join(u' ') << "'\n";

@@ -1,0 +1,640 @@
+#include "app/bench/budget_bench.h"
+
+#include "budget/budget_lists.h"
+#include "budget/totals.h"
+#include "budget/transaction.h"
+#include "budget/transaction_list.h"
+#include "sections/categories/categories.h"
+#include "shell/open_sequence.h"
+#include "shell/session.h"
+#include "store/cry.h"
+#include "store/prompter.h"
+#include "store/sqlite.h"
+
+#include <QDate>
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QHash>
+#include <QLocale>
+#include <QSettings>
+#include <QStringList>
+#include <QTemporaryDir>
+#include <QTextStream>
+
+#include <botan/cipher_mode.h>
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <random>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace bench {
+namespace {
+
+constexpr int kTransactions = 100000;
+constexpr int kBudgets = 3;
+constexpr int kCategories = 20;
+constexpr int kPayModes = 10;
+constexpr int kYears = 10;
+constexpr int kBudgetShown = 0;
+constexpr int kRuns = 7;
+constexpr double kListTargetMs = 50.0;
+constexpr std::uint32_t kSeed = 20240611;
+constexpr int kSelectors = 65536;
+constexpr std::size_t kKeyBytes = 16;
+constexpr std::size_t kBlock = 8;
+constexpr std::size_t kSelectorBytes = 2;
+constexpr std::size_t kPrefixBytes = 4;
+constexpr std::uint8_t kMarker = 3;
+// The balance gives no thread fewer rows than this, so the limit splits its rows the same way.
+constexpr qsizetype kRowsPerThread = 64;
+constexpr const char* kPassphrase = "throwaway bench passphrase";
+// The selections of the list and of the balance, by the raw side.
+constexpr const char* kMonthSql =
+    "SELECT fPK, fEtx FROM tt WHERE fSec=? AND fSub=? AND (fR3 BETWEEN ? AND ?) ORDER BY fR3, fPK";
+constexpr const char* kBalanceSql =
+    "SELECT fPK, fEtx, fG1, fF2 FROM tt WHERE (fR3 BETWEEN ? AND ?) AND fSec=? AND fSub=? ORDER BY fR3, fPK";
+
+using budget::KindSums;
+
+// What a kind of entry looks like: its text, its partner, the range of its amount in cents, and its kind.
+struct Pattern {
+    const char* description;
+    const char* partner;
+    int minCents;
+    int maxCents;
+    bool debit;
+    bool numbered;
+};
+
+const std::array<Pattern, 20> kPatterns = {{
+    {"Groceries", "Corner Market", 800, 12000, true, false},
+    {"Weekly shop", "FreshWay Supermarket", 3000, 18000, true, false},
+    {"Rent", "Hillside Properties Ltd", 85000, 95000, true, false},
+    {"Electricity", "City Power & Light", 4000, 12000, true, true},
+    {"Water bill", "Municipal Waterworks", 2000, 6000, true, true},
+    {"Phone and internet", "Telecom North", 3500, 6500, true, true},
+    {"Fuel", "Station 24", 3000, 8000, true, false},
+    {"Train ticket", "Regional Rail", 250, 4500, true, false},
+    {"Lunch", "Café Müller", 750, 2500, true, false},
+    {"Dinner out", "Trattoria Bella", 2500, 12000, true, false},
+    {"Pharmacy", "St. Mary's Pharmacy", 300, 4500, true, false},
+    {"Books", "Page & Quill", 800, 6000, true, false},
+    {"Insurance premium", "SafeHarbour Insurance", 6000, 25000, true, true},
+    {"Gym membership", "FitLine Club", 2500, 4500, true, false},
+    {"Birthday present", "", 1000, 10000, true, false},
+    {"Salary", "Arden Engineering GmbH", 280000, 360000, false, false},
+    {"Refund", "Online Outlet", 500, 15000, false, true},
+    {"Interest", "Northbank", 10, 2500, false, false},
+    {"Freelance invoice", "Kettering & Sons", 20000, 150000, false, true},
+    {"Cash deposit", "", 2000, 50000, false, false},
+}};
+
+const std::array<const char*, 5> kNotes = {
+    "Paid in two parts.",
+    "Receipt filed in the blue folder.",
+    "Split with the flatmate; half to be paid back by the end of the month.",
+    "Check against the bank statement.\r\nThe first booking was reversed.",
+    "Price went up this year; look for another offer before renewing.",
+};
+
+const std::array<const char*, kCategories> kCategoryNames = {
+    "Groceries", "Housing",   "Utilities", "Transport", "Eating out",  "Health",        "Insurance",
+    "Clothing",  "Leisure",   "Books",     "Gifts",     "Holidays",    "Household",     "Phone",
+    "Fitness",   "Education", "Savings",   "Salary",    "Side income", "Miscellaneous",
+};
+
+const std::array<const char*, kPayModes - 1> kPayModeNames = {
+    "Cash", "Cheque", "Debit card", "Credit card", "Transfer", "Direct debit", "Standing order", "Online", "Voucher",
+};
+
+// Answers the one passphrase dialog of making the file. Any message box means that something went wrong, so
+// its text goes to the error stream.
+class BenchPrompter final : public Prompter {
+public:
+    explicit BenchPrompter(QTextStream& err)
+        : m_err(err) {}
+
+    Reply message(int number, const QString& text, Buttons buttons, Icon) override {
+        m_err << "noctaria-bench: message " << number << ": " << text << '\n';
+        return SafeReply(buttons);
+    }
+    PassphraseReply passphrase(const PassphraseRequest&) override {
+        PassphraseReply reply;
+        if (!m_answered) {
+            m_answered = true;
+            reply.cancelled = false;
+            reply.text = QString::fromLatin1(kPassphrase);
+        }
+        return reply;
+    }
+    QString chooseNewFile(const QString&, const QString&) override { return {}; }
+    QString chooseExistingFile(const QString&, const QString&) override { return {}; }
+    QString chooseFolder(const QString&, const QString&) override { return {}; }
+    void status(const QString&) override {}
+    void penaltyWait(int) override {}
+
+private:
+    QTextStream& m_err;
+    bool m_answered = false;
+};
+
+// Keeps what the program remembers (last file, last user) in `dir`, away from the settings of whoever runs this.
+void RedirectSettings(const QString& dir) {
+    QSettings::setDefaultFormat(QSettings::IniFormat);
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, dir);
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, dir);
+}
+
+void AddKind(KindSums& sums, int dcwb, Currency amount) {
+    Currency& sum = sums[static_cast<std::size_t>(dcwb & 3)];
+    sum = Currency::FromUnits(sum.units + amount.units);
+}
+
+// The rows and sums of one time frame of the budget in view, as they were written.
+struct Frame {
+    QDate from;
+    QDate to;
+    int rows = 0;
+    KindSums totals{};
+    QHash<int, KindSums> byCategory;
+
+    void count(const budget::Transaction& t) {
+        if (t.datePaid < from || t.datePaid > to) {
+            return;
+        }
+        ++rows;
+        AddKind(totals, t.dcwb, t.amount);
+        AddKind(byCategory[t.category], t.dcwb, t.amount);
+    }
+};
+
+struct Expected {
+    Frame month;
+    Frame year;
+    Frame all;
+};
+
+QString CategoryListText() {
+    QStringList parts;
+    for (int id = 1; id <= kCategories; ++id) {
+        parts << QString::fromLatin1(kCategoryNames[static_cast<std::size_t>(id - 1)]) << QString::number(id);
+    }
+    return parts.join(u';');
+}
+
+ListEntries PaymentEntries() {
+    ListEntries entries{{QStringLiteral("< All >"), budget::kPayModeAll},
+                        {QStringLiteral("<N.S.>"), budget::kPayModeNotStated}};
+    for (int id = 1; id < kPayModes; ++id) {
+        entries.append({QString::fromLatin1(kPayModeNames[static_cast<std::size_t>(id - 1)]), id});
+    }
+    return entries;
+}
+
+int Below(std::mt19937& rng, int n) {
+    return static_cast<int>(rng() % static_cast<std::uint32_t>(n));
+}
+
+budget::Transaction MakeTransaction(std::mt19937& rng, int owner, const QDate& date) {
+    const Pattern& p = kPatterns[static_cast<std::size_t>(Below(rng, static_cast<int>(kPatterns.size())))];
+    // Category 0 ("Unfiled") is as likely as any named one.
+    budget::Transaction t = budget::ClearTransaction(owner, Below(rng, kCategories + 1), date);
+    t.description = QString::fromUtf8(p.description);
+    if (p.numbered) {
+        t.description += QStringLiteral(" %1-%2").arg(date.year()).arg(Below(rng, 900) + 100);
+    }
+    t.partner = QString::fromUtf8(p.partner);
+    t.amount = Currency::FromUnits(static_cast<std::int64_t>(p.minCents + Below(rng, p.maxCents - p.minCents + 1)) *
+                                   (Currency::kScale / 100));
+    t.isPrivate = Below(rng, 10) == 0;
+    t.dcwb = (p.debit ? budget::kDebitBit : 0) | (t.isPrivate ? budget::kPrivateBit : 0);
+    t.payMode = Below(rng, kPayModes);
+    if (Below(rng, 7) == 0) {
+        t.note = QString::fromUtf8(kNotes[static_cast<std::size_t>(Below(rng, static_cast<int>(kNotes.size())))]);
+        t.noteFlag = true;
+    }
+    return t;
+}
+
+// Writes the categories of every budget and the transactions, spread evenly over the years up to `today`, the
+// transactions inside one transaction of the engine. Counts what goes into the budget in view.
+bool Fill(Store& store, const QDate& today, Expected& expected, QTextStream& err) {
+    const QString categoryText = CategoryListText();
+    for (int b = 0; b < kBudgets; ++b) {
+        if (const int e = categories::SaveCategoryText(store, categoryText, categories::kBudgetSection, b)) {
+            err << "noctaria-bench: the categories of budget " << b << " could not be written: " << e << '\n';
+            return false;
+        }
+    }
+    if (const sqlite::Error e = store.connection().exec("BEGIN")) {
+        err << "noctaria-bench: BEGIN failed: " << e.description << '\n';
+        return false;
+    }
+    std::mt19937 rng(kSeed);
+    const QDate first = today.addYears(-kYears).addDays(1);
+    const qint64 span = first.daysTo(today) + 1;
+    for (int i = 0; i < kTransactions; ++i) {
+        const QDate date = first.addDays(span * i / kTransactions);
+        const int budgetId = Below(rng, kBudgets);
+        budget::Transaction t = MakeTransaction(rng, store.user.level, date);
+        if (const int e = budget::StoreTransaction(store, budgetId, t)) {
+            err << "noctaria-bench: writing transaction " << i << " failed: " << e << '\n';
+            store.connection().exec("ROLLBACK");
+            return false;
+        }
+        if (budgetId == kBudgetShown) {
+            expected.month.count(t);
+            expected.year.count(t);
+            expected.all.count(t);
+        }
+    }
+    if (const sqlite::Error e = store.connection().exec("COMMIT")) {
+        err << "noctaria-bench: COMMIT failed: " << e.description << '\n';
+        return false;
+    }
+    return true;
+}
+
+// Whether the month list shows exactly the rows written for the month, with their amounts and categories.
+bool ListAgrees(const budget::TransactionList& list, const Frame& frame) {
+    if (list.rows.size() != frame.rows || list.queryHadRows != (frame.rows > 0) || list.repaired != 0) {
+        return false;
+    }
+    KindSums totals{};
+    QHash<int, KindSums> byCategory;
+    for (const budget::ListRow& row : list.rows) {
+        if (row.texts.size() != budget::kListColumns) {
+            return false;
+        }
+        AddKind(totals, row.transaction.dcwb, row.transaction.amount);
+        AddKind(byCategory[row.transaction.category], row.transaction.dcwb, row.transaction.amount);
+    }
+    return totals == frame.totals && byCategory == frame.byCategory;
+}
+
+// Whether the balance holds, to the last unit, the sums written for the frame, in total and by category.
+bool BalanceAgrees(const budget::Balance& balance, const Frame& frame) {
+    if (balance.overflow || balance.totals != frame.totals || balance.sums.size() != balance.categories.size()) {
+        return false;
+    }
+    for (qsizetype i = 0; i < balance.categories.size(); ++i) {
+        if (balance.sums[i] != frame.byCategory.value(balance.categories[i].itemData)) {
+            return false;
+        }
+    }
+    for (auto it = frame.byCategory.cbegin(); it != frame.byCategory.cend(); ++it) {
+        if (IndexOfItemData(balance.categories, it.key()) < 0) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// Every record key of the pool, worked out once before timing, so that the limit pays for the cipher alone.
+CRY::SecureBytes AllRecordKeys(const CRY::SecureBytes& pool) {
+    CRY cry;
+    cry.setKeyPool(pool);
+    CRY::SecureBytes keys(kSelectors * kKeyBytes);
+    for (int r = 0; r < kSelectors; ++r) {
+        cry.SelectKey(r);
+        std::copy(cry.RecordKey().begin(), cry.RecordKey().end(), keys.begin() + r * kKeyBytes);
+    }
+    return keys;
+}
+
+// Deciphers a stored record (selector, vector, cipher text) into `buffer` with its precomputed key; whether it
+// ends in a well-formed marker and padding and begins with the row's own key, as the store checks.
+bool DecipherRaw(Botan::Cipher_Mode& mode, const CRY::SecureBytes& keys, std::int64_t fpk, const std::uint8_t* p,
+                 std::size_t n, CRY::SecureBytes& buffer) {
+    const std::size_t head = kSelectorBytes + kBlock;
+    if (p == nullptr || n < head + kBlock || (n - head) % kBlock != 0) {
+        return false;
+    }
+    const std::size_t selector = 256u * p[0] + p[1];
+    buffer.assign(p + head, p + n);
+    mode.set_key(keys.data() + selector * kKeyBytes, kKeyBytes);
+    mode.start(p + kSelectorBytes, kBlock);
+    mode.finish(buffer);
+    const std::size_t pad = buffer.back();
+    if (pad + 1 + kPrefixBytes > buffer.size() || buffer[buffer.size() - pad - 1] != kMarker) {
+        return false;
+    }
+    std::uint32_t lead = 0;
+    for (std::size_t b = 0; b < kPrefixBytes; ++b) {
+        lead |= static_cast<std::uint32_t>(buffer[b]) << (8 * b);
+    }
+    return lead == static_cast<std::uint32_t>(fpk);
+}
+
+using Statement = std::unique_ptr<sqlite3_stmt, decltype(&sqlite3_finalize)>;
+
+// `sql` prepared with the budget in view and the two day numbers bound in its first four parameters.
+Statement PrepareRange(sqlite3* db, const char* sql, int firstDay, int lastDay, bool budgetFirst) {
+    sqlite3_stmt* raw = nullptr;
+    if (sqlite3_prepare_v2(db, sql, -1, &raw, nullptr) != SQLITE_OK) {
+        return {nullptr, &sqlite3_finalize};
+    }
+    const int range = budgetFirst ? 3 : 1;
+    const int section = budgetFirst ? 1 : 3;
+    sqlite3_bind_int(raw, section, categories::kBudgetSection);
+    sqlite3_bind_int(raw, section + 1, kBudgetShown);
+    sqlite3_bind_int(raw, range, firstDay);
+    sqlite3_bind_int(raw, range + 1, lastDay);
+    return {raw, &sqlite3_finalize};
+}
+
+// The month list's rows by raw SQLite and raw Botan, in the list's order, each record deciphered and nothing
+// decoded. The count of intact rows, or -1.
+int MonthLimit(sqlite3* db, const CRY::SecureBytes& keys, int firstDay, int lastDay) {
+    const Statement select = PrepareRange(db, kMonthSql, firstDay, lastDay, true);
+    auto mode = Botan::Cipher_Mode::create("Blowfish/CBC/NoPadding", Botan::DECRYPTION);
+    if (!select || !mode) {
+        return -1;
+    }
+    CRY::SecureBytes buffer;
+    int intact = 0;
+    int rc = SQLITE_ROW;
+    while ((rc = sqlite3_step(select.get())) == SQLITE_ROW) {
+        const auto* p = static_cast<const std::uint8_t*>(sqlite3_column_blob(select.get(), 1));
+        const auto n = static_cast<std::size_t>(sqlite3_column_bytes(select.get(), 1));
+        if (DecipherRaw(*mode, keys, sqlite3_column_int64(select.get(), 0), p, n, buffer)) {
+            ++intact;
+        }
+    }
+    return rc == SQLITE_DONE ? intact : -1;
+}
+
+// The balance's split of `count` rows: one part per core, none smaller than the balance allows.
+qsizetype ThreadsFor(qsizetype count) {
+    return std::clamp<qsizetype>(std::thread::hardware_concurrency(), 1,
+                                 std::max<qsizetype>(1, count / kRowsPerThread));
+}
+
+struct RawRow {
+    std::int64_t key = 0;
+    int category = 0;
+    bool noteFlag = false;
+    std::vector<std::uint8_t> sealed;
+};
+
+// A balance's rows by raw SQLite and raw Botan: read in one go as the balance reads them, then deciphered on as
+// many threads as the balance uses, each with a cipher of its own. The count of intact rows, or -1.
+int BalanceLimit(sqlite3* db, const CRY::SecureBytes& keys, int firstDay, int lastDay) {
+    const Statement select = PrepareRange(db, kBalanceSql, firstDay, lastDay, false);
+    if (!select) {
+        return -1;
+    }
+    std::vector<RawRow> rows;
+    int rc = SQLITE_ROW;
+    while ((rc = sqlite3_step(select.get())) == SQLITE_ROW) {
+        const auto* p = static_cast<const std::uint8_t*>(sqlite3_column_blob(select.get(), 1));
+        const auto n = static_cast<std::size_t>(sqlite3_column_bytes(select.get(), 1));
+        rows.push_back({sqlite3_column_int64(select.get(), 0), sqlite3_column_int(select.get(), 2),
+                        sqlite3_column_int(select.get(), 3) != 0, std::vector<std::uint8_t>(p, p + n)});
+    }
+    if (rc != SQLITE_DONE) {
+        return -1;
+    }
+
+    const auto count = static_cast<qsizetype>(rows.size());
+    const qsizetype threads = ThreadsFor(count);
+    const qsizetype chunk = (count + threads - 1) / threads;
+    std::vector<int> intact(static_cast<std::size_t>(threads), 0);
+    const auto decipherRange = [&](qsizetype part) {
+        try {
+            auto mode = Botan::Cipher_Mode::create_or_throw("Blowfish/CBC/NoPadding", Botan::DECRYPTION);
+            CRY::SecureBytes buffer;
+            int& done = intact[static_cast<std::size_t>(part)];
+            for (qsizetype i = part * chunk; i < std::min(count, (part + 1) * chunk); ++i) {
+                const RawRow& row = rows[static_cast<std::size_t>(i)];
+                if (DecipherRaw(*mode, keys, row.key, row.sealed.data(), row.sealed.size(), buffer)) {
+                    ++done;
+                }
+            }
+        } catch (const std::exception&) {
+            intact[static_cast<std::size_t>(part)] = -1;
+        }
+    };
+    std::vector<std::thread> workers;
+    for (qsizetype t = 1; t < threads; ++t) {
+        workers.emplace_back(decipherRange, t);
+    }
+    decipherRange(0);
+    for (std::thread& worker : workers) {
+        worker.join();
+    }
+    int total = 0;
+    for (const int part : intact) {
+        if (part < 0) {
+            return -1;
+        }
+        total += part;
+    }
+    return total;
+}
+
+// How the engine goes about `sql`, its steps joined; the plan decides most of what selecting the rows costs.
+QString QueryPlan(sqlite3* db, const QByteArray& sql) {
+    const QByteArray explain = "EXPLAIN QUERY PLAN " + sql;
+    sqlite3_stmt* raw = nullptr;
+    if (sqlite3_prepare_v2(db, explain.constData(), -1, &raw, nullptr) != SQLITE_OK) {
+        return QStringLiteral("(none)");
+    }
+    const Statement plan(raw, &sqlite3_finalize);
+    QStringList steps;
+    while (sqlite3_step(plan.get()) == SQLITE_ROW) {
+        steps << QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(plan.get(), 3)));
+    }
+    return steps.join(QStringLiteral("; "));
+}
+
+double MillisecondsOf(const QElapsedTimer& timer) {
+    return static_cast<double>(timer.nsecsElapsed()) / 1e6;
+}
+
+double Median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+// One side of a workload: runs the work once, sets how long the work itself took, and says whether its result
+// agrees with what was written.
+using Side = std::function<bool(double& ms)>;
+
+struct Result {
+    const char* workload;
+    int rows;
+    double oursMs;
+    double limitMs;
+};
+
+// Both sides once untimed, then alternately, so that whatever the machine does meanwhile falls on both; the
+// medians. False when any run of either side disagrees.
+bool Measure(const char* workload, int rows, const Side& ours, const Side& limit, std::vector<Result>& results,
+             QTextStream& err) {
+    double ms = 0;
+    bool oursAgree = ours(ms);
+    bool limitAgrees = limit(ms);
+    std::vector<double> oursMs;
+    std::vector<double> limitMs;
+    for (int run = 0; run < kRuns; ++run) {
+        oursAgree = ours(ms) && oursAgree;
+        oursMs.push_back(ms);
+        limitAgrees = limit(ms) && limitAgrees;
+        limitMs.push_back(ms);
+    }
+    results.push_back({workload, rows, Median(oursMs), Median(limitMs)});
+    if (!oursAgree) {
+        err << "noctaria-bench: " << workload << ": the program's result disagrees with what was written\n";
+    }
+    if (!limitAgrees) {
+        err << "noctaria-bench: " << workload << ": the raw reading did not decipher every row written\n";
+    }
+    return oursAgree && limitAgrees;
+}
+
+void PrintTable(QTextStream& out, const std::vector<Result>& results) {
+    out << QStringLiteral("%1 %2 %3 %4 %5\n")
+               .arg(QStringLiteral("workload"), -14)
+               .arg(QStringLiteral("rows"), 7)
+               .arg(QStringLiteral("ours ms"), 10)
+               .arg(QStringLiteral("limit ms"), 10)
+               .arg(QStringLiteral("ratio"), 7);
+    for (const Result& r : results) {
+        out << QStringLiteral("%1 %2 %3 %4 %5\n")
+                   .arg(QLatin1String(r.workload), -14)
+                   .arg(r.rows, 7)
+                   .arg(r.oursMs, 10, 'f', 1)
+                   .arg(r.limitMs, 10, 'f', 1)
+                   .arg(r.limitMs > 0 ? r.oursMs / r.limitMs : 0.0, 7, 'f', 2);
+    }
+}
+
+int Run(QTextStream& out, QTextStream& err) {
+    QTemporaryDir dir;
+    if (!dir.isValid()) {
+        err << "noctaria-bench: no temporary directory: " << dir.errorString() << '\n';
+        return 1;
+    }
+    RedirectSettings(dir.filePath(QStringLiteral("settings")));
+    BenchPrompter prompter(err);
+    Session session(prompter);
+    session.CreatingDefault = true;
+    session.DbPath = dir.filePath(QStringLiteral("budget.nct"));
+    if (const int error = open_sequence::NewDatabase(session)) {
+        err << "noctaria-bench: the database could not be made: " << error << '\n';
+        return 1;
+    }
+    Store& store = session.store();
+
+    const QDate today = QDate::currentDate();
+    const QDate monthStart(today.year(), today.month(), 1);
+    Expected expected;
+    expected.month.from = monthStart;
+    expected.month.to = monthStart.addMonths(1).addDays(-1);
+    expected.year.from = QDate(today.year(), 1, 1);
+    expected.year.to = today;
+    expected.all.from = QDate(2000, 1, 1);
+    expected.all.to = today;
+
+    QElapsedTimer timer;
+    timer.start();
+    if (!Fill(store, today, expected, err)) {
+        return 1;
+    }
+    out << "filled " << kTransactions << " transactions (" << kBudgets << " budgets, " << kCategories
+        << " categories each, " << kYears << " years to " << today.toString(Qt::ISODate) << ") in "
+        << QString::number(MillisecondsOf(timer), 'f', 0) << " ms; file "
+        << QString::number(static_cast<double>(QFileInfo(session.DbPath).size()) / (1024.0 * 1024.0), 'f', 1)
+        << " MB\n";
+    out.flush();
+
+    ListEntries entries;
+    categories::FillCategoryEntries(store, entries, categories::kBudgetSection, {.addAll = true, .addUnfiled = true},
+                                    kBudgetShown);
+    const budget::ListFilter filter{.budget = kBudgetShown, .category = categories::kAll, .month = today};
+    const budget::ListContext context{entries, PaymentEntries(), true, QLocale::c()};
+    const ListEntries balanceCategories = budget::BalanceCategories(entries);
+    CRY::SecureBytes keys = AllRecordKeys(store.cry.KeyPool());
+    sqlite3* raw = store.connection().handle();
+
+    std::vector<Result> results;
+    const Frame& month = expected.month;
+    bool ok = Measure(
+        "month list", month.rows,
+        [&](double& ms) {
+            QElapsedTimer t;
+            t.start();
+            const budget::TransactionList list = budget::ReloadList(store, filter, context);
+            ms = MillisecondsOf(t);
+            return ListAgrees(list, month);
+        },
+        [&](double& ms) {
+            QElapsedTimer t;
+            t.start();
+            const int intact = MonthLimit(raw, keys, budget::DayNumber(month.from), budget::DayNumber(month.to));
+            ms = MillisecondsOf(t);
+            return intact == month.rows;
+        },
+        results, err);
+
+    for (const auto& item : {std::pair{"year balance", &expected.year}, std::pair{"TOTAL balance", &expected.all}}) {
+        const Frame& frame = *item.second;
+        const budget::BalanceQuery query{kBudgetShown, frame.from, frame.to, budget::kPayModeAll};
+        const bool agrees = Measure(
+            item.first, frame.rows,
+            [&](double& ms) {
+                QElapsedTimer t;
+                t.start();
+                const budget::Balance balance = budget::RefreshTotals(store, query, balanceCategories);
+                ms = MillisecondsOf(t);
+                return BalanceAgrees(balance, frame);
+            },
+            [&](double& ms) {
+                QElapsedTimer t;
+                t.start();
+                const int intact = BalanceLimit(raw, keys, budget::DayNumber(frame.from), budget::DayNumber(frame.to));
+                ms = MillisecondsOf(t);
+                return intact == frame.rows;
+            },
+            results, err);
+        ok = agrees && ok;
+    }
+    CRY::WipeBytes(keys);
+
+    PrintTable(out, results);
+    out << "medians of " << kRuns << " runs; balance threads: " << ThreadsFor(expected.year.rows) << " (year), "
+        << ThreadsFor(expected.all.rows) << " (TOTAL), hardware concurrency " << std::thread::hardware_concurrency()
+        << '\n';
+    out << "plan of the month list: " << QueryPlan(raw, budget::ListQuery(filter).toUtf8()) << '\n'
+        << "plan of the balances: " << QueryPlan(raw, kBalanceSql) << '\n';
+    const double listMs = results.front().oursMs;
+    out << "month list " << (listMs < kListTargetMs ? "under" : "NOT under") << ' ' << kListTargetMs << " ms ("
+        << QString::number(listMs, 'f', 1) << " ms)\n";
+    out.flush();
+
+    open_sequence::CloseDatabase(session);
+    return ok ? 0 : 1;
+}
+
+} // namespace
+
+int RunBudgetBench(QTextStream& out, QTextStream& err) {
+    // Botan reports misuse by throwing; a benchmark has nothing to recover, only something to report.
+    try {
+        return Run(out, err);
+    } catch (const std::exception& e) {
+        err << "noctaria-bench: " << e.what() << '\n';
+        return 1;
+    }
+}
+
+} // namespace bench
