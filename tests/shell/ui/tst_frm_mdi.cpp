@@ -198,6 +198,12 @@ private Q_SLOTS:
         QCOMPARE(f->frame->timerSplash.interval(), 1300);
         QVERIFY(f->frame->activeSectionForm() == nullptr);
         QTRY_COMPARE_WITH_TIMEOUT(f->formName(), QStringLiteral("frmBudget"), 5000);
+        // The section's commands stand in the frame's menu while the section is open, and go with it.
+        QVERIFY(f->menuShown(QStringLiteral("mnuBudget")));
+        QVERIFY(f->action(QStringLiteral("mnuBudgetAdd")) != nullptr);
+        f->frame->GotoSection(0);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(f->find<QMenu>(QStringLiteral("mnuBudget"))->actions().isEmpty());
     }
 
     void sectionSwitchBuildsANewFormEachTime() {
