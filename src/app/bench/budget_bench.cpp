@@ -58,9 +58,9 @@ constexpr qsizetype kRowsPerThread = 64;
 constexpr const char* kPassphrase = "throwaway bench passphrase";
 // The selections of the list and of the balance, by the raw side.
 constexpr const char* kMonthSql =
-    "SELECT fPK, fEtx FROM tt WHERE fSec=? AND fSub=? AND (fR3 BETWEEN ? AND ?) ORDER BY fR3, fPK";
+    "SELECT fPK, fEtx FROM tt WHERE +fSec=? AND +fSub=? AND (fR3 BETWEEN ? AND ?) ORDER BY fR3, fPK";
 constexpr const char* kBalanceSql =
-    "SELECT fPK, fEtx, fG1, fF2 FROM tt WHERE (fR3 BETWEEN ? AND ?) AND fSec=? AND fSub=? ORDER BY fR3, fPK";
+    "SELECT fPK, fEtx, fG1, fF2 FROM tt WHERE (fR3 BETWEEN ? AND ?) AND +fSec=? AND +fSub=? ORDER BY fR3, fPK";
 
 using budget::KindSums;
 
