@@ -1,5 +1,7 @@
 #include "app/bench/budget_bench.h"
 
+#include "app/bench/raw_cipher.h"
+
 #include "budget/budget_lists.h"
 #include "budget/totals.h"
 #include "budget/transaction.h"
@@ -47,12 +49,6 @@ constexpr int kBudgetShown = 0;
 constexpr int kRuns = 7;
 constexpr double kListTargetMs = 50.0;
 constexpr std::uint32_t kSeed = 20240611;
-constexpr int kSelectors = 65536;
-constexpr std::size_t kKeyBytes = 16;
-constexpr std::size_t kBlock = 8;
-constexpr std::size_t kSelectorBytes = 2;
-constexpr std::size_t kPrefixBytes = 4;
-constexpr std::uint8_t kMarker = 3;
 // The balance gives no thread fewer rows than this, so the limit splits its rows the same way.
 constexpr qsizetype kRowsPerThread = 64;
 constexpr const char* kPassphrase = "throwaway bench passphrase";
@@ -298,42 +294,6 @@ bool BalanceAgrees(const budget::Balance& balance, const Frame& frame) {
     return true;
 }
 
-// Every record key of the pool, worked out once before timing, so that the limit pays for the cipher alone.
-CRY::SecureBytes AllRecordKeys(const CRY::SecureBytes& pool) {
-    CRY cry;
-    cry.setKeyPool(pool);
-    CRY::SecureBytes keys(kSelectors * kKeyBytes);
-    for (int r = 0; r < kSelectors; ++r) {
-        cry.SelectKey(r);
-        std::copy(cry.RecordKey().begin(), cry.RecordKey().end(), keys.begin() + r * kKeyBytes);
-    }
-    return keys;
-}
-
-// Deciphers a stored record (selector, vector, cipher text) into `buffer` with its precomputed key; whether it
-// ends in a well-formed marker and padding and begins with the row's own key, as the store checks.
-bool DecipherRaw(Botan::Cipher_Mode& mode, const CRY::SecureBytes& keys, std::int64_t fpk, const std::uint8_t* p,
-                 std::size_t n, CRY::SecureBytes& buffer) {
-    const std::size_t head = kSelectorBytes + kBlock;
-    if (p == nullptr || n < head + kBlock || (n - head) % kBlock != 0) {
-        return false;
-    }
-    const std::size_t selector = 256u * p[0] + p[1];
-    buffer.assign(p + head, p + n);
-    mode.set_key(keys.data() + selector * kKeyBytes, kKeyBytes);
-    mode.start(p + kSelectorBytes, kBlock);
-    mode.finish(buffer);
-    const std::size_t pad = buffer.back();
-    if (pad + 1 + kPrefixBytes > buffer.size() || buffer[buffer.size() - pad - 1] != kMarker) {
-        return false;
-    }
-    std::uint32_t lead = 0;
-    for (std::size_t b = 0; b < kPrefixBytes; ++b) {
-        lead |= static_cast<std::uint32_t>(buffer[b]) << (8 * b);
-    }
-    return lead == static_cast<std::uint32_t>(fpk);
-}
-
 using Statement = std::unique_ptr<sqlite3_stmt, decltype(&sqlite3_finalize)>;
 
 // `sql` prepared with the budget in view and the two day numbers bound in its first four parameters.
@@ -454,10 +414,6 @@ QString QueryPlan(sqlite3* db, const QByteArray& sql) {
         steps << QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(plan.get(), 3)));
     }
     return steps.join(QStringLiteral("; "));
-}
-
-double MillisecondsOf(const QElapsedTimer& timer) {
-    return static_cast<double>(timer.nsecsElapsed()) / 1e6;
 }
 
 double Median(std::vector<double> values) {

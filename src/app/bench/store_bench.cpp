@@ -1,5 +1,7 @@
 #include "app/bench/store_bench.h"
 
+#include "app/bench/raw_cipher.h"
+
 #include "store/cry.h"
 #include "store/db.h"
 #include "store/field_codec.h"
@@ -30,12 +32,6 @@ constexpr int kRows = 100000;
 constexpr int kWarmUpRows = 2000;
 constexpr int kBlobBytes = 300;
 constexpr int kPoolBytes = 270;
-constexpr int kSelectors = 65536;
-constexpr std::size_t kKeyBytes = 16;
-constexpr std::size_t kBlock = 8;
-constexpr std::size_t kSelectorBytes = 2;
-constexpr std::size_t kPrefixBytes = 4;
-constexpr std::uint8_t kMarker = 3;
 constexpr int kSectionCode = 14;
 
 using Blobs = std::vector<QByteArray>;
@@ -45,10 +41,6 @@ struct Result {
     double oursMs;
     double limitMs;
 };
-
-double MillisecondsOf(const QElapsedTimer& timer) {
-    return static_cast<double>(timer.nsecsElapsed()) / 1e6;
-}
 
 // `seed` repeated to exactly `n` characters, so that every blob has the same size whatever the row number.
 QString TextOfLength(const QString& seed, int n) {
@@ -73,16 +65,6 @@ QByteArray MakeBlob(int i) {
         TextOfLength(QStringLiteral("Note %1: security questions, recovery codes and branch hours. ").arg(i), 227),
         FieldType::Text, 3);
     return blob;
-}
-
-// Every record key of the pool, worked out once before timing, so that the limit pays for the cipher alone.
-CRY::SecureBytes AllRecordKeys(CRY& cry) {
-    CRY::SecureBytes keys(kSelectors * kKeyBytes);
-    for (int r = 0; r < kSelectors; ++r) {
-        cry.SelectKey(r);
-        std::copy(cry.RecordKey().begin(), cry.RecordKey().end(), keys.begin() + r * kKeyBytes);
-    }
-    return keys;
 }
 
 // A cheap, repeatable stand-in for the selector and vector randomness the limit is not charged for.
@@ -228,29 +210,11 @@ int ScanLimit(sqlite3* db, const CRY::SecureBytes& keys, const Blobs& blobs, std
         const std::int64_t fpk = sqlite3_column_int64(select.get(), 0);
         const auto* p = static_cast<const std::uint8_t*>(sqlite3_column_blob(select.get(), 1));
         const auto n = static_cast<std::size_t>(sqlite3_column_bytes(select.get(), 1));
-        const std::size_t head = kSelectorBytes + kBlock;
-        if (p == nullptr || n < head + kBlock || (n - head) % kBlock != 0) {
-            continue;
-        }
-        const std::size_t selector = 256u * p[0] + p[1];
-        buffer.assign(p + head, p + n);
-        mode->set_key(keys.data() + selector * kKeyBytes, kKeyBytes);
-        mode->start(p + kSelectorBytes, kBlock);
-        mode->finish(buffer);
-
-        const std::size_t pad = buffer.back();
-        if (pad + 1 + kPrefixBytes > buffer.size() || buffer[buffer.size() - pad - 1] != kMarker) {
-            continue;
-        }
-        std::uint32_t lead = 0;
-        for (std::size_t b = 0; b < kPrefixBytes; ++b) {
-            lead |= static_cast<std::uint32_t>(buffer[b]) << (8 * b);
-        }
-        const std::size_t length = buffer.size() - pad - 1 - kPrefixBytes;
+        const std::optional<std::size_t> length = DecipherRaw(*mode, keys, fpk, p, n, buffer);
         const std::int64_t i = fpk - first;
-        if (lead == static_cast<std::uint32_t>(fpk) && i >= 0 && i < static_cast<std::int64_t>(blobs.size()) &&
-            static_cast<std::size_t>(blobs[i].size()) == length &&
-            std::memcmp(buffer.data() + kPrefixBytes, blobs[i].constData(), length) == 0) {
+        if (length && i >= 0 && i < static_cast<std::int64_t>(blobs.size()) &&
+            static_cast<std::size_t>(blobs[i].size()) == *length &&
+            std::memcmp(buffer.data() + kPrefixBytes, blobs[i].constData(), *length) == 0) {
             ++intact;
         }
     }
@@ -323,7 +287,7 @@ int Run(QTextStream& out, QTextStream& err) {
     StrongRandom().bytes(pool.data(), pool.size());
     cry.setKeyPool(pool);
     CRY::WipeBytes(pool);
-    CRY::SecureBytes keys = AllRecordKeys(cry);
+    CRY::SecureBytes keys = AllRecordKeys(cry.KeyPool());
 
     Blobs blobs;
     blobs.reserve(kRows);

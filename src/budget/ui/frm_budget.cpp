@@ -6,12 +6,14 @@
 #include "budget/ui/frm_edit_budget_paymode.h"
 #include "sections/categories/categories.h"
 #include "sections/categories/ui/frm_edit_categories.h"
+#include "shell/catalogue/captions.h"
 #include "shell/catalogue/messages.h"
 #include "shell/session.h"
 #include "shell/shell_state.h"
 #include "shell/ui/apply_captions.h"
 #include "shell/ui/frm_mdi.h"
 #include "shell/ui/list_controls.h"
+#include "shell/ui/named_control.h"
 #include "store/keys.h"
 
 #include <QAction>
@@ -32,16 +34,6 @@
 #include <QVBoxLayout>
 
 namespace {
-
-template <typename T> T* Named(QWidget* parent, const QString& name) {
-    auto* widget = new T(parent);
-    widget->setObjectName(name);
-    return widget;
-}
-
-QString Indexed(const char* name, int index) {
-    return QStringLiteral("%1_%2").arg(QLatin1String(name)).arg(index);
-}
 
 // Column widths of the list in twips, as the list was laid out; hidden sort keys have none.
 constexpr std::array<int, budget::kListColumns> kListWidths = {1080, 2400, 945,  945, 900, 570,
@@ -114,7 +106,7 @@ void frmBudget::buildFilters() {
     privacy->setContentsMargins(0, 0, 0, 0);
     for (int i = 0; i < 4; ++i) {
         showCDBW[static_cast<std::size_t>(i)] =
-            Named<QCheckBox>(i < 2 ? this : static_cast<QWidget*>(showBWframe), Indexed("showCDBW", i));
+            Named<QCheckBox>(i < 2 ? this : static_cast<QWidget*>(showBWframe), ArrayElementName("showCDBW", i));
         connect(showCDBW[static_cast<std::size_t>(i)], &QCheckBox::clicked, this, [this, i] { showCDBW_Click(i); });
         if (i < 2) {
             bar->addWidget(showCDBW[static_cast<std::size_t>(i)]);
@@ -144,7 +136,7 @@ void frmBudget::buildListTab() {
     auto* dateBar = new QHBoxLayout(picDate);
     dateBar->setContentsMargins(0, 0, 0, 0);
     for (int i = 0; i < 2; ++i) {
-        cmdDateMove[static_cast<std::size_t>(i)] = Named<QToolButton>(picDate, Indexed("cmdDateMove", i));
+        cmdDateMove[static_cast<std::size_t>(i)] = Named<QToolButton>(picDate, ArrayElementName("cmdDateMove", i));
         cmdDateMove[static_cast<std::size_t>(i)]->setArrowType(i == 0 ? Qt::LeftArrow : Qt::RightArrow);
         connect(cmdDateMove[static_cast<std::size_t>(i)], &QToolButton::clicked, this,
                 [this, i] { cmdDateMove_Click(i); });
@@ -198,7 +190,7 @@ void frmBudget::buildListTab() {
     sums->setObjectName(QStringLiteral("picSums"));
     sums->setMinimumHeight(fontMetrics().height() + 8);
     for (int i = 0; i < 2; ++i) {
-        lblSollHaben[static_cast<std::size_t>(i)] = Named<QLabel>(sums, Indexed("lblSollHaben", i));
+        lblSollHaben[static_cast<std::size_t>(i)] = Named<QLabel>(sums, ArrayElementName("lblSollHaben", i));
         lblSollHaben[static_cast<std::size_t>(i)]->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
         lblSollHaben[static_cast<std::size_t>(i)]->setFrameShape(QFrame::Panel);
         lblSollHaben[static_cast<std::size_t>(i)]->setFrameShadow(QFrame::Sunken);
@@ -207,7 +199,7 @@ void frmBudget::buildListTab() {
 
     auto* buttons = new QHBoxLayout;
     for (int i = 0; i < 2; ++i) {
-        cmdAdd[static_cast<std::size_t>(i)] = Named<QPushButton>(picOptions[0], Indexed("cmdAdd", i));
+        cmdAdd[static_cast<std::size_t>(i)] = Named<QPushButton>(picOptions[0], ArrayElementName("cmdAdd", i));
         connect(cmdAdd[static_cast<std::size_t>(i)], &QPushButton::clicked, this, [this, i] { addTransaction(i + 1); });
         buttons->addWidget(cmdAdd[static_cast<std::size_t>(i)]);
     }
@@ -240,7 +232,7 @@ void frmBudget::buildMenus() {
             continue;
         }
         QAction* entry = mnuBudgetItemlistRC->addAction(QString());
-        entry->setObjectName(Indexed("mnuListitemRC", i));
+        entry->setObjectName(ArrayElementName("mnuListitemRC", i));
         connect(entry, &QAction::triggered, this, [this, i] { mnuListitemRC(i); });
     }
 
@@ -257,7 +249,7 @@ void frmBudget::buildMenus() {
     mnuBudgetShowPrivate = action(QStringLiteral("mnuBudgetShowPrivate"), [this] { ShowPrivateBudget(); });
     for (int i = 0; i < 3; ++i) {
         mnuBudgetShowBudget[static_cast<std::size_t>(i)] =
-            action(Indexed("mnuBudgetShowBudget", i), [this, i] { FillBudgetCombo(i); });
+            action(ArrayElementName("mnuBudgetShowBudget", i), [this, i] { FillBudgetCombo(i); });
     }
     mnuBudgetShowPrivate->setText(MsgText(272));
 

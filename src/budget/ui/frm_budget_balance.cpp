@@ -3,9 +3,11 @@
 #include "budget/amounts.h"
 #include "budget/balance_export.h"
 #include "budget/ui/frm_budget.h"
+#include "shell/catalogue/captions.h"
 #include "shell/catalogue/messages.h"
 #include "shell/session.h"
 #include "shell/ui/list_controls.h"
+#include "shell/ui/named_control.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -26,16 +28,6 @@
 #include <algorithm>
 
 namespace {
-
-QString Indexed(const char* name, int index) {
-    return QStringLiteral("%1_%2").arg(QLatin1String(name)).arg(index);
-}
-
-template <typename T> T* Named(QWidget* parent, const QString& name) {
-    auto* widget = new T(parent);
-    widget->setObjectName(name);
-    return widget;
-}
 
 // Above this many rows the balance is added up behind a progress window.
 constexpr int kRowsForProgress = 2000;
@@ -65,7 +57,7 @@ void frmBudget::buildBalanceTab() {
     Pointer = Named<QFrame>(bar, QStringLiteral("Pointer"));
     Pointer->hide();
     for (int i = 0; i < budget::kPeriodCount; ++i) {
-        auto* label = Named<QPushButton>(bar, Indexed("cPeriod", i));
+        auto* label = Named<QPushButton>(bar, ArrayElementName("cPeriod", i));
         label->setFlat(true);
         label->setCheckable(true);
         label->setCursor(Qt::PointingHandCursor);
@@ -85,15 +77,15 @@ void frmBudget::buildBalanceTab() {
 
     auto* range = new QHBoxLayout;
     for (int i = 0; i < 3; ++i) {
-        cmdDown[static_cast<std::size_t>(i)] = Named<QToolButton>(picOptions[1], Indexed("cmdDown", i));
-        cmdUp[static_cast<std::size_t>(i)] = Named<QToolButton>(picOptions[1], Indexed("cmdUp", i));
+        cmdDown[static_cast<std::size_t>(i)] = Named<QToolButton>(picOptions[1], ArrayElementName("cmdDown", i));
+        cmdUp[static_cast<std::size_t>(i)] = Named<QToolButton>(picOptions[1], ArrayElementName("cmdUp", i));
         cmdDown[static_cast<std::size_t>(i)]->setArrowType(Qt::LeftArrow);
         cmdUp[static_cast<std::size_t>(i)]->setArrowType(Qt::RightArrow);
         connect(cmdDown[static_cast<std::size_t>(i)], &QToolButton::clicked, this, [this, i] { cmdDown_Click(i); });
         connect(cmdUp[static_cast<std::size_t>(i)], &QToolButton::clicked, this, [this, i] { cmdUp_Click(i); });
     }
     for (int i = 0; i < 2; ++i) {
-        cTimeRange[static_cast<std::size_t>(i)] = Named<QLabel>(picOptions[1], Indexed("cTimeRange", i));
+        cTimeRange[static_cast<std::size_t>(i)] = Named<QLabel>(picOptions[1], ArrayElementName("cTimeRange", i));
         cTimeRange[static_cast<std::size_t>(i)]->setMinimumWidth(48);
         cTimeRange[static_cast<std::size_t>(i)]->setAlignment(Qt::AlignCenter);
         range->addWidget(cmdDown[static_cast<std::size_t>(i)]);
@@ -137,7 +129,7 @@ void frmBudget::buildBalanceTab() {
     groups->setObjectName(QStringLiteral("picGridHeader"));
     groups->setMinimumHeight(fontMetrics().height() + 6);
     for (int i = 0; i < 3; ++i) {
-        gridHeader[static_cast<std::size_t>(i)] = Named<QLabel>(groups, Indexed("gridHeader", i));
+        gridHeader[static_cast<std::size_t>(i)] = Named<QLabel>(groups, ArrayElementName("gridHeader", i));
         gridHeader[static_cast<std::size_t>(i)]->setAlignment(Qt::AlignCenter);
         gridHeader[static_cast<std::size_t>(i)]->setFrameShape(QFrame::Panel);
     }
@@ -164,7 +156,7 @@ void frmBudget::buildBalanceTab() {
                                             QStringLiteral("background: white; color: black;"),
                                             QStringLiteral("background: rgb(255, 255, 0); color: black;")};
     for (int i = 0; i < 9; ++i) {
-        result[static_cast<std::size_t>(i)] = Named<QLabel>(totals, Indexed("result", i));
+        result[static_cast<std::size_t>(i)] = Named<QLabel>(totals, ArrayElementName("result", i));
         result[static_cast<std::size_t>(i)]->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
         result[static_cast<std::size_t>(i)]->setStyleSheet(colours[static_cast<std::size_t>(i)]);
     }

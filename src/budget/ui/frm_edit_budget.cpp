@@ -8,6 +8,7 @@
 #include "shell/catalogue/messages.h"
 #include "shell/ui/apply_captions.h"
 #include "shell/ui/list_controls.h"
+#include "shell/ui/named_control.h"
 #include "store/store.h"
 
 #include <QCheckBox>
@@ -25,12 +26,6 @@
 #include <QVBoxLayout>
 
 namespace {
-
-template <typename T> T* Named(QWidget* parent, const QString& name) {
-    auto* widget = new T(parent);
-    widget->setObjectName(name);
-    return widget;
-}
 
 QWidget* WithButton(QWidget* field, QToolButton* button) {
     auto* row = new QWidget;
