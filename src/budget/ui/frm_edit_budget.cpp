@@ -21,6 +21,7 @@
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QShortcut>
 #include <QTimer>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -113,6 +114,14 @@ frmEditBudget::frmEditBudget(Store& store, int budget, const ListEntries& paymen
     layout->addWidget(EditBudgetFrame, 1);
     layout->addLayout(buttons);
 
+    // A shortcut, not a key handler: the note field would take Ctrl+Enter for a line break.
+    for (const QKeySequence& keys : {QKeySequence(Qt::CTRL | Qt::Key_Return), QKeySequence(Qt::CTRL | Qt::Key_Enter)}) {
+        connect(new QShortcut(keys, this), &QShortcut::activated, this, [this] {
+            if (cmdOK->isEnabled()) {
+                cmdOK_Click();
+            }
+        });
+    }
     ApplyCaptions(this);
     list_controls::AddEntries(ctlPayment, payments.mid(1));
     resize(460, 420);
@@ -249,17 +258,6 @@ void frmEditBudget::reject() {
     }
     m_cancel = true;
     QDialog::reject();
-}
-
-void frmEditBudget::keyPressEvent(QKeyEvent* event) {
-    if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) &&
-        (event->modifiers() & Qt::ControlModifier)) {
-        if (cmdOK->isEnabled()) {
-            cmdOK_Click();
-        }
-        return;
-    }
-    QDialog::keyPressEvent(event);
 }
 
 bool frmEditBudget::eventFilter(QObject* watched, QEvent* event) {

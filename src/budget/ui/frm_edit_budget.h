@@ -57,7 +57,6 @@ public Q_SLOTS:
     void reject() override;
 
 protected:
-    void keyPressEvent(QKeyEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:

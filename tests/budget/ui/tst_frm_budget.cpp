@@ -12,6 +12,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTabWidget>
 #include <QTimer>
@@ -143,6 +144,11 @@ private Q_SLOTS:
             QVERIFY(editor.ctlCD[1]->isChecked());
             QCOMPARE(editor.ctlAmount->text(), QStringLiteral("12.50"));
             Type(editor.ctlAmount, QStringLiteral("20"));
+            editor.activateWindow();
+            QVERIFY(QTest::qWaitForWindowActive(&editor));
+            editor.ctlNote->setFocus();
+            QTest::keyClick(editor.ctlNote, Qt::Key_Return, Qt::ControlModifier);
+            QVERIFY(!editor.isVisible());
         });
         m_form->cmdEdit_Click();
         QCOMPARE(m_form->lblSollHaben[1]->text(), QStringLiteral(" 20.00"));
