@@ -234,7 +234,10 @@ void frmEditBudgetNames::cmdOK_Click() {
         list.append(static_cast<std::uint8_t>(KeyOf(row).mid(1).toInt()), row->text(kNameColumn),
                     row->checkState(kCheckColumn) == Qt::Checked, row->text(kPinColumn) == QLatin1String("X"));
     }
-    budget::SaveBudgets(m_store, list);
+    if (const int error = budget::SaveBudgets(m_store, list)) {
+        m_store.prompter.message(0, budget::SaveFailure(error), Prompter::Buttons::Ok, Prompter::Icon::Critical);
+        return;
+    }
     m_cancelled = false;
     accept();
 }

@@ -174,8 +174,11 @@ void frmEditBudgetPaymode::cmdOK_Click() {
         modes.ids.append(static_cast<std::int16_t>(entry.itemData));
         modes.names.append(entry.text);
     }
+    if (const int error = budget::SavePayModes(m_store, modes)) {
+        m_store.prompter.message(0, budget::SaveFailure(error), Prompter::Buttons::Ok, Prompter::Icon::Critical);
+        return;
+    }
     m_cancelled = false;
-    budget::SavePayModes(m_store, modes);
     accept();
 }
 

@@ -139,8 +139,15 @@ void frmEditCategories::cmdDelete_Click() {
 }
 
 void frmEditCategories::cmdOK_Click() {
+    if (const int error = categories::SaveCategoryList(m_store, list_controls::Entries(CatList), m_section, m_budget)) {
+        m_store.prompter.message(
+            0,
+            QStringLiteral("The categories could not be saved (error %1). Your changes are still in the window.")
+                .arg(error),
+            Prompter::Buttons::Ok, Prompter::Icon::Critical);
+        return;
+    }
     m_cancelled = false;
-    categories::SaveCategoryList(m_store, list_controls::Entries(CatList), m_section, m_budget);
     accept();
 }
 
