@@ -178,10 +178,6 @@ void BudgetList::append(std::uint8_t id, const QString& name, bool showPriv, boo
     requestPin.append(pin);
 }
 
-QString SaveFailure(int error) {
-    return QStringLiteral("The list could not be saved (error %1). Your changes are still in the window.").arg(error);
-}
-
 bool NameFitsList(const QString& name) {
     return !codepage::ToBytes(name).contains(kSeparator);
 }

@@ -44,9 +44,6 @@ struct PayModes {
     int count() const { return static_cast<int>(ids.size()); }
 };
 
-// What the person reads when a list could not be saved: the engine's error number, and that nothing was lost.
-QString SaveFailure(int error);
-
 // A name that would break the stored list (it holds the separator byte) is refused with this message.
 bool NameFitsList(const QString& name);
 QString NameRefusal();

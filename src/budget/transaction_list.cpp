@@ -140,14 +140,11 @@ ListSort SortAfterClick(const ListSort& last, int clickedColumn) {
     return {key, kDescendingByDefault[static_cast<std::size_t>(key)]};
 }
 
-std::optional<ListSums> Recalc1(const QVector<QStringList>& rowTexts, const QLocale& locale) {
+std::optional<ListSums> Recalc1(const QVector<AmountTexts>& rows, const QLocale& locale) {
     ListSums sums;
-    for (const QStringList& texts : rowTexts) {
-        for (auto [column, sum] : {std::pair{colCredit, &sums.credit}, std::pair{colDebit, &sums.debit}}) {
-            if (column >= texts.size()) {
-                continue;
-            }
-            if (const std::optional<Currency> value = ParseAmount(texts[column], locale)) {
+    for (const auto& [credit, debit] : rows) {
+        for (auto [text, sum] : {std::pair{&credit, &sums.credit}, std::pair{&debit, &sums.debit}}) {
+            if (const std::optional<Currency> value = ParseAmount(*text, locale)) {
                 const std::optional<Currency> total = sum->plus(*value);
                 if (!total) {
                     return std::nullopt;

@@ -8,6 +8,7 @@
 #include <QVector>
 
 #include <optional>
+#include <utility>
 
 class Store;
 
@@ -89,6 +90,8 @@ struct ListSums {
     Currency credit;
     Currency debit;
 };
-std::optional<ListSums> Recalc1(const QVector<QStringList>& rowTexts, const QLocale& locale = QLocale());
+// Each row's credit and debit texts, as the list shows them.
+using AmountTexts = std::pair<QString, QString>;
+std::optional<ListSums> Recalc1(const QVector<AmountTexts>& rows, const QLocale& locale = QLocale());
 
 } // namespace budget

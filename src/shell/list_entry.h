@@ -22,3 +22,8 @@ inline int IndexOfItemData(const ListEntries& entries, int itemData) {
     }
     return -1;
 }
+
+// What the person reads when a list could not be saved: the engine's error number, and that nothing was lost.
+inline QString ListSaveFailure(int error) {
+    return QStringLiteral("The list could not be saved (error %1). Your changes are still in the window.").arg(error);
+}

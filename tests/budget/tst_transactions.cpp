@@ -247,8 +247,8 @@ private Q_SLOTS:
     }
 
     void listSumsComeFromTheTexts() {
-        const std::optional<ListSums> sums = Recalc1({{{}, {}, QStringLiteral("1,000.50"), QStringLiteral(" ")},
-                                                      {{}, {}, QStringLiteral(" "), QStringLiteral("0.25")}});
+        const std::optional<ListSums> sums =
+            Recalc1({{QStringLiteral("1,000.50"), QStringLiteral(" ")}, {QStringLiteral(" "), QStringLiteral("0.25")}});
         QVERIFY(sums);
         QCOMPARE(sums->credit, Money("1000.5"));
         QCOMPARE(sums->debit, Money("0.25"));

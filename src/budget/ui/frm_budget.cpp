@@ -119,7 +119,7 @@ void frmBudget::buildFilters() {
     static_cast<QVBoxLayout*>(layout())->addLayout(bar);
 
     connect(cboBudget, qOverload<int>(&QComboBox::activated), this, &frmBudget::cboBudget_Click);
-    connect(cmdEditBudget, &QToolButton::clicked, this, &frmBudget::cmdEditBudget_Click);
+    connect(cmdEditBudget, &QToolButton::clicked, this, &frmBudget::mnuBudgetBudgets);
     connect(cboCategories, qOverload<int>(&QComboBox::activated), this, &frmBudget::cboCategories_Click);
     connect(cmdEditCat, &QToolButton::clicked, this, &frmBudget::cmdEditCat_Click);
 }
@@ -243,7 +243,8 @@ void frmBudget::buildMenus() {
         m_frameActions.append(a);
         return a;
     };
-    action(QStringLiteral("mnuBudgetAdd"), [this] { addTransaction(0); })->setShortcut(QKeySequence::New);
+    mnuBudgetAdd = action(QStringLiteral("mnuBudgetAdd"), [this] { addTransaction(0); });
+    mnuBudgetAdd->setShortcut(QKeySequence::New);
     action(QStringLiteral("mnuBudgetBudgets"), [this] { mnuBudgetBudgets(); });
     action(QStringLiteral("mnuBudgetPayment"), [this] { mnuBudgetPayment(); });
     mnuBudgetShowPrivate = action(QStringLiteral("mnuBudgetShowPrivate"), [this] { ShowPrivateBudget(); });
@@ -404,10 +405,10 @@ void frmBudget::ReloadList() {
 }
 
 void frmBudget::Recalc1() {
-    QVector<QStringList> texts;
+    QVector<budget::AmountTexts> texts;
     for (int i = 0; i < LV1->topLevelItemCount(); ++i) {
         const QTreeWidgetItem* item = LV1->topLevelItem(i);
-        texts.append({QString(), QString(), item->text(budget::colCredit), item->text(budget::colDebit)});
+        texts.append({item->text(budget::colCredit), item->text(budget::colDebit)});
     }
     const std::optional<budget::ListSums> sums = budget::Recalc1(texts);
     if (!sums) {
@@ -445,10 +446,6 @@ void frmBudget::cmdEditCat_Click() {
     fillCategoryFilter(!dialog.cancelled() && dialog.lastNewId() != 0 ? dialog.lastNewId() : selected);
     ReloadList();
     RefreshTotals();
-}
-
-void frmBudget::cmdEditBudget_Click() {
-    mnuBudgetBudgets();
 }
 
 void frmBudget::mnuBudgetBudgets() {
@@ -681,11 +678,7 @@ void frmBudget::tbsOptions_Click() {
         picOptions[static_cast<std::size_t>(i)]->setVisible(!m_pinRefused && tbsOptions->currentIndex() == i);
     }
     const bool listCommands = !m_pinRefused && tbsOptions->currentIndex() == 0;
-    for (QAction* a : m_frameActions) {
-        if (a->objectName() == QLatin1String("mnuBudgetAdd")) {
-            a->setEnabled(listCommands);
-        }
-    }
+    mnuBudgetAdd->setEnabled(listCommands);
 }
 
 bool frmBudget::eventFilter(QObject* watched, QEvent* event) {

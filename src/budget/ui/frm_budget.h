@@ -101,7 +101,6 @@ private:
     void showCDBW_Click(int index);
     void cboCategories_Click();
     void cmdEditCat_Click();
-    void cmdEditBudget_Click();
     void cmdDateMove_Click(int index);
     void lblMonth_Click();
     void lblYear_Click();
@@ -140,4 +139,5 @@ private:
     QVector<QAction*> m_frameActions;
     std::array<QAction*, 3> mnuBudgetShowBudget{};
     QAction* mnuBudgetShowPrivate = nullptr;
+    QAction* mnuBudgetAdd = nullptr;
 };

@@ -3,6 +3,7 @@
 #include "budget/budget_lists.h"
 #include "shell/catalogue/messages.h"
 #include "shell/ui/apply_captions.h"
+#include "shell/ui/named_control.h"
 #include "store/store.h"
 
 #include <QCheckBox>
@@ -22,12 +23,6 @@ constexpr int kNameColumn = 1;
 constexpr int kPinColumn = 2;
 const QString kPrimaryKey = QStringLiteral("k000");
 
-template <typename T> T* Make(QWidget* parent, const char* name) {
-    auto* widget = new T(parent);
-    widget->setObjectName(QLatin1String(name));
-    return widget;
-}
-
 QString RowKey(int id) {
     return QStringLiteral("k%1").arg(id, 3, 10, QLatin1Char('0'));
 }
@@ -44,7 +39,7 @@ frmEditBudgetNames::frmEditBudgetNames(Store& store, QWidget* parent)
     setObjectName(QStringLiteral("frmEditBudgetNames"));
     setModal(true);
 
-    LV1 = Make<QTreeWidget>(this, "LV1");
+    LV1 = Named<QTreeWidget>(this, QStringLiteral("LV1"));
     LV1->setColumnCount(3);
     LV1->setHeaderLabels({QStringLiteral("Show Priv"), QStringLiteral(" Budget Name"), QStringLiteral("PIN")});
     LV1->setRootIsDecorated(false);
@@ -54,12 +49,12 @@ frmEditBudgetNames::frmEditBudgetNames(Store& store, QWidget* parent)
     LV1->header()->setSectionResizeMode(kNameColumn, QHeaderView::Stretch);
     LV1->setMinimumSize(360, 220);
 
-    picEdit = Make<QWidget>(this, "picEdit");
-    txtBudgetName = Make<QLineEdit>(picEdit, "txtBudgetName");
-    chkShowPrivate = Make<QCheckBox>(picEdit, "chkShowPrivate");
-    chkRequestPIN = Make<QCheckBox>(picEdit, "chkRequestPIN");
-    cmdOK_Edit = Make<QPushButton>(picEdit, "cmdOK_Edit");
-    cmdEsc_Edit = Make<QPushButton>(picEdit, "cmdEsc_Edit");
+    picEdit = Named<QWidget>(this, QStringLiteral("picEdit"));
+    txtBudgetName = Named<QLineEdit>(picEdit, QStringLiteral("txtBudgetName"));
+    chkShowPrivate = Named<QCheckBox>(picEdit, QStringLiteral("chkShowPrivate"));
+    chkRequestPIN = Named<QCheckBox>(picEdit, QStringLiteral("chkRequestPIN"));
+    cmdOK_Edit = Named<QPushButton>(picEdit, QStringLiteral("cmdOK_Edit"));
+    cmdEsc_Edit = Named<QPushButton>(picEdit, QStringLiteral("cmdEsc_Edit"));
     auto* editLayout = new QVBoxLayout(picEdit);
     editLayout->setContentsMargins(0, 0, 0, 0);
     editLayout->addWidget(txtBudgetName);
@@ -72,12 +67,12 @@ frmEditBudgetNames::frmEditBudgetNames(Store& store, QWidget* parent)
     editLayout->addLayout(editRow);
     picEdit->hide();
 
-    picButtons = Make<QWidget>(this, "picButtons");
-    cmdNew = Make<QPushButton>(picButtons, "cmdNew");
-    cmdEdit = Make<QPushButton>(picButtons, "cmdEdit");
-    cmdDelete = Make<QPushButton>(picButtons, "cmdDelete");
-    cmdOK = Make<QPushButton>(picButtons, "cmdOK");
-    cmdEsc = Make<QPushButton>(picButtons, "cmdEsc");
+    picButtons = Named<QWidget>(this, QStringLiteral("picButtons"));
+    cmdNew = Named<QPushButton>(picButtons, QStringLiteral("cmdNew"));
+    cmdEdit = Named<QPushButton>(picButtons, QStringLiteral("cmdEdit"));
+    cmdDelete = Named<QPushButton>(picButtons, QStringLiteral("cmdDelete"));
+    cmdOK = Named<QPushButton>(picButtons, QStringLiteral("cmdOK"));
+    cmdEsc = Named<QPushButton>(picButtons, QStringLiteral("cmdEsc"));
     auto* buttonRow = new QHBoxLayout(picButtons);
     buttonRow->setContentsMargins(0, 0, 0, 0);
     buttonRow->addWidget(cmdNew);
@@ -235,7 +230,7 @@ void frmEditBudgetNames::cmdOK_Click() {
                     row->checkState(kCheckColumn) == Qt::Checked, row->text(kPinColumn) == QLatin1String("X"));
     }
     if (const int error = budget::SaveBudgets(m_store, list)) {
-        m_store.prompter.message(0, budget::SaveFailure(error), Prompter::Buttons::Ok, Prompter::Icon::Critical);
+        m_store.prompter.message(0, ListSaveFailure(error), Prompter::Buttons::Ok, Prompter::Icon::Critical);
         return;
     }
     m_cancelled = false;

@@ -5,6 +5,7 @@
 #include "shell/catalogue/messages.h"
 #include "shell/ui/apply_captions.h"
 #include "shell/ui/list_controls.h"
+#include "shell/ui/named_control.h"
 #include "store/store.h"
 
 #include <QHBoxLayout>
@@ -21,8 +22,7 @@ namespace {
 constexpr int kFixedModeId = 32000;
 
 QPushButton* Button(QWidget* parent, const QString& name) {
-    auto* button = new QPushButton(parent);
-    button->setObjectName(name);
+    auto* button = Named<QPushButton>(parent, name);
     // Enter with Ctrl belongs to the form, whichever button has the focus.
     button->setAutoDefault(false);
     return button;
@@ -175,7 +175,7 @@ void frmEditBudgetPaymode::cmdOK_Click() {
         modes.names.append(entry.text);
     }
     if (const int error = budget::SavePayModes(m_store, modes)) {
-        m_store.prompter.message(0, budget::SaveFailure(error), Prompter::Buttons::Ok, Prompter::Icon::Critical);
+        m_store.prompter.message(0, ListSaveFailure(error), Prompter::Buttons::Ok, Prompter::Icon::Critical);
         return;
     }
     m_cancelled = false;

@@ -4,6 +4,7 @@
 #include "shell/catalogue/messages.h"
 #include "shell/ui/apply_captions.h"
 #include "shell/ui/list_controls.h"
+#include "shell/ui/named_control.h"
 #include "store/store.h"
 
 #include <QHBoxLayout>
@@ -14,12 +15,6 @@
 #include <QVBoxLayout>
 
 namespace {
-
-QPushButton* MakeButton(QWidget* parent, const char* name) {
-    auto* button = new QPushButton(parent);
-    button->setObjectName(QLatin1String(name));
-    return button;
-}
 
 // The entry the person has selected; the current one does not count once it is deselected.
 QListWidgetItem* SelectedItem(const QListWidget* list) {
@@ -38,11 +33,11 @@ frmEditCategories::frmEditCategories(Store& store, int section, int budget, QWid
     setModal(true);
     CatList = new QListWidget(this);
     CatList->setObjectName(QStringLiteral("CatList"));
-    cmdNew = MakeButton(this, "cmdNew");
-    cmdRename = MakeButton(this, "cmdRename");
-    cmdDelete = MakeButton(this, "cmdDelete");
-    cmdOK = MakeButton(this, "cmdOK");
-    cmdEsc = MakeButton(this, "cmdEsc");
+    cmdNew = Named<QPushButton>(this, QStringLiteral("cmdNew"));
+    cmdRename = Named<QPushButton>(this, QStringLiteral("cmdRename"));
+    cmdDelete = Named<QPushButton>(this, QStringLiteral("cmdDelete"));
+    cmdOK = Named<QPushButton>(this, QStringLiteral("cmdOK"));
+    cmdEsc = Named<QPushButton>(this, QStringLiteral("cmdEsc"));
 
     auto* buttons = new QVBoxLayout;
     for (QPushButton* button : {cmdNew, cmdRename, cmdDelete}) {
@@ -140,11 +135,7 @@ void frmEditCategories::cmdDelete_Click() {
 
 void frmEditCategories::cmdOK_Click() {
     if (const int error = categories::SaveCategoryList(m_store, list_controls::Entries(CatList), m_section, m_budget)) {
-        m_store.prompter.message(
-            0,
-            QStringLiteral("The categories could not be saved (error %1). Your changes are still in the window.")
-                .arg(error),
-            Prompter::Buttons::Ok, Prompter::Icon::Critical);
+        m_store.prompter.message(0, ListSaveFailure(error), Prompter::Buttons::Ok, Prompter::Icon::Critical);
         return;
     }
     m_cancelled = false;
