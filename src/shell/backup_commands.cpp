@@ -94,13 +94,17 @@ QString BackupCommand(Session& session, const QString& folder, const QString& fi
     RegWriteText(kBackupPathKey, QDir::toNativeSeparators(backupFolder));
     QString target = QDir(backupFolder).filePath(backup::BackupName(source, QDateTime::currentDateTime()));
 
-    if (wasOpen) {
-        open_sequence::CloseDatabase(session);
+    if (open_sequence::HoldForWork(session, source)) {
+        if (wasOpen && kept.poolLoaded) {
+            open_sequence::ReopenKept(session, path, kept);
+        }
+        return {};
     }
+    db::FileHold& hold = session.store().database.hold();
     qint64 size = 0;
     RunBusy(prompter, QStringLiteral("Compacting and compressing the database..."), [&](Prompter& asker) {
         // A copy of a file that could not be compacted would carry what compaction exists to drop.
-        if (check::CompactAndReplace(source, source.left(source.size() - 3) + QStringLiteral("tmp")) == 0) {
+        if (check::CompactAndReplace(hold, source.left(source.size() - 3) + QStringLiteral("tmp")) == 0) {
             size = ZLib::ProcessFile(true, source, target, asker);
         }
     });
@@ -111,6 +115,8 @@ QString BackupCommand(Session& session, const QString& folder, const QString& fi
     }
     if (wasOpen && kept.poolLoaded) {
         open_sequence::ReopenKept(session, path, kept);
+    } else {
+        session.store().database.Close();
     }
     return size > 0 ? target : QString();
 }
@@ -170,20 +176,37 @@ RestoreOutcome RestoreBackup(Session& session, const QString& backupFile, const 
         QFile::remove(expanded);
         return RestoreOutcome::Cancelled;
     }
-    if (session.DbIsOpen) {
-        open_sequence::CloseDatabase(session);
-    }
     // The expansion names the file after the database it was made from and may have been sent to another
     // folder, so the restored file is put in place where it really lies.
     const QString suffix = QStringLiteral(".ncr");
     const QString base = expanded.endsWith(suffix, Qt::CaseInsensitive) ? expanded.chopped(suffix.size()) : QString();
-    if (!base.isEmpty() && backup::RestoreRenames(base)) {
-        prompter.message(140, MsgText(140));
-        session.DbPath = base + QStringLiteral(".nct");
-        return RestoreOutcome::Restored;
+    // A file in the restored file's place that another program holds is refused before anything changes here.
+    const QString target = base + QStringLiteral(".nct");
+    if (!base.isEmpty() && !session.store().database.hold().holds(target) && db::FileHold::HeldElsewhere(target)) {
+        const sqlite::Error e = db::FileHold::Refusal(target);
+        prompter.message(0, e.description + QStringLiteral("\n\n") + target, Prompter::Buttons::Ok,
+                         Prompter::Icon::Warning);
+        QFile::remove(expanded);
+        return RestoreOutcome::Refused;
     }
-    session.DbPath.clear();
-    return RestoreOutcome::Failed;
+    if (session.DbIsOpen) {
+        open_sequence::CloseDatabase(session, true);
+    }
+    db::FileHold hold = session.store().database.TakeHold();
+    const sqlite::Error e =
+        base.isEmpty() ? sqlite::Error{sqlite::kErrGeneral, QStringLiteral("The backup names no database file.")}
+                       : backup::RestoreRenames(base, hold);
+    if (e) {
+        prompter.message(0, QStringLiteral("The restored file could not be put in place.\n\n") + e.description,
+                         Prompter::Buttons::Ok, Prompter::Icon::Warning);
+        session.DbPath.clear();
+        return RestoreOutcome::Failed;
+    }
+    prompter.message(140, MsgText(140));
+    session.DbPath = target;
+    // The restored file stays held until it is opened or another file is.
+    session.store().database.KeepHold(std::move(hold));
+    return RestoreOutcome::Restored;
 }
 
 AfterRestore OfferRestoredFile(Session& session) {

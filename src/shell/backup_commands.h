@@ -43,6 +43,7 @@ enum class RestoreOutcome {
     NoSelection, // no backup was chosen; the person was told (message 161)
     NotExpanded, // the backup could not be expanded; the person was told why, and nothing else happened
     Cancelled,   // the person withdrew; the database is untouched and still open
+    Refused,     // another program holds the file to be replaced; the person was told and nothing changed
     Restored,    // the restored file is in place; DbPath names it
     Failed,      // the database was closed but the restored file could not be put in place; DbPath is empty
 };

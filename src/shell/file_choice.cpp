@@ -14,6 +14,10 @@ int CheckDatabaseFile(Session& session) {
     if (session.DbPath.isEmpty()) {
         return -1;
     }
+    // The file this program holds is one of ours and in order: it was checked when it was taken.
+    if (session.store().database.hold().holds(session.DbPath)) {
+        return 0;
+    }
     sqlite::Error e = db::CheckDatabase(session.DbPath);
     if (e.number == sqlite::kErrLocked) {
         session.prompter.message(0, e.description + QStringLiteral("\n\n") + session.DbPath, Prompter::Buttons::Ok,

@@ -24,23 +24,26 @@ int FailedRequest(Session& session, int error) {
     return error == StoreError::Cancelled || session.DbIsOpen ? error : StoreError::Fatal;
 }
 
+// The refusal of a file that another program holds names the file, as every refusal of the kind does.
+void TellOpenFailure(Prompter& prompter, const sqlite::Error& e, const QString& path) {
+    if (e.number == sqlite::kErrLocked) {
+        prompter.message(0, e.description + QStringLiteral("\n\n") + path, Prompter::Buttons::Ok,
+                         Prompter::Icon::Warning);
+    } else {
+        prompter.message(83, MsgText(83) + QStringLiteral("102\n") + e.description, Prompter::Buttons::Ok,
+                         Prompter::Icon::Critical);
+    }
+}
+
 int OpenFile(Session& session, Store& store) {
     if (store.database.isOpen()) {
         return 0;
     }
     if (const sqlite::Error e = store.database.Open(session.DbPath)) {
-        session.prompter.message(83, MsgText(83) + QStringLiteral("102\n") + e.description, Prompter::Buttons::Ok,
-                                 Prompter::Icon::Critical);
+        TellOpenFailure(session.prompter, e, session.DbPath);
         return e.number;
     }
     return 0;
-}
-
-// A second open of the file that is open now would find it locked by ourselves.
-void CloseIfSameFile(Session& session) {
-    if (session.DbIsOpen && QFileInfo(session.store().database.DbPath()) == QFileInfo(session.DbPath)) {
-        CloseDatabase(session);
-    }
 }
 
 // Hands a freshly opened store to the session, closing the file that was open before.
@@ -87,19 +90,24 @@ int RequestPassphrase(Session& session, Store& target, bool confirmWanted) {
 
 namespace {
 
-// The open sequence proper; `OpenDatabaseSequence` keeps the open file usable around it.
-int OpenSequence(Session& session) {
+// The open sequence proper, on a store made for it; `OpenDatabaseSequence` keeps the open file usable around it.
+// The file is held from before the passphrase is asked, and a schema too old to convert is refused before
+// anything is asked or written.
+int OpenSequence(Session& session, std::unique_ptr<Store>& candidate) {
     Prompter& prompter = session.prompter;
-    std::unique_ptr<Store> candidate = session.makeStore();
+    if (const int error = OpenFile(session, *candidate)) {
+        return error;
+    }
+    if (!version::SchemaSupported(candidate->connection())) {
+        version::TellSchemaUnsupported(prompter);
+        return session.DbIsOpen ? StoreError::Unsupported : StoreError::Fatal;
+    }
     for (;;) {
         ++session.OpenAttempts;
         if (const int error = RequestPassphrase(session, *candidate, false)) {
             return error;
         }
         prompter.status(QStringLiteral("Checking Database..."));
-        if (const int error = OpenFile(session, *candidate)) {
-            return error;
-        }
         const int error = keys::LoadKeyPool(*candidate);
         if (error == 0) {
             break;
@@ -125,6 +133,8 @@ int OpenSequence(Session& session) {
         if (error == StoreError::ConversionFailed) {
             prompter.message(0, QStringLiteral("Database Conversion Error"), Prompter::Buttons::Ok,
                              Prompter::Icon::Critical);
+        } else if (error == sqlite::kErrLocked) {
+            TellOpenFailure(prompter, db::FileHold::Refusal(session.DbPath), session.DbPath);
         }
         return error;
     }
@@ -140,21 +150,27 @@ int OpenSequence(Session& session) {
 } // namespace
 
 int OpenDatabaseSequence(Session& session) {
-    // Opening the file that is open now: its lock is let go for the attempt and taken again when the attempt
-    // fails, so the open file stays usable until the new opening has succeeded.
-    const bool reopening = session.DbIsOpen && session.store().database.isOpen() &&
-                           QFileInfo(session.store().database.DbPath()) == QFileInfo(session.DbPath);
-    const QString openPath = session.DbIsOpen ? session.store().database.DbPath() : QString();
-    if (reopening) {
-        session.store().database.Close();
+    // The file this program holds already, open or kept across a restore, moves to the new opening, so that no
+    // other program can take it up meanwhile; it moves back, and is opened again, when the opening fails.
+    db::Database& current = session.store().database;
+    const bool sameFile = current.hold().holds(session.DbPath);
+    const bool wasOpen = sameFile && current.isOpen();
+    const QString openPath = session.DbIsOpen ? current.DbPath() : QString();
+    std::unique_ptr<Store> candidate = session.makeStore();
+    if (sameFile) {
+        candidate->database.KeepHold(current.TakeHold());
     }
-    const int error = OpenSequence(session);
-    if (error != 0 && session.DbIsOpen) {
-        if (reopening && session.store().database.Open(openPath)) {
-            // Another program took the file meanwhile: it is no longer ours to use.
-            CloseDatabase(session);
+    const int error = OpenSequence(session, candidate);
+    if (error != 0) {
+        if (candidate != nullptr && sameFile) {
+            session.store().database.KeepHold(candidate->database.TakeHold());
+            if (wasOpen && session.store().database.Open(openPath)) {
+                CloseDatabase(session);
+            }
         }
-        session.DbPath = session.DbIsOpen ? openPath : QString();
+        if (session.DbIsOpen) {
+            session.DbPath = openPath;
+        }
     }
     return error;
 }
@@ -168,6 +184,12 @@ int NewDatabase(Session& session) {
         }
         if (!QFileInfo(path).fileName().contains(u'.')) {
             path += QStringLiteral(".nct");
+            // The dialog asked about the name as typed; the file that would really go is asked about here.
+            if (QFileInfo::exists(path) &&
+                session.prompter.message(0, QStringLiteral("%1 already exists.\nDo you want to replace it?").arg(path),
+                                         Prompter::Buttons::YesNo, Prompter::Icon::Warning) != Prompter::Reply::Yes) {
+                return kDialogCancelled;
+            }
         }
     }
     session.CreatingDefault = false;
@@ -176,17 +198,32 @@ int NewDatabase(Session& session) {
     if (const int error = RequestPassphrase(session, *candidate, true)) {
         return error;
     }
-    // The person agreed to replace an existing file; it goes only now that the new one can be made.
-    CloseIfSameFile(session);
-    if (QFileInfo::exists(path) && !QFile::remove(path)) {
-        session.prompter.message(0, QStringLiteral("The file %1 cannot be replaced.").arg(path), Prompter::Buttons::Ok,
-                                 Prompter::Icon::Warning);
-        return sqlite::kErrGeneral;
+    // The person agreed to replace an existing file; it goes only now that the new one can be made, and only
+    // when no other program holds it.
+    db::FileHold former;
+    if (QFileInfo::exists(path)) {
+        if (session.store().database.hold().holds(path)) {
+            if (session.DbIsOpen) {
+                CloseDatabase(session, true);
+            }
+            former = session.store().database.TakeHold();
+        } else if (const sqlite::Error e = db::FileHold::Acquire(path, former)) {
+            TellOpenFailure(session.prompter, e, path);
+            return e.number;
+        }
+        if (!QFile::remove(path)) {
+            session.prompter.message(0, QStringLiteral("The file %1 cannot be replaced.").arg(path),
+                                     Prompter::Buttons::Ok, Prompter::Icon::Warning);
+            return sqlite::kErrGeneral;
+        }
     }
-    if (const sqlite::Error e = db::CreateDatabaseFile(path)) {
+    db::FileHold hold;
+    if (const sqlite::Error e = db::CreateDatabaseFile(path, &hold)) {
         session.prompter.message(0, e.description, Prompter::Buttons::Ok, Prompter::Icon::Warning);
         return e.number;
     }
+    former.release();
+    candidate->database.KeepHold(std::move(hold));
     int error = OpenFile(session, *candidate);
     if (error == 0) {
         error = keys::CreateKeyMaterial(*candidate);
@@ -221,7 +258,7 @@ void AfterOpen(Session& session) {
     session.frame.EnableDbCommands(true);
 }
 
-void CloseDatabase(Session& session) {
+void CloseDatabase(Session& session, bool keepHold) {
     Store& store = session.store();
     session.frame.EnableDbCommands(false);
     if (store.database.isOpen() && store.cry.hasKeyPool()) {
@@ -232,7 +269,11 @@ void CloseDatabase(Session& session) {
     session.DbIsOpen = false;
     session.frame.CloseSections();
     session.frame.ShowDatabase(QString());
-    store.database.Close();
+    if (keepHold) {
+        store.database.CloseKeepingHold();
+    } else {
+        store.database.Close();
+    }
 }
 
 KeptLogin::~KeptLogin() {
@@ -257,7 +298,8 @@ KeptLogin KeepLogin(Session& session) {
 int ReopenKept(Session& session, const QString& path, const KeptLogin& kept) {
     Store& store = session.store();
     if (const sqlite::Error e = store.database.Open(path)) {
-        session.prompter.message(e.number, e.description, Prompter::Buttons::Ok, Prompter::Icon::Warning);
+        store.database.Close();
+        TellOpenFailure(session.prompter, e, path);
         return e.number;
     }
     store.cry.setKeyPool(kept.pool);
@@ -270,6 +312,20 @@ int ReopenKept(Session& session, const QString& path, const KeptLogin& kept) {
     return 0;
 }
 
+sqlite::Error HoldForWork(Session& session, const QString& path) {
+    db::Database& database = session.store().database;
+    if (session.DbIsOpen) {
+        CloseDatabase(session, true);
+    }
+    db::FileHold hold = database.TakeHold();
+    const sqlite::Error e = db::FileHold::Acquire(path, hold);
+    database.KeepHold(std::move(hold));
+    if (e) {
+        TellOpenFailure(session.prompter, e, path);
+    }
+    return e;
+}
+
 int RepairCompactCommand(Session& session, const QString& path) {
     const KeptLogin kept = KeepLogin(session);
     session.frame.CloseSections();
@@ -277,12 +333,16 @@ int RepairCompactCommand(Session& session, const QString& path) {
         session.prompter.message(134, MsgText(134), Prompter::Buttons::Ok, Prompter::Icon::Warning);
         return 134;
     }
-    CloseDatabase(session);
+    if (const sqlite::Error e = HoldForWork(session, path)) {
+        return e.number;
+    }
+    db::FileHold& hold = session.store().database.hold();
     const QString tmp = path.left(path.size() - 3) + QStringLiteral("tmp");
     const int result = session.prompter.busy(QStringLiteral("Compacting the database..."),
-                                             [&path, &tmp] { return check::CompactAndReplace(path, tmp); });
+                                             [&hold, &tmp] { return check::CompactAndReplace(hold, tmp); });
     session.prompter.message(166, MsgText(166));
     if (!kept.poolLoaded) {
+        session.store().database.Close();
         return result;
     }
     if (const int error = ReopenKept(session, path, kept)) {

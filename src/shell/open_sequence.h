@@ -25,8 +25,9 @@ int NewDatabase(Session& session);
 // Marks the file open, remembers it as the last file, and loads the user's preferences.
 void AfterOpen(Session& session);
 
-// Saves the version record and the preferences, wipes the key material and closes the file.
-void CloseDatabase(Session& session);
+// Saves the version record and the preferences, wipes the key material and closes the file; with `keepHold`
+// the file stays held against other programs, for work on the file itself.
+void CloseDatabase(Session& session, bool keepHold = false);
 
 // What a close and reopen of the same file carries across so that no passphrase is asked again: the key pool,
 // the logged-in user, the preferences and the passphrase digest. The kept secrets are wiped when it goes.
@@ -47,6 +48,10 @@ struct KeptLogin {
 
 // Takes what the session's login needs to survive a close; poolLoaded is false when no pool is loaded.
 KeptLogin KeepLogin(Session& session);
+
+// Closes the open file, if any, and holds `path` for work on the file itself; the hold stays with the session's
+// database. Tells the person when another program holds it.
+sqlite::Error HoldForWork(Session& session, const QString& path);
 
 // Opens `path` again under a kept login. Returns 0, or the engine's error number after telling the person.
 int ReopenKept(Session& session, const QString& path, const KeptLogin& kept);

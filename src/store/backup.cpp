@@ -16,6 +16,8 @@
 #include <cstdio>
 #include <filesystem>
 #include <optional>
+
+#include <sys/stat.h>
 #include <system_error>
 
 namespace ZLib {
@@ -36,9 +38,11 @@ bool IsOurDatabase(const QByteArray& bytes) {
     return id == static_cast<std::uint32_t>(db::kApplicationId);
 }
 
+// Backups and restored files are enciphered as the database is, and readable by their owner alone as it is.
 bool WriteWhole(const QString& path, const QByteArray& bytes) {
     QSaveFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
+    return file.open(QIODevice::WriteOnly) && ::fchmod(file.handle(), 0600) == 0 && file.write(bytes) == bytes.size() &&
+           file.commit();
 }
 
 // The whole file; nothing for a file that cannot be read or is empty, after telling the person.
@@ -179,7 +183,8 @@ qint64 ProcessFile(bool compress, const QString& source, QString& destination, P
     return unpacked->data.size();
 }
 
-qint64 ExpandInto(const QString& source, const QString& folder, QString& destination, Prompter& prompter) {
+qint64 ExpandInto(const QString& source, const QString& folder, QString& destination, Prompter& prompter,
+                  db::FileHold& hold) {
     const std::optional<QByteArray> bytes = ReadWhole(source, prompter);
     if (!bytes) {
         return 0;
@@ -194,6 +199,14 @@ qint64 ExpandInto(const QString& source, const QString& folder, QString& destina
         return 0;
     }
     destination = QDir(folder).filePath(name.chopped(1) + QLatin1Char('r'));
+    const QString replaced = destination.chopped(1) + QLatin1Char('t');
+    if (QFileInfo::exists(replaced)) {
+        if (const sqlite::Error e = db::FileHold::Acquire(replaced, hold)) {
+            prompter.message(0, QStringLiteral("%1 (error %2)\n\n%3").arg(e.description).arg(e.number).arg(replaced),
+                             Prompter::Buttons::Ok, Prompter::Icon::Warning);
+            return 0;
+        }
+    }
     if (!WriteWhole(destination, unpacked->data)) {
         return 0;
     }
@@ -244,35 +257,43 @@ BackupNameParts ParseBackupName(const QString& fileName) {
     return parts;
 }
 
-bool RestoreRenames(const QString& base) {
+sqlite::Error RestoreRenames(const QString& base, db::FileHold& hold) {
     const QString current = base + QStringLiteral(".nct");
     const QString kept = base + QStringLiteral(".ncb");
     const QString restored = base + QStringLiteral(".ncr");
     if (!QFileInfo::exists(restored)) {
-        return false;
+        return sqlite::Error{sqlite::kErrFileNotFound, QStringLiteral("Could not find file '%1'.").arg(restored)};
+    }
+    // A former file that another program holds is in use there; it is not taken away from under it.
+    if (QFileInfo::exists(current)) {
+        if (const sqlite::Error e = db::FileHold::Acquire(current, hold)) {
+            return e;
+        }
     }
     // A journal that a crash left beside the former file belongs to it, and the engine would play it back into
     // whatever file bears the name next. It is played back into the former file now; one that stays hot stops
     // the restore.
     const QString journal = current + QStringLiteral("-journal");
     if (QFileInfo::exists(journal)) {
-        db::CheckDatabase(current);
+        db::CheckDatabase(hold);
         if (IsHotJournal(journal)) {
-            return false;
+            return sqlite::Error{sqlite::kErrDamaged,
+                                 QStringLiteral("The journal %1 could not be played back.").arg(journal)};
         }
     }
     QFile::remove(kept);
     // The former file takes its second name before it loses the first, and the restored file replaces it in one
-    // step: a crash at any point leaves a complete file under base.nct.
+    // step, held from before it bears the name: a crash at any point leaves a complete file under base.nct, and
+    // no other program comes between.
     if (QFileInfo::exists(current)) {
         std::error_code ec;
         std::filesystem::create_hard_link(QFile::encodeName(current).toStdString(),
                                           QFile::encodeName(kept).toStdString(), ec);
         if (ec && !QFile::copy(current, kept)) {
-            return false;
+            return sqlite::Error{sqlite::kErrGeneral, QStringLiteral("The file %1 could not be kept.").arg(kept)};
         }
     }
-    return std::rename(QFile::encodeName(restored).constData(), QFile::encodeName(current).constData()) == 0;
+    return hold.PutInPlace(restored, current);
 }
 
 } // namespace backup

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "store/file_hold.h"
 #include "store/prompter.h"
 
 #include <QByteArray>
@@ -33,9 +34,11 @@ Unpacked UnpackBackup(const QByteArray& file);
 // the person why not.
 qint64 ProcessFile(bool compress, const QString& source, QString& destination, Prompter& prompter);
 
-// Expands a backup file into `folder`, under the source's name with the extension ".ncr". Returns the bytes
-// written, or 0 after telling the person why not.
-qint64 ExpandInto(const QString& source, const QString& folder, QString& destination, Prompter& prompter);
+// Expands a backup file into `folder`, under the source's name with the extension ".ncr". The database there
+// that the restored file is to replace is held by `hold` first; one that another program holds is refused
+// before anything is written. Returns the bytes written, or 0 after telling the person why not.
+qint64 ExpandInto(const QString& source, const QString& folder, QString& destination, Prompter& prompter,
+                  db::FileHold& hold);
 
 } // namespace ZLib
 
@@ -54,8 +57,9 @@ struct BackupNameParts {
 BackupNameParts ParseBackupName(const QString& fileName);
 
 // Puts a restored file in place: base.ncb is removed, base.nct becomes base.ncb, base.ncr becomes base.nct.
-// Whatever happens meanwhile, base.nct holds the former or the restored file, complete. Returns true when the
-// restored file is in place.
-bool RestoreRenames(const QString& base);
+// Whatever happens meanwhile, base.nct holds the former or the restored file, complete. A former file that
+// another program holds is refused (3734) and nothing moves. On success `hold` holds the restored file in its
+// place; whatever it held before is let go.
+sqlite::Error RestoreRenames(const QString& base, db::FileHold& hold);
 
 } // namespace backup

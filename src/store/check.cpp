@@ -1,9 +1,7 @@
 #include "store/check.h"
 
 #include <QFile>
-#include <QFileInfo>
 
-#include <cstdio>
 #include <vector>
 
 namespace check {
@@ -72,15 +70,16 @@ int RepairDatabaseFile(const QString& path) {
     return db::CheckDatabase(path).number;
 }
 
-int CompactAndReplace(const QString& path, const QString& tmp) {
+int CompactAndReplace(db::FileHold& hold, const QString& tmp) {
     QFile::remove(tmp);
-    if (const sqlite::Error e = db::CompactDatabase(path, tmp)) {
+    if (const sqlite::Error e = db::CompactDatabase(hold.path(), tmp)) {
         return e.number;
     }
-    // rename() puts the complete copy in place atomically: a crash leaves either the old file or the new one.
-    if (std::rename(QFile::encodeName(tmp).constData(), QFile::encodeName(path).constData()) != 0) {
+    // The copy takes the file's place in one step, already held: a crash leaves either the old file or the new
+    // one, and no other program gets either in between.
+    if (const sqlite::Error e = hold.ReplaceWith(tmp)) {
         QFile::remove(tmp);
-        return sqlite::kErrGeneral;
+        return e.number;
     }
     return 0;
 }

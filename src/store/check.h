@@ -13,8 +13,9 @@ int RemoveDuplicates(sqlite::Connection& db);
 // The engine's repair of `path`, then the check again. Returns the check's error number.
 int RepairDatabaseFile(const QString& path);
 
-// Compacts `path` into `tmp`, then puts the copy in the file's place in one step; the old file is replaced only
-// once the complete new one exists. A stale `tmp` is removed first. Returns 0 or an error number.
-int CompactAndReplace(const QString& path, const QString& tmp);
+// Compacts the held file into `tmp`, then puts the copy in the file's place in one step, where the hold moves
+// with it; the old file is replaced only once the complete new one exists. A stale `tmp` is removed first. The
+// file must not be open. Returns 0 or an error number.
+int CompactAndReplace(db::FileHold& hold, const QString& tmp);
 
 } // namespace check

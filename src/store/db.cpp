@@ -63,10 +63,6 @@ sqlite::Error NotFound(const QString& path) {
     return sqlite::Error{sqlite::kErrFileNotFound, QStringLiteral("Could not find file '%1'.").arg(path)};
 }
 
-sqlite::Error AlreadyExists(const QString& path) {
-    return sqlite::Error{sqlite::kErrAlreadyExists, QStringLiteral("The file '%1' already exists.").arg(path)};
-}
-
 // Pushes a finished file to the disk before it takes another file's place.
 bool SyncFile(const QString& path) {
     const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
@@ -196,12 +192,13 @@ QString ProgramVersionText() {
     return VersionText(nct::kVersionMajor, nct::kVersionMinor, nct::kVersionRevision);
 }
 
-sqlite::Error CreateDatabaseFile(const QString& path) {
-    if (QFileInfo::exists(path)) {
-        return AlreadyExists(path);
+sqlite::Error CreateDatabaseFile(const QString& path, FileHold* keep) {
+    FileHold hold;
+    if (sqlite::Error e = FileHold::Create(path, hold)) {
+        return e;
     }
     sqlite::Connection connection;
-    sqlite::Error e = connection.open(path, sqlite::Connection::Mode::Create);
+    sqlite::Error e = connection.open(path, sqlite::Connection::Mode::ReadWrite);
     if (!e) {
         e = connection.exec("BEGIN IMMEDIATE");
     }
@@ -228,8 +225,12 @@ sqlite::Error CreateDatabaseFile(const QString& path) {
     connection.close();
     if (e) {
         RemoveWithJournal(path);
+        return e;
     }
-    return e;
+    if (keep != nullptr) {
+        *keep = std::move(hold);
+    }
+    return {};
 }
 
 QString ReadProperty(sqlite::Connection& connection, const QString& name) {
@@ -263,9 +264,9 @@ sqlite::Error CheckOurs(sqlite::Connection& connection) {
     return haveTable ? sqlite::Error{} : NotOurs(QStringLiteral("The database holds no record table."));
 }
 
-sqlite::Error CheckDatabase(const QString& path) {
+sqlite::Error CheckDatabase(const FileHold& hold) {
     sqlite::Connection connection;
-    if (sqlite::Error e = OpenForReading(connection, path)) {
+    if (sqlite::Error e = OpenForReading(connection, hold.path())) {
         return e;
     }
     if (sqlite::Error e = CheckOurs(connection)) {
@@ -280,12 +281,25 @@ sqlite::Error CheckDatabase(const QString& path) {
     return verdict == QLatin1String("ok") ? sqlite::Error{} : NotOurs(verdict);
 }
 
+sqlite::Error CheckDatabase(const QString& path) {
+    FileHold hold;
+    if (sqlite::Error e = FileHold::Acquire(path, hold)) {
+        return e;
+    }
+    return CheckDatabase(hold);
+}
+
 sqlite::Error CompactDatabase(const QString& source, const QString& destination) {
-    if (QFileInfo::exists(destination)) {
-        return AlreadyExists(destination);
+    // The copy is made in an empty file that only its owner can read, as every database file of ours.
+    {
+        FileHold target;
+        if (sqlite::Error e = FileHold::Create(destination, target)) {
+            return e;
+        }
     }
     sqlite::Connection connection;
     if (sqlite::Error e = OpenForReading(connection, source)) {
+        RemoveWithJournal(destination);
         return e;
     }
     sqlite::Statement vacuum = connection.prepare("VACUUM INTO ?");
@@ -303,6 +317,11 @@ sqlite::Error CompactDatabase(const QString& source, const QString& destination)
 }
 
 sqlite::Error RepairDatabase(const QString& path) {
+    // A file held by another program is not damaged; it must not be taken apart.
+    FileHold hold;
+    if (sqlite::Error e = FileHold::Acquire(path, hold)) {
+        return e;
+    }
     std::map<std::int64_t, Row> rows;
     std::map<QString, QString> properties;
     {
@@ -310,13 +329,6 @@ sqlite::Error RepairDatabase(const QString& path) {
         if (sqlite::Error e = OpenForReading(damaged, path)) {
             return e;
         }
-        // A file held by another program is not damaged; it must not be taken apart.
-        sqlite::Statement probe = damaged.prepare("SELECT count(*) FROM sqlite_master");
-        probe.step();
-        if (sqlite::Error e = probe.error(); e.number == sqlite::kErrLocked) {
-            return e;
-        }
-        probe = sqlite::Statement();
         SalvageRows(damaged, true, rows);
         SalvageRows(damaged, false, rows);
         properties = SalvageProperties(damaged);
@@ -347,25 +359,30 @@ sqlite::Error RepairDatabase(const QString& path) {
         QFile::remove(path + QStringLiteral(".damaged-journal"));
         QFile::rename(journal, path + QStringLiteral(".damaged-journal"));
     }
-    fs::rename(fs::path(QFile::encodeName(repaired).toStdString()), original, ec);
-    if (ec) {
+    if (sqlite::Error e = hold.ReplaceWith(repaired)) {
         RemoveWithJournal(repaired);
-        return sqlite::Error{sqlite::kErrGeneral, QString::fromStdString(ec.message())};
+        return e;
     }
     return {};
 }
 
 sqlite::Error Database::Open(const QString& path) {
-    Close();
-    if (!QFileInfo::exists(path)) {
-        return NotFound(path);
+    m_connection.close();
+    m_path.clear();
+    const bool heldBefore = m_hold.holds(path);
+    if (!heldBefore) {
+        FileHold hold;
+        if (sqlite::Error e = FileHold::Acquire(path, hold)) {
+            return e;
+        }
+        m_hold = std::move(hold);
     }
-    if (sqlite::Error e = m_connection.open(path, sqlite::Connection::Mode::ReadWrite, true)) {
-        return e;
+    // The engine's own lock, taken here and held until the file is closed, keeps out programs that know
+    // nothing of the hold, and lets this connection trust its cache.
+    sqlite::Error e = m_connection.open(path, sqlite::Connection::Mode::ReadWrite, true);
+    if (!e) {
+        e = CheckOurs(m_connection);
     }
-    // In exclusive locking mode the lock taken here is held until the file is closed, so a file held by
-    // another program shows here and no other program can open this one meanwhile.
-    sqlite::Error e = CheckOurs(m_connection);
     if (!e) {
         e = m_connection.exec("BEGIN EXCLUSIVE");
     }
@@ -374,6 +391,9 @@ sqlite::Error Database::Open(const QString& path) {
     }
     if (e) {
         m_connection.close();
+        if (!heldBefore) {
+            m_hold.release();
+        }
         return e;
     }
     m_path = path;
@@ -381,8 +401,23 @@ sqlite::Error Database::Open(const QString& path) {
 }
 
 void Database::Close() {
+    CloseKeepingHold();
+    m_hold.release();
+}
+
+void Database::CloseKeepingHold() {
     m_connection.close();
     m_path.clear();
+}
+
+FileHold Database::TakeHold() {
+    CloseKeepingHold();
+    return std::move(m_hold);
+}
+
+void Database::KeepHold(FileHold hold) {
+    CloseKeepingHold();
+    m_hold = std::move(hold);
 }
 
 } // namespace db

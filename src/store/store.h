@@ -20,6 +20,8 @@ constexpr int Cancelled = -98;
 constexpr int ConversionFailed = -1;
 // The operation met a condition that ends the program; the person has been told.
 constexpr int Fatal = -10000;
+// The file cannot be opened by this program at all; the person has been told.
+constexpr int Unsupported = -10001;
 } // namespace StoreError
 
 // The PIN settings kept with a user.

@@ -6,7 +6,6 @@
 #include "store/row.h"
 
 #include <QFile>
-#include <QSaveFile>
 
 namespace version {
 namespace {
@@ -27,26 +26,6 @@ std::optional<std::int64_t> VersionRowKey(Store& store) {
         return select.int64(0);
     }
     return std::nullopt;
-}
-
-// The file as it was at this opening, kept beside it. Written whole under a temporary name first.
-void KeepBackupCopy(const QString& path) {
-    QFile source(path);
-    if (!source.open(QIODevice::ReadOnly)) {
-        return;
-    }
-    QSaveFile copy(path + QStringLiteral(".bak"));
-    if (!copy.open(QIODevice::WriteOnly)) {
-        return;
-    }
-    while (!source.atEnd()) {
-        const QByteArray chunk = source.read(1 << 20);
-        if (chunk.isEmpty() || copy.write(chunk) != chunk.size()) {
-            copy.cancelWriting();
-            return;
-        }
-    }
-    copy.commit();
 }
 
 // Columns of the table that files of former releases may lack; adding one that exists fails and is ignored.
@@ -131,6 +110,18 @@ QString OldestSupportedSchema() {
     return db::VersionText(2, 4, 21);
 }
 
+bool SchemaSupported(sqlite::Connection& connection) {
+    return db::ReadProperty(connection, QStringLiteral("NctVersion")) >= OldestSupportedSchema();
+}
+
+void TellSchemaUnsupported(Prompter& prompter) {
+    prompter.message(0,
+                     QStringLiteral("Databases created with older versions of Noctaria are not compatible with the "
+                                    "new database structure.\nThis version cannot convert the file; it has been left "
+                                    "as it was."),
+                     Prompter::Buttons::Ok, Prompter::Icon::Critical);
+}
+
 int DbVersionUpdate(Store& store, const std::vector<SchemaStep>& steps) {
     const QString programV = TextOf(ProgramVersion(), false);
     const QString recordV = TextOf(store.DbVersion, false);
@@ -138,20 +129,14 @@ int DbVersionUpdate(Store& store, const std::vector<SchemaStep>& steps) {
         store.prompter.message(94, MsgText(94), Prompter::Buttons::Ok, Prompter::Icon::Critical);
         return StoreError::Fatal;
     }
-    const QString path = store.database.DbPath();
-    KeepBackupCopy(path);
-
     sqlite::Connection& db = store.connection();
     const QString fileV = db::ReadProperty(db, QStringLiteral("NctVersion"));
-    // Files below 2.3 were never convertible; those below the oldest supported schema cannot be converted here.
     if (fileV < OldestSupportedSchema()) {
-        store.prompter.message(0,
-                               QStringLiteral("Databases created with older versions of Noctaria are not compatible "
-                                              "with the new database structure.\nThis version cannot convert the "
-                                              "file; it has been left as it was."),
-                               Prompter::Buttons::Ok, Prompter::Icon::Critical);
+        TellSchemaUnsupported(store.prompter);
         return StoreError::Fatal;
     }
+    const QString path = store.database.DbPath();
+    store.database.hold().CopyTo(path + QStringLiteral(".bak"));
 
     AddMissingColumns(store);
     sqlite::Error e = CopyCategoryToContacts(store);
@@ -177,9 +162,14 @@ int DbVersionUpdate(Store& store, const std::vector<SchemaStep>& steps) {
         store.DbVersion = ProgramVersion();
         e.number = SaveVersionRecord(store);
     }
+    if (e.number == sqlite::kErrLocked) {
+        // A file that could not be written for a lock is not damaged; it stays as and where it is.
+        return e.number;
+    }
     if (e) {
-        // The copy made above is the intact former file; the working file is set aside for inspection.
-        store.database.Close();
+        // The copy made above is the intact former file; the working file is set aside for inspection, still
+        // held, so that nobody else takes it up meanwhile.
+        db::FileHold hold = store.database.TakeHold();
         QFile::remove(path + QStringLiteral(".FFF"));
         QFile::rename(path, path + QStringLiteral(".FFF"));
         return StoreError::ConversionFailed;

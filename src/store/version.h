@@ -31,11 +31,17 @@ const std::vector<SchemaStep>& SchemaSteps();
 
 // The oldest schema this program can still open.
 QString OldestSupportedSchema();
+// Whether the open file's schema is one this program can open; read before anything is asked or written, so that
+// a refused file stays exactly as it was.
+bool SchemaSupported(sqlite::Connection& connection);
+// The notice for a file whose schema is too old to convert.
+void TellSchemaUnsupported(Prompter& prompter);
 
-// Brings the open file to the current schema. Refuses a file from a newer program (message 94) before touching
-// it, keeps the file as it was at this opening beside it as ".bak", refuses schemas too old to convert, runs
-// the steps that apply, and stamps the file. A failed step renames the file to ".FFF" and returns
-// ConversionFailed. Returns 0, Fatal or ConversionFailed.
+// Brings the open file to the current schema. Refuses a file from a newer program (message 94) and schemas too
+// old to convert before touching it, keeps the file as it was at this opening beside it as ".bak", runs the
+// steps that apply, and stamps the file. A failed step renames the file to ".FFF" and returns ConversionFailed;
+// a step refused for a lock leaves the file in place and returns 3734. Returns 0, Fatal, ConversionFailed or
+// 3734.
 int DbVersionUpdate(Store& store, const std::vector<SchemaStep>& steps = SchemaSteps());
 
 } // namespace version

@@ -189,7 +189,11 @@ void TestCheckBackup::compactAndReplace() {
     const QString tmp = path(QStringLiteral("data.tmp"));
     QVERIFY(writeFile(tmp, "left by a compaction that never finished"));
 
-    QCOMPARE(check::CompactAndReplace(file, tmp), 0);
+    db::FileHold hold;
+    QCOMPARE(db::FileHold::Acquire(file, hold).number, 0);
+    QCOMPARE(check::CompactAndReplace(hold, tmp), 0);
+    QVERIFY(hold.holds(file));
+    hold.release();
     QVERIFY(!QFileInfo::exists(tmp));
     QVERIFY(QFileInfo(file).size() < before / 2);
     QCOMPARE(db::CheckDatabase(file).number, 0);
@@ -203,7 +207,10 @@ void TestCheckBackup::compactFailureLeavesSource() {
     const QString tmp = path(QStringLiteral("data.tmp"));
     QVERIFY(writeFile(tmp, "stale"));
 
-    QVERIFY(check::CompactAndReplace(file, tmp) != 0);
+    db::FileHold hold;
+    QCOMPARE(db::FileHold::Acquire(file, hold).number, 0);
+    QVERIFY(check::CompactAndReplace(hold, tmp) != 0);
+    QVERIFY(hold.holds(file));
     QCOMPARE(readFile(file), content);
     QCOMPARE(filesIn(m_dir->path()), QStringList{QStringLiteral("data.nct")});
 }
@@ -408,7 +415,9 @@ void TestCheckBackup::restoreRenames() {
     QVERIFY(!current || writeFile(base + QStringLiteral(".nct"), "former"));
     QVERIFY(!restored || writeFile(base + QStringLiteral(".ncr"), "restored"));
 
-    QCOMPARE(backup::RestoreRenames(base), restored);
+    db::FileHold hold;
+    QCOMPARE(backup::RestoreRenames(base, hold).number == 0, restored);
+    QCOMPARE(hold.holds(base + QStringLiteral(".nct")), restored);
     QCOMPARE(readFile(base + QStringLiteral(".nct")), QByteArray(restored ? "restored" : "former"));
     QCOMPARE(readFile(base + QStringLiteral(".ncb")), kept);
     QVERIFY(!QFileInfo::exists(base + QStringLiteral(".ncr")));
@@ -448,7 +457,9 @@ void TestCheckBackup::restoreBesideCrashJournal() {
     QVERIFY(WIFEXITED(status) && WEXITSTATUS(status) == 0);
     QVERIFY(QFileInfo(former + QStringLiteral("-journal")).size() > 0);
 
-    QVERIFY(backup::RestoreRenames(base));
+    db::FileHold hold;
+    QCOMPARE(backup::RestoreRenames(base, hold).number, 0);
+    hold.release();
     QCOMPARE(readFile(base + QStringLiteral(".nct")), restored);
     QCOMPARE(memosDiffer(base + QStringLiteral(".nct"), restoredMemos), QString());
     // The former file is kept as it was before the crashed write.

@@ -67,10 +67,11 @@ void send(int fd, char tag, qint64 value) {
     if (work == Restore) {
         // extra: the two backups, the folder to restore into; passphrase: which backup is in place now.
         send(fd, 'R', 0);
+        db::FileHold hold;
         for (int next = 1 - passphrase;; next = 1 - next) {
             QString expanded;
-            if (ZLib::ExpandInto(extra[next], extra[2], expanded, prompter) <= 0 ||
-                !backup::RestoreRenames(QDir(extra[2]).filePath(QStringLiteral("data")))) {
+            if (ZLib::ExpandInto(extra[next], extra[2], expanded, prompter, hold) <= 0 ||
+                backup::RestoreRenames(QDir(extra[2]).filePath(QStringLiteral("data")), hold)) {
                 ::_exit(30);
             }
             send(fd, 'S', next);
@@ -100,9 +101,10 @@ void send(int fd, char tag, qint64 value) {
             ::_exit(13);
         } else if (work == Backup) {
             // As the backup command does it: close, compact, compress, reopen with the keys kept.
-            store.database.Close();
+            store.database.CloseKeepingHold();
             QString target = QDir(extra[0]).filePath(QStringLiteral("run%1-%2.ncz").arg(extra[1]).arg(step));
-            if (check::CompactAndReplace(path, path.left(path.size() - 3) + QStringLiteral("tmp")) != 0 ||
+            if (check::CompactAndReplace(store.database.hold(), path.left(path.size() - 3) + QStringLiteral("tmp")) !=
+                    0 ||
                 ZLib::ProcessFile(true, path, target, prompter) <= 0 || store.database.Open(path)) {
                 ::_exit(14);
             }

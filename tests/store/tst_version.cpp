@@ -139,6 +139,14 @@ void TestVersion::schemaTooOldRefused_data() {
     const QString set = QStringLiteral("UPDATE nct_properties SET value='%1' WHERE name='NctVersion'");
     QTest::newRow("2.4.20") << set.arg(QStringLiteral("002.004.0020")) << true;
     QTest::newRow("no version at all") << QStringLiteral("DELETE FROM nct_properties WHERE name='NctVersion'") << true;
+    // Files of the old formats carry key material and records this program cannot read at all.
+    QTest::newRow("2.3 with its own key rows")
+        << set.arg(QStringLiteral("002.003.0000")) + QStringLiteral(";UPDATE tt SET fEtx=randomblob(300) WHERE fSec=1")
+        << true;
+    QTest::newRow("2.4.0 with an unreadable version record")
+        << set.arg(QStringLiteral("002.004.0000")) +
+               QStringLiteral(";UPDATE tt SET fEtx=randomblob(40) WHERE fSec=1 AND fSub=3")
+        << true;
     QTest::newRow("2.4.21") << set.arg(QStringLiteral("002.004.0021")) << false;
 }
 
@@ -152,10 +160,12 @@ void TestVersion::schemaTooOldRefused() {
 
     TestSession opening;
     const int result = OpenDatabase(opening, path, kPassphrase);
-    QCOMPARE(readFile(path + QStringLiteral(".bak")), before);
+    QCOMPARE(readFile(path + QStringLiteral(".bak")), refused ? QByteArray() : before);
     if (refused) {
         QCOMPARE(result, StoreError::Fatal);
-        QVERIFY(!opening.prompter.shown.isEmpty());
+        // Told before anything is asked: no passphrase can open such a file.
+        QVERIFY(opening.prompter.passphraseRequests.isEmpty());
+        QCOMPARE(opening.prompter.shown.size(), 1);
         QVERIFY(opening.prompter.shown.last().text.contains(QLatin1String("not compatible")));
         // Nothing was converted: the file is as it was, byte for byte.
         QCOMPARE(readFile(path), before);
@@ -225,6 +235,17 @@ void TestVersion::failingStepSetsFileAside() {
     TestSession opening;
     QCOMPARE(OpenDatabase(opening, path, kPassphrase), 0);
     QCOMPARE(ReadRecord(opening.store(), m_record), QByteArray("a record from before"));
+    open_sequence::CloseDatabase(opening.session);
+
+    // A step kept from writing by a lock met no damage: the file stays in its place.
+    QVERIFY(QFile::remove(path + QStringLiteral(".FFF")));
+    store = openStore(prompter, path);
+    QVERIFY(store);
+    auto locked = [](Store&) { return sqlite::Error{sqlite::kErrLocked, QStringLiteral("database is locked")}; };
+    QCOMPARE(version::DbVersionUpdate(*store, {{QStringLiteral("002.006.0000"), locked}}), sqlite::kErrLocked);
+    store.reset();
+    QVERIFY(!QFileInfo::exists(path + QStringLiteral(".FFF")));
+    QCOMPARE(OpenDatabase(opening, path, kPassphrase), 0);
 }
 
 void TestVersion::versionRecordRewritten_data() {

@@ -33,22 +33,28 @@ int NotOpened(Streams io, const QString& path, int error) {
         QStringLiteral("%1 could not be opened%2").arg(path, why.isEmpty() ? QString() : QStringLiteral(": ") + why));
 }
 
-// The file must be one of ours and not held by another program before anything touches it.
-bool Checked(Streams io, const QString& path) {
-    if (const sqlite::Error e = db::CheckDatabase(path)) {
+// The file is held for the whole command, and must be one of ours, before anything touches it.
+bool Checked(Streams io, const QString& path, db::FileHold& hold) {
+    sqlite::Error e = db::FileHold::Acquire(path, hold);
+    if (!e) {
+        e = db::CheckDatabase(hold);
+    }
+    if (e) {
         Fail(io, QStringLiteral("%1: %2 (error %3)").arg(path, e.description).arg(e.number));
         return false;
     }
     return true;
 }
 
-// Checks the file and opens it with one passphrase attempt; 0 when it is open, else the exit code.
 int OpenChecked(Streams io, const QString& path, Session& session) {
-    if (!Checked(io, path)) {
+    const QString absolute = QFileInfo(path).absoluteFilePath();
+    db::FileHold hold;
+    if (!Checked(io, absolute, hold)) {
         return kExitFailed;
     }
-    if (const int error = OpenForCommand(session, path)) {
-        return NotOpened(io, path, error);
+    session.store().database.KeepHold(std::move(hold));
+    if (const int error = OpenForCommand(session, absolute)) {
+        return NotOpened(io, absolute, error);
     }
     return 0;
 }
@@ -83,7 +89,8 @@ int Info(const QStringList& args, Streams io) {
         return Usage(io, "info FILE");
     }
     const QString path = args[0];
-    if (!Checked(io, path)) {
+    db::FileHold hold;
+    if (!Checked(io, path, hold)) {
         return kExitFailed;
     }
     sqlite::Connection connection;
@@ -150,11 +157,12 @@ int Compact(const QStringList& args, Streams io) {
         return Usage(io, "compact FILE");
     }
     const QString path = args[0];
-    if (!Checked(io, path)) {
+    db::FileHold hold;
+    if (!Checked(io, path, hold)) {
         return kExitFailed;
     }
     const qint64 before = QFileInfo(path).size();
-    if (const int error = check::CompactAndReplace(path, path.left(path.size() - 3) + QStringLiteral("tmp"))) {
+    if (const int error = check::CompactAndReplace(hold, path.left(path.size() - 3) + QStringLiteral("tmp"))) {
         return Fail(io, QStringLiteral("%1 was not compacted (error %2)").arg(path).arg(error));
     }
     io.out << "compacted " << path << ": " << before << " -> " << QFileInfo(path).size() << " bytes\n";
@@ -167,13 +175,14 @@ int Backup(const QStringList& args, Streams io) {
     }
     const QString path = QFileInfo(args[0]).absoluteFilePath();
     const QDir folder(args[1]);
-    if (!Checked(io, path)) {
+    db::FileHold hold;
+    if (!Checked(io, path, hold)) {
         return kExitFailed;
     }
     if (!folder.exists() && !QDir().mkpath(folder.path())) {
         return Fail(io, QStringLiteral("the folder %1 cannot be made").arg(folder.path()));
     }
-    if (const int error = check::CompactAndReplace(path, path.left(path.size() - 3) + QStringLiteral("tmp"))) {
+    if (const int error = check::CompactAndReplace(hold, path.left(path.size() - 3) + QStringLiteral("tmp"))) {
         return Fail(io, QStringLiteral("%1 could not be compacted (error %2)").arg(path).arg(error));
     }
     CliPrompter prompter(io.err);
@@ -195,12 +204,15 @@ int Restore(const QStringList& args, Streams io) {
     }
     CliPrompter prompter(io.err, folder.absolutePath());
     QString expanded;
-    if (ZLib::ExpandInto(args[0], folder.absolutePath(), expanded, prompter) <= 0) {
-        return Fail(io, QStringLiteral("%1 could not be expanded").arg(args[0]));
+    db::FileHold hold;
+    if (ZLib::ExpandInto(args[0], folder.absolutePath(), expanded, prompter, hold) <= 0) {
+        return Fail(io, QStringLiteral("%1 was not restored").arg(args[0]));
     }
     const QString base = expanded.chopped(4);
-    if (!backup::RestoreRenames(base)) {
-        return Fail(io, QStringLiteral("the restored file %1 could not be put in place").arg(expanded));
+    if (const sqlite::Error e = backup::RestoreRenames(base, hold)) {
+        return Fail(io, QStringLiteral("the restored file %1 could not be put in place: %2 (error %3)")
+                            .arg(expanded, e.description)
+                            .arg(e.number));
     }
     io.out << "restored " << base << ".nct";
     if (QFileInfo::exists(base + QStringLiteral(".ncb"))) {

@@ -182,6 +182,7 @@ void frmRestore::restoreClicked() {
     switch (outcome) {
     case RestoreOutcome::NoSelection:
     case RestoreOutcome::NotExpanded:
+    case RestoreOutcome::Refused:
         // Nothing happened; another backup may be chosen.
         return;
     case RestoreOutcome::Cancelled:
