@@ -171,7 +171,7 @@ RestoreOutcome RestoreBackup(Session& session, const QString& backupFile, const 
     }
     if (prompter.message(138, MsgText(138), Prompter::Buttons::OkCancel, Prompter::Icon::Question) !=
             Prompter::Reply::Ok &&
-        prompter.message(139, MsgText(139), Prompter::Buttons::YesNo, Prompter::Icon::Question) ==
+        prompter.message(139, MsgText(139), Prompter::Buttons::YesNoSafeYes, Prompter::Icon::Question) ==
             Prompter::Reply::Yes) {
         QFile::remove(expanded);
         return RestoreOutcome::Cancelled;

@@ -12,8 +12,10 @@ public:
     virtual void ShowDatabase(const QString& path) = 0;
     // Closes the section on show and returns to the start screen.
     virtual void CloseSections() = 0;
-    // Brings every view in line with the private switch after it changed.
+    // The private switch changed: the views and the idle watch follow it.
     virtual void HideShow() = 0;
+    // Brings the frame's commands and the open section's lists in line with the private switch.
+    virtual void RefreshPrivateViews() = 0;
 };
 
 // Passes every call on to the frame once there is one; before that, and without a frame at all (tests, the
@@ -39,6 +41,11 @@ public:
     void HideShow() override {
         if (m_target != nullptr) {
             m_target->HideShow();
+        }
+    }
+    void RefreshPrivateViews() override {
+        if (m_target != nullptr) {
+            m_target->RefreshPrivateViews();
         }
     }
 

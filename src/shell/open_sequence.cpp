@@ -243,8 +243,19 @@ int NewDatabase(Session& session) {
     return 0;
 }
 
+namespace {
+
+// A PIN given once counts for the login it was given in, and no longer.
+void ForgetPins(Session& session) {
+    session.PinPassedMask = 0;
+    session.store().budgetPinGiven.reset();
+}
+
+} // namespace
+
 void AfterOpen(Session& session) {
     Store& store = session.store();
+    ForgetPins(session);
     session.DbIsOpen = true;
     session.DbPath = store.database.DbPath();
     if (session.rememberFiles) {
@@ -266,6 +277,7 @@ void CloseDatabase(Session& session, bool keepHold) {
         users::SavePreferences(store);
     }
     store.wipeSecrets();
+    ForgetPins(session);
     session.DbIsOpen = false;
     session.frame.CloseSections();
     session.frame.ShowDatabase(QString());

@@ -29,6 +29,9 @@ public:
     bool DbIsOpen = false;
     bool ShowPrivate = false;
     int OpenAttempts = 0;
+    // The sections entered with their PIN (or without one being asked) since the file was opened; what a PIN
+    // was given for lasts no longer than the login it was given in.
+    std::uint32_t PinPassedMask = 0;
     bool CreatingDefault = false;
     // Whether an opened file becomes the machine's last file; the command line leaves the settings alone.
     bool rememberFiles = true;

@@ -42,13 +42,8 @@ ShellState::IdleTick ShellState::timeoutTick() {
     case 0:
         IdleFrozen = true;
         if (session.ShowPrivate) {
-            // The screen is made safe before the box waits for anyone.
-            session.ShowPrivate = false;
-            hideShow();
-            IdleFrozen = true;
-            session.prompter.message(190, MsgText(190));
+            tick.action = IdleAction::HidePrivate;
         }
-        tick.action = IdleAction::HidePrivate;
         break;
     case 1:
         IdleFrozen = true;
@@ -63,6 +58,14 @@ ShellState::IdleTick ShellState::timeoutTick() {
     return tick;
 }
 
+void ShellState::hidePrivateAfterIdle() {
+    // The screen is made safe before the box waits for anyone.
+    session.ShowPrivate = false;
+    hideShow();
+    IdleFrozen = true;
+    session.prompter.message(190, MsgText(190));
+}
+
 void ShellState::blocked() {
     IdleFrozen = true;
     AutoBlocked = true;
@@ -70,7 +73,7 @@ void ShellState::blocked() {
 
 void ShellState::hideShow() {
     session.store().hidePrivate = !session.ShowPrivate;
-    session.frame.HideShow();
+    session.frame.RefreshPrivateViews();
     IdleFrozen = session.store().preferences.IdleAction != 0 ? false : !session.ShowPrivate;
 }
 
@@ -118,13 +121,13 @@ int ShellState::enterSection(int n) {
         const UserOptions& options = session.store().user.options;
         const std::uint32_t bit = 1u << (n - 11);
         if ((static_cast<std::uint32_t>(options.PinMask) & bit) != 0 &&
-            (options.PinEveryAccess || (PinPassedMask & bit) == 0)) {
+            (options.PinEveryAccess || (session.PinPassedMask & bit) == 0)) {
             if (CheckPIN() > 1) {
                 n = 0;
             }
         }
         if (n > 0) {
-            PinPassedMask |= bit;
+            session.PinPassedMask |= bit;
         }
     }
     if (n == 13 && !session.ShowPrivate) {

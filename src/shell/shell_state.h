@@ -28,17 +28,18 @@ public:
     int CurrentSection = 0;
     bool IdleFrozen = false;
     bool AutoBlocked = false;
-    std::uint32_t PinPassedMask = 0;
 
     // Any input in the program's windows.
     void activity() { m_stamp = m_clock(); }
     // Milliseconds since the last activity; 0 while frozen.
     std::int32_t IdleMilliseconds();
 
-    // The watch's once-a-second tick with the user's idle period and action. The hiding itself is done here
-    // (the private switch falls, the frame's HideShow runs, then message 190); the frame carries out a block or
-    // an exit that the result names.
+    // The watch's once-a-second tick with the user's idle period and action. The frame carries out the action
+    // the result names, once it has closed whatever dialog was open. Hiding is asked for only while private
+    // records show.
     IdleTick timeoutTick();
+    // The idle watch's hiding: the private switch falls, the views follow, then message 190.
+    void hidePrivateAfterIdle();
     // After an auto-block the frame has gone to the start screen: the watch stays frozen until an entry.
     void blocked();
 

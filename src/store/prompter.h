@@ -9,7 +9,8 @@
 // (0 for a text of its own), so that tests can tell the questions apart.
 class Prompter {
 public:
-    enum class Buttons { Ok, OkCancel, YesNo, RetryCancel };
+    // YesNo: No changes nothing. YesNoSafeYes: Yes changes nothing (a question that confirms a withdrawal).
+    enum class Buttons { Ok, OkCancel, YesNo, YesNoSafeYes, RetryCancel };
     enum class Icon { Information, Warning, Critical, Question };
     enum class Reply { Ok, Cancel, Yes, No, Retry };
 
@@ -34,6 +35,8 @@ public:
             return Reply::Ok;
         case Buttons::YesNo:
             return Reply::No;
+        case Buttons::YesNoSafeYes:
+            return Reply::Yes;
         default:
             return Reply::Cancel;
         }

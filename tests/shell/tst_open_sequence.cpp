@@ -157,6 +157,12 @@ private Q_SLOTS:
         run.session.DbPath = path;
         QCOMPARE(open_sequence::NewDatabase(run.session), StoreError::Cancelled);
         QVERIFY(oracleMemosReadable(run.store()));
+        // A name typed without its extension: the file that would really go is asked about, and No keeps it.
+        run.session.CreatingDefault = false;
+        run.prompter.newFile = path.chopped(4);
+        QCOMPARE(open_sequence::NewDatabase(run.session), open_sequence::kDialogCancelled);
+        QVERIFY(run.prompter.shown.last().text.contains(path));
+        QVERIFY(run.session.DbIsOpen && oracleMemosReadable(run.store()));
 
         QCOMPARE(CreateDatabase(run.session, run.prompter, path, newPass), 0);
         QVERIFY(run.session.DbIsOpen);

@@ -28,7 +28,8 @@ public:
     void EnableDbCommands(bool) override {}
     void ShowDatabase(const QString&) override {}
     void CloseSections() override {}
-    void HideShow() override { hideShowAfterBoxes.append(static_cast<int>(m_prompter.shown.size())); }
+    void HideShow() override {}
+    void RefreshPrivateViews() override { hideShowAfterBoxes.append(static_cast<int>(m_prompter.shown.size())); }
 
     QList<int> hideShowAfterBoxes;
 
@@ -154,6 +155,7 @@ private Q_SLOTS:
 
         run.minutes(5);
         QCOMPARE(run.shell.timeoutTick().action, ShellState::IdleAction::HidePrivate);
+        run.shell.hidePrivateAfterIdle();
         QVERIFY(!run.session.ShowPrivate);
         QCOMPARE(run.prompter.numbers(), QList<int>{190});
         // The screen was safe before the box waited for anyone.
@@ -189,6 +191,31 @@ private Q_SLOTS:
         QCOMPARE(run.shell.enterSection(kSectionMemos), kSectionMemos);
         QCOMPARE(run.prompter.passphraseRequests.size(), 3);
         QVERIFY(run.prompter.shown.isEmpty());
+    }
+
+    void pinsAreForgottenAtCloseAndLogin() {
+        Run run;
+        QVERIFY(openFresh(run));
+        const QString path = run.session.DbPath;
+        auto pinned = [&run] {
+            UserOptions& options = run.session.store().user.options;
+            options.PinCode = QStringLiteral("4711");
+            options.PinMask = static_cast<std::int32_t>(kMemoBit);
+        };
+        pinned();
+        run.prompter.passphrases.enqueue(QStringLiteral("4711"));
+        QCOMPARE(run.shell.enterSection(kSectionMemos), kSectionMemos);
+        run.session.store().budgetPinGiven.set(1);
+
+        // The next login asks again, for the sections and for the budgets alike.
+        open_sequence::CloseDatabase(run.session);
+        QCOMPARE(run.session.PinPassedMask, 0u);
+        QCOMPARE(OpenDatabase(run.session, run.prompter, path, kPassphrase), 0);
+        QVERIFY(run.session.store().budgetPinGiven.none());
+        pinned();
+        const qsizetype asked = run.prompter.passphraseRequests.size();
+        QCOMPARE(run.shell.enterSection(kSectionMemos), 0);
+        QCOMPARE(run.prompter.passphraseRequests.size(), asked + 1);
     }
 
     void diaryIsRefusedWhilePrivateRecordsAreHidden() {

@@ -8,6 +8,7 @@
 #include "shell/catalogue/messages.h"
 #include "shell/ui/apply_captions.h"
 #include "shell/ui/list_controls.h"
+#include "shell/ui/modal.h"
 #include "shell/ui/named_control.h"
 #include "store/store.h"
 
@@ -278,16 +279,16 @@ bool frmEditBudget::eventFilter(QObject* watched, QEvent* event) {
 
 void frmEditBudget::cmdEditCat_Click() {
     const int selected = list_controls::GetSelectedId(cboCategory);
-    frmEditCategories dialog(m_store, categories::kBudgetSection, m_budget, this);
+    const modal::Scoped<frmEditCategories> dialog(m_store, categories::kBudgetSection, m_budget, this);
     dialog.exec();
-    fillCategories(!dialog.cancelled() && dialog.lastNewId() != 0 ? dialog.lastNewId() : selected);
+    fillCategories(!dialog->cancelled() && dialog->lastNewId() != 0 ? dialog->lastNewId() : selected);
     Q_EMIT listsChanged();
 }
 
 void frmEditBudget::cmdEditPayment_Click() {
     const int selected = list_controls::GetSelectedId(ctlPayment);
-    frmEditBudgetPaymode dialog(m_store, this);
+    const modal::Scoped<frmEditBudgetPaymode> dialog(m_store, this);
     dialog.exec();
-    fillPayments(!dialog.cancelled() && dialog.lastNewId() != 0 ? dialog.lastNewId() : selected);
+    fillPayments(!dialog->cancelled() && dialog->lastNewId() != 0 ? dialog->lastNewId() : selected);
     Q_EMIT listsChanged();
 }

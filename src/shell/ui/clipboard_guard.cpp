@@ -7,7 +7,17 @@
 #include <QMimeData>
 
 namespace {
+
 constexpr int kWipeAfterMs = 30000;
+const QString kSecretHint = QStringLiteral("x-kde-passwordManagerHint");
+
+// Whether the clipboard's content was put there by this program. A platform whose clipboard lives in the
+// process alone holds nothing else.
+bool OurContent(const QClipboard* clipboard) {
+    const QString platform = QGuiApplication::platformName();
+    return clipboard->ownsClipboard() || platform == QLatin1String("offscreen") || platform == QLatin1String("minimal");
+}
+
 } // namespace
 
 ClipboardGuard::ClipboardGuard(QObject* parent)
@@ -16,6 +26,7 @@ ClipboardGuard::ClipboardGuard(QObject* parent)
     timerClipboard.setSingleShot(true);
     timerClipboard.setInterval(kWipeAfterMs);
     connect(&timerClipboard, &QTimer::timeout, this, &ClipboardGuard::WipeClipboard);
+    connect(QGuiApplication::clipboard(), &QClipboard::dataChanged, this, &ClipboardGuard::clipboardChanged);
     // Armed from the start, so that whatever lies on the clipboard at start-up goes too.
     timerClipboard.start();
 }
@@ -23,11 +34,31 @@ ClipboardGuard::ClipboardGuard(QObject* parent)
 void ClipboardGuard::copy(const QString& text) {
     timerClipboard.stop();
     QClipboard* clipboard = QGuiApplication::clipboard();
+    m_writing = true;
     clipboard->clear();
     auto* data = new QMimeData;
     data->setText(text);
-    data->setData(QStringLiteral("x-kde-passwordManagerHint"), QByteArrayLiteral("secret"));
+    data->setData(kSecretHint, QByteArrayLiteral("secret"));
     clipboard->setMimeData(data);
+    m_writing = false;
+    timerClipboard.start();
+}
+
+void ClipboardGuard::clipboardChanged() {
+    QClipboard* clipboard = QGuiApplication::clipboard();
+    const QMimeData* data = clipboard->mimeData();
+    if (m_writing || data == nullptr || !data->hasText() || data->hasFormat(kSecretHint) || !OurContent(clipboard)) {
+        return;
+    }
+    // A copy made by a control on its own: the same content again, marked secret, and the 30 seconds start.
+    auto* marked = new QMimeData;
+    for (const QString& format : data->formats()) {
+        marked->setData(format, data->data(format));
+    }
+    marked->setData(kSecretHint, QByteArrayLiteral("secret"));
+    m_writing = true;
+    clipboard->setMimeData(marked);
+    m_writing = false;
     timerClipboard.start();
 }
 
@@ -44,8 +75,10 @@ void ClipboardGuard::WipeClipboard() {
         for (QChar& c : noise) {
             c = QChar(static_cast<char16_t>(u'!' + StrongRandom().below(94)));
         }
+        m_writing = true;
         clipboard->setText(noise);
         clipboard->clear();
+        m_writing = false;
     }
     timerClipboard.stop();
 }

@@ -1,12 +1,13 @@
 #include "shell/ui/frm_backup.h"
 
+#include "shell/ui/modal.h"
+
 #include "shell/backup_commands.h"
 #include "shell/catalogue/messages.h"
 #include "shell/session.h"
 #include "shell/ui/apply_captions.h"
 
 #include <QDir>
-#include <QFileDialog>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -23,7 +24,8 @@ template <typename Widget> Widget* Named(Widget* widget, const char* name) {
 } // namespace
 
 frmBackup::frmBackup(Session& session, Mode mode, const QString& path, QWidget* parent)
-    : QDialog(parent) {
+    : QDialog(parent)
+    , m_session(session) {
     setObjectName(QStringLiteral("frmBackup"));
     lblBackupTo = Named(new QLabel(this), "lblBackupTo");
     txtBackupTo = Named(new QLineEdit(this), "txtBackupTo");
@@ -70,7 +72,7 @@ frmBackup::frmBackup(Session& session, Mode mode, const QString& path, QWidget* 
 }
 
 void frmBackup::changeDir() {
-    const QString chosen = QFileDialog::getExistingDirectory(this, MsgText(144), txtBackupTo->text());
+    const QString chosen = m_session.prompter.chooseFolder(MsgText(144), txtBackupTo->text());
     if (!chosen.isEmpty()) {
         txtBackupTo->setText(QDir::toNativeSeparators(chosen));
     }
@@ -85,14 +87,14 @@ QString frmBackup::RunCommand(Session& session, QWidget* parent) {
             return {};
         }
     }
-    frmBackup form(session, Mode::Backup, file.isEmpty() ? session.DbPath : file, parent);
-    if (form.exec() != QDialog::Accepted || form.folder().isEmpty()) {
+    const modal::Scoped<frmBackup> form(session, Mode::Backup, file.isEmpty() ? session.DbPath : file, parent);
+    if (form.exec() != QDialog::Accepted || form->folder().isEmpty()) {
         return {};
     }
-    return backup_commands::BackupCommand(session, form.folder(), file);
+    return backup_commands::BackupCommand(session, form->folder(), file);
 }
 
 QString frmBackup::ChooseRestoreFolder(Session& session, const QString& start, QWidget* parent) {
-    frmBackup form(session, Mode::Restore, start, parent);
-    return form.exec() == QDialog::Accepted ? form.folder() : QString();
+    const modal::Scoped<frmBackup> form(session, Mode::Restore, start, parent);
+    return form.exec() == QDialog::Accepted ? form->folder() : QString();
 }

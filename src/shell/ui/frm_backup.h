@@ -30,6 +30,7 @@ public:
 private:
     void changeDir();
 
+    Session& m_session;
     QString m_folder;
     QLabel* lblBackupTo = nullptr;
     QLineEdit* txtBackupTo = nullptr;

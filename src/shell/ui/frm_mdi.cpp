@@ -13,6 +13,7 @@
 #include "shell/ui/frm_splash.h"
 #include "shell/ui/frm_tip.h"
 #include "shell/ui/gui_prompter.h"
+#include "shell/ui/modal.h"
 
 #include <QAction>
 #include <QActionGroup>
@@ -356,8 +357,7 @@ void frmMDI::openAtStart() {
 
 bool frmMDI::runMenuDB() {
     for (;;) {
-        frmMenuDB menu(this);
-        const int choice = menu.exec();
+        const int choice = modal::Scoped<frmMenuDB>(this).exec();
         if (choice == frmMenuDB::NewDB) {
             const int result = open_sequence::NewDatabase(m_session);
             if (result == StoreError::Fatal) {
@@ -402,8 +402,8 @@ void frmMDI::showTips() {
     if (RegReadValue(QStringLiteral("Startup\\ShowTipsAtStartup")) == QLatin1String("0") || !m_sections.all()) {
         return;
     }
-    frmTip tip(this);
-    if (tip.hasTip()) {
+    const modal::Scoped<frmTip> tip(this);
+    if (tip->hasTip()) {
         tip.exec();
     }
 }
@@ -449,6 +449,7 @@ void frmMDI::penaltyWait(int milliseconds) {
     ShowStatusComment(standBy);
     QApplication::setOverrideCursor(Qt::WaitCursor);
     // The program stays responsive while the wait runs, but takes no input before it is over.
+    const modal::Loop running;
     QEventLoop loop;
     const QMetaObject::Connection done = connect(&timerPW, &QTimer::timeout, &loop, &QEventLoop::quit);
     timerPW.setInterval(milliseconds);
@@ -476,11 +477,11 @@ void frmMDI::timerSplash_Tick() {
     Toolbar1->setEnabled(true);
 }
 
-void frmMDI::GotoSection(int n) {
+bool frmMDI::GotoSection(int n) {
     if (QAction* button = findChild<QAction*>(Key(n))) {
         button->setChecked(true);
     }
-    optSection_ButtonClick(n);
+    return optSection_ButtonClick(n);
 }
 
 void frmMDI::showSectionMenus(int section) {
@@ -490,17 +491,22 @@ void frmMDI::showSectionMenus(int section) {
     }
 }
 
-void frmMDI::optSection_ButtonClick(int n) {
+bool frmMDI::optSection_ButtonClick(int n) {
     QCoreApplication::processEvents();
     ShowStatusComment(QString());
     EnableDbCommands(false);
     showSectionMenus(-1);
+    const bool wasBlocked = m_shell.AutoBlocked;
     const int target = m_session.DbIsOpen || n == 0 ? m_shell.enterSection(n) : 0;
     if (target < 0) {
-        return;
+        return false;
+    }
+    if (wasBlocked) {
+        m_splash->ShowStatus(QString());
     }
     showSection(target);
     EnableDbCommands(m_session.DbIsOpen);
+    return true;
 }
 
 void frmMDI::showSection(int section) {
@@ -508,8 +514,14 @@ void frmMDI::showSection(int section) {
         button->setChecked(true);
     }
     if (m_sectionForm != nullptr) {
+        // A form goes only once no dialog of it has code left running; until then it is out of sight.
         m_stack->removeWidget(m_sectionForm);
-        m_sectionForm->deleteLater();
+        m_sectionForm->hide();
+        modal::AfterLoops([form = QPointer<QWidget>(m_sectionForm)] {
+            if (form) {
+                form->deleteLater();
+            }
+        });
         m_sectionForm = nullptr;
     }
     m_refresh.clear();
@@ -524,15 +536,20 @@ void frmMDI::showSection(int section) {
 }
 
 void frmMDI::EnableDbCommands(bool enabled) {
+    const bool usable = enabled && !m_shell.AutoBlocked;
     for (const char* name : {"mnuToolsBackup", "mnuToolsDbUtilitiesRepairCompact", "mnuToolsPreferences"}) {
-        action(name)->setEnabled(enabled);
+        action(name)->setEnabled(usable);
     }
-    findChild<QMenu*>(QStringLiteral("mnuEdit"))->setEnabled(enabled);
-    if (m_shell.CurrentSection != 17) {
-        action("Lock")->setEnabled(enabled && m_session.ShowPrivate);
-        action("mnuViewShowPrivate")->setEnabled(enabled);
+    findChild<QMenu*>(QStringLiteral("mnuEdit"))->setEnabled(usable);
+    // Private records are hidden with one click from every section, the Budget's included.
+    action("Lock")->setEnabled(usable && m_session.ShowPrivate);
+    action("mnuViewShowPrivate")->setEnabled(usable);
+    action("Find")->setEnabled(usable);
+    // While blocked nothing reaches a file or the settings; leaving the program stays possible.
+    for (const char* name :
+         {"mnuFileNew", "mnuFileOpen", "mnuFileCloseDB", "mnuToolsDbUtilitiesRestore", "mnuHelpTipOfDay"}) {
+        action(name)->setEnabled(!m_shell.AutoBlocked);
     }
-    action("Find")->setEnabled(enabled);
 }
 
 void frmMDI::ShowDatabase(const QString& path) {
@@ -547,7 +564,11 @@ void frmMDI::CloseSections() {
 }
 
 void frmMDI::HideShow() {
-    action("Lock")->setEnabled(m_session.ShowPrivate);
+    m_shell.hideShow();
+}
+
+void frmMDI::RefreshPrivateViews() {
+    action("Lock")->setEnabled(m_session.ShowPrivate && !m_shell.AutoBlocked);
     action("mnuViewShowPrivate")
         ->setText(m_session.ShowPrivate ? QStringLiteral("Hide Private Records")
                                         : QStringLiteral("Show Private Records"));
@@ -600,17 +621,27 @@ void frmMDI::timerTimeout_Tick() {
         autoshutoff->setText(tick.countdown);
         autoshutoff->setToolTip(QStringLiteral("Idle Countdown"));
     }
+    // Whatever dialog is open goes first, as Esc would; the action follows once no dialog's code is left running.
     switch (tick.action) {
+    case ShellState::IdleAction::HidePrivate:
+        modal::CloseAll([this] { m_shell.hidePrivateAfterIdle(); });
+        break;
     case ShellState::IdleAction::AutoBlock:
-        GotoSection(0);
-        m_shell.blocked();
-        // While blocked nothing reaches the data or the settings; the next section entry asks the passphrase.
-        EnableDbCommands(false);
+        // The data leave the screen at once, the dialogs with them.
+        m_stack->setCurrentWidget(m_splash);
+        modal::CloseAll([this] {
+            GotoSection(0);
+            m_shell.blocked();
+            // While blocked nothing reaches the data, the file or the settings; the next section entry asks the
+            // passphrase.
+            EnableDbCommands(false);
+            m_splash->ShowStatus(tr("The database is locked. Choose a section to give the passphrase again."));
+        });
         break;
     case ShellState::IdleAction::Exit:
-        ShutDown();
+        modal::CloseAll([this] { ShutDown(); });
         break;
-    default:
+    case ShellState::IdleAction::None:
         break;
     }
 }
@@ -647,7 +678,9 @@ void frmMDI::mnuViewShowPrivate_Click() {
 }
 
 void frmMDI::mnuFileNew_Click() {
-    GotoSection(0);
+    if (!GotoSection(0)) {
+        return;
+    }
     OutlookBarEnabled(false);
     if (m_session.DbIsOpen) {
         open_sequence::CloseDatabase(m_session);
@@ -664,7 +697,9 @@ void frmMDI::mnuFileNew_Click() {
 }
 
 void frmMDI::mnuFileOpen_Click() {
-    GotoSection(0);
+    if (!GotoSection(0)) {
+        return;
+    }
     OutlookBarEnabled(false);
     // The file that is open stays open until another one has opened.
     const QString former = m_session.DbPath;
@@ -743,7 +778,9 @@ void frmMDI::mnuEditChangePW_Click() {
 }
 
 void frmMDI::mnuToolsDbUtilitiesRepairCompact_Click() {
-    GotoSection(0);
+    if (!GotoSection(0)) {
+        return;
+    }
     open_sequence::RepairCompactCommand(m_session, m_session.DbPath);
     OutlookBarEnabled(m_session.DbIsOpen);
     if (!m_session.DbIsOpen) {
@@ -752,7 +789,9 @@ void frmMDI::mnuToolsDbUtilitiesRepairCompact_Click() {
 }
 
 void frmMDI::mnuToolsBackup_Click() {
-    GotoSection(0);
+    if (!GotoSection(0)) {
+        return;
+    }
     frmBackup::RunCommand(m_session, this);
     OutlookBarEnabled(m_session.DbIsOpen);
     if (!m_session.DbIsOpen) {
@@ -761,7 +800,9 @@ void frmMDI::mnuToolsBackup_Click() {
 }
 
 void frmMDI::mnuToolsDbUtilitiesRestore_Click() {
-    GotoSection(0);
+    if (!GotoSection(0)) {
+        return;
+    }
     const auto after = frmRestore::RunCommand(m_session, this);
     if (after == backup_commands::AfterRestore::ShutDown) {
         ShutDown();
@@ -782,24 +823,26 @@ void frmMDI::mnuToolsPreferences_Click() {
     if (!m_session.DbIsOpen) {
         return;
     }
-    frmOptions preferences(m_session, this, m_sections.sections());
-    if (preferences.exec() == frmOptions::kFatal) {
+    if (modal::Scoped<frmOptions>(m_session, this, m_sections.sections()).exec() == frmOptions::kFatal) {
         ShutDown();
     }
 }
 
 void frmMDI::mnuHelpTipOfDay_Click() {
     RegWriteDword(QStringLiteral("Startup\\ShowTipsAtStartup"), 1);
-    frmTip tip(this);
-    if (tip.hasTip()) {
+    const modal::Scoped<frmTip> tip(this);
+    if (tip->hasTip()) {
         tip.exec();
     }
 }
 
 void frmMDI::mnuHelpAbout_Click() {
-    QMessageBox::about(this, QStringLiteral("About Noctaria"),
-                       QStringLiteral("<b>Noctaria</b> %1<br>The encrypted personal organiser.")
-                           .arg(QApplication::applicationVersion()));
+    const modal::Scoped<QMessageBox> about(QMessageBox::Information, QStringLiteral("About Noctaria"),
+                                           QStringLiteral("<b>Noctaria</b> %1<br>The encrypted personal organiser.")
+                                               .arg(QApplication::applicationVersion()),
+                                           QMessageBox::Ok, this);
+    about->setIconPixmap(windowIcon().pixmap(64, 64));
+    about.exec();
 }
 
 void frmMDI::ShutDown() {

@@ -41,8 +41,9 @@ public:
     // The start-up sequence. Returns false when the program must end at once (a second instance).
     bool Load();
 
-    void GotoSection(int n);
-    void optSection_ButtonClick(int n);
+    // Both return false when the entry stopped at the gate (a refused passphrase after a block).
+    bool GotoSection(int n);
+    bool optSection_ButtonClick(int n);
     void ShowStatusComment(const QString& text, bool onlyIfHelp = false);
     void SetCalendarViewButton(int i);
     void ShutDown();
@@ -53,6 +54,7 @@ public:
     void ShowDatabase(const QString& path) override;
     void CloseSections() override;
     void HideShow() override;
+    void RefreshPrivateViews() override;
 
     // A section's list operation, run when private records are hidden or shown while the section is open.
     void registerRefresh(int section, std::function<void()> refresh);

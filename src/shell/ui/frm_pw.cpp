@@ -102,9 +102,11 @@ QString frmPW::takePassphrase() {
 }
 
 void frmPW::updateOk() {
-    // With something kept from the first round an empty entry may still mean cancel.
+    // At a login an empty entry may still mean cancel; a new passphrase is never empty, and Cancel is there for
+    // leaving.
     const qsizetype n = txtInput->text().size();
-    cmdOK->setEnabled(!chkPwLength->isChecked() || n >= kMinLength || (n == 0 && m_first.isEmpty()));
+    const bool emptyCancels = n == 0 && m_first.isEmpty() && !chkConfirm->isChecked();
+    cmdOK->setEnabled(emptyCancels || (chkPwLength->isChecked() ? n >= kMinLength : n > 0 || m_first.isEmpty()));
 }
 
 void frmPW::setShowClear(bool clear) {

@@ -1,5 +1,7 @@
 #include "shell/ui/frm_restore.h"
 
+#include "shell/ui/modal.h"
+
 #include "shell/catalogue/captions.h"
 #include "shell/catalogue/messages.h"
 #include "shell/session.h"
@@ -7,7 +9,6 @@
 #include "shell/ui/apply_captions.h"
 
 #include <QDir>
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QGridLayout>
 
@@ -155,7 +156,7 @@ void frmRestore::ReloadList() {
 
 void frmRestore::changeDir(int index) {
     QLineEdit* box = index == 0 ? txtBackupFolder : txtRestoreTo;
-    const QString chosen = QFileDialog::getExistingDirectory(this, MsgText(144), box->text());
+    const QString chosen = m_session.prompter.chooseFolder(MsgText(144), box->text());
     if (chosen.isEmpty()) {
         return;
     }
@@ -198,7 +199,7 @@ void frmRestore::restoreClicked() {
 
 std::optional<backup_commands::AfterRestore> frmRestore::RunCommand(Session& session, QWidget* parent) {
     session.frame.CloseSections();
-    frmRestore form(session, parent);
+    const modal::Scoped<frmRestore> form(session, parent);
     if (form.exec() != QDialog::Accepted) {
         return std::nullopt;
     }

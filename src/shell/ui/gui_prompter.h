@@ -3,6 +3,7 @@
 #include "store/prompter.h"
 
 #include <QPointer>
+#include <QString>
 
 #include <functional>
 
@@ -33,7 +34,15 @@ public:
     int busy(const QString& text, const std::function<int()>& work) override;
 
 private:
+    // A file dialog starting in the open file's folder, the program's folder of the documents, or the documents.
+    QString runFileDialog(const QString& title, const QString& filter, bool save, const QString& start = {});
+
     QPointer<QWidget> m_parent;
+    friend class Aside;
+    // The busy window while work runs; it steps aside while the work asks the person something.
+    QPointer<QWidget> m_busyWindow;
+    bool m_busyDue = false; // the work has run long enough for the window to show
+    int m_asking = 0;
     std::function<void(const QString&)> m_status;
     std::function<void()> m_shutDown;
     std::function<void(int)> m_penaltyWait;

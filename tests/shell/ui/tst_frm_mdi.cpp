@@ -5,16 +5,20 @@
 #include "shell/session.h"
 #include "shell/ui/frm_splash.h"
 #include "support/scripted_prompter.h"
+#include "support/second_program.h"
 #include "support/test_databases.h"
 
+#include <QAbstractButton>
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
+#include <QDialog>
 #include <QImage>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMimeData>
+#include <QPlainTextEdit>
 #include <QPointer>
 #include <QSettings>
 #include <QStandardPaths>
@@ -65,6 +69,27 @@ struct Fixture {
     void minutes(int m) { now += static_cast<std::int64_t>(m) * 60'000; }
     // One beat of the idle watch, as the timer gives it.
     bool tick() { return QMetaObject::invokeMethod(&frame->timerTimeout, "timeout"); }
+    // Clicks the button of that name in the dialog in front (or the frame), or triggers the frame's command.
+    void open(const QString& name) const {
+        QWidget* scope = QApplication::activeModalWidget() != nullptr ? QApplication::activeModalWidget()
+                                                                      : static_cast<QWidget*>(frame.get());
+        if (auto* button = scope->findChild<QAbstractButton*>(name)) {
+            button->click();
+        } else {
+            QVERIFY2(action(name) != nullptr, qPrintable(name));
+            action(name)->trigger();
+        }
+    }
+    // Opens each dialog of `path` inside the one before, then lets the idle period pass in the innermost.
+    void idleInside(const QStringList& path, int step = 0) {
+        if (step == path.size()) {
+            minutes(60);
+            QVERIFY(tick());
+            return;
+        }
+        QTimer::singleShot(0, frame.get(), [this, path, step] { idleInside(path, step + 1); });
+        open(path[step]);
+    }
     // Stands in for the commands the sections put into their menus; an empty menu stays out of sight.
     void fillSectionMenus() const {
         for (const char* name : {"mnuAddress", "mnuCalendar", "mnuMemo", "mnuTodo", "mnuBudget"}) {
@@ -262,17 +287,35 @@ private Q_SLOTS:
         QVERIFY(f->frame->activeSectionForm() == nullptr);
         QVERIFY(f->frame->shell().AutoBlocked);
         QVERIFY(f->prompter.passphraseRequests.isEmpty());
+        const QStringList reachFiles = {QStringLiteral("mnuFileNew"),
+                                        QStringLiteral("mnuFileOpen"),
+                                        QStringLiteral("mnuFileCloseDB"),
+                                        QStringLiteral("mnuToolsBackup"),
+                                        QStringLiteral("mnuToolsDbUtilitiesRepairCompact"),
+                                        QStringLiteral("mnuToolsDbUtilitiesRestore"),
+                                        QStringLiteral("mnuToolsPreferences"),
+                                        QStringLiteral("mnuEditChangePW")};
+        QString refusal = SecondProgramRefused(f->session.DbPath, {QStringLiteral("info"), f->session.DbPath});
+        QVERIFY2(refusal.isEmpty(), qPrintable(refusal));
 
-        // A wrong passphrase keeps the block, and the commands stay off.
+        // A wrong passphrase keeps the block, and every command that reaches a file or the settings stays off.
         f->prompter.passphrases.enqueue(QStringLiteral("not my passphrase"));
-        f->frame->GotoSection(17);
+        QVERIFY(!f->frame->GotoSection(17));
         QCOMPARE(f->prompter.numbers(), QList<int>{85});
-        QVERIFY(!f->enabled(QStringLiteral("mnuToolsBackup")));
+        for (const QString& command : reachFiles) {
+            QVERIFY2(!f->enabled(command) || !f->find<QMenu>(QStringLiteral("mnuEdit"))->isEnabled(),
+                     qPrintable(command));
+        }
+        QVERIFY(f->enabled(QStringLiteral("mnuFileQuit")));
 
         f->prompter.passphrases.enqueue(kPassphrase);
-        f->frame->GotoSection(17);
+        QVERIFY(f->frame->GotoSection(17));
         QCOMPARE(f->formName(), QStringLiteral("frmBudget"));
-        QVERIFY(f->enabled(QStringLiteral("mnuToolsBackup")));
+        for (const QString& command : reachFiles) {
+            QVERIFY2(f->enabled(command), qPrintable(command));
+        }
+        refusal = SecondProgramRefused(f->session.DbPath, {QStringLiteral("info"), f->session.DbPath});
+        QVERIFY2(refusal.isEmpty(), qPrintable(refusal));
 
         // Blocked again, the program may still be left without the passphrase.
         f->minutes(1);
@@ -294,6 +337,74 @@ private Q_SLOTS:
         QVERIFY(f->tick());
         QVERIFY(f->frame->isShutDown());
         QVERIFY(!f->session.store().cry.hasKeyPool());
+    }
+
+    void idleClosesWhateverDialogIsOpen_data() {
+        QTest::addColumn<QStringList>("path");
+        QTest::addColumn<int>("action");
+        const QStringList editor{QStringLiteral("cmdAdd_0")};
+        for (int action : {0, 1, 2}) {
+            QTest::addRow("transaction editor, action %d", action) << editor << action;
+            QTest::addRow("categories from the editor, action %d", action)
+                << QStringList{QStringLiteral("cmdAdd_0"), QStringLiteral("cmdEditCat")} << action;
+        }
+        QTest::newRow("category list") << QStringList{QStringLiteral("cmdEditCat")} << 1;
+        QTest::newRow("budget names") << QStringList{QStringLiteral("mnuBudgetBudgets")} << 1;
+        QTest::newRow("payment modes") << QStringList{QStringLiteral("mnuBudgetPayment")} << 1;
+        QTest::newRow("preferences") << QStringList{QStringLiteral("mnuToolsPreferences")} << 1;
+    }
+
+    void idleClosesWhateverDialogIsOpen() {
+        QFETCH(QStringList, path);
+        QFETCH(int, action);
+        std::unique_ptr<Fixture> f = started(QStringLiteral("17"));
+        QVERIFY(f);
+        f->preferences().IdleMinutes = 1;
+        f->preferences().IdleAction = action;
+        f->prompter.passphrases << kPassphrase << kPassphrase;
+        f->action(QStringLiteral("mnuViewShowPrivate"))->trigger();
+        QVERIFY(f->frame->GotoSection(17));
+        const QPointer<QWidget> form = f->frame->activeSectionForm();
+
+        f->idleInside(path);
+        // Every dialog went as Esc would, and the action followed once they were all gone.
+        for (QWidget* window : QApplication::topLevelWidgets()) {
+            QVERIFY2(!qobject_cast<QDialog*>(window) || !window->isVisible(), qPrintable(window->objectName()));
+        }
+        if (action == 0) {
+            QTRY_VERIFY(!f->session.ShowPrivate);
+            QVERIFY(f->prompter.numbers().contains(190));
+            QCOMPARE(f->frame->activeSectionForm(), form.data());
+        } else if (action == 1) {
+            QTRY_VERIFY(f->frame->shell().AutoBlocked);
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            QVERIFY(form.isNull());
+        } else {
+            QTRY_VERIFY(f->frame->isShutDown());
+        }
+        QCOMPARE(f->prompter.numbers().count(20), 0);
+    }
+
+    void preferencesUnfreezeTheIdleWatch() {
+        std::unique_ptr<Fixture> f = started(QStringLiteral("0"));
+        QVERIFY(f);
+        f->preferences().IdleMinutes = 1;
+        f->preferences().IdleAction = 0;
+        // Nothing private shows, so hiding has nothing to do: the watch rests.
+        f->minutes(5);
+        QVERIFY(f->tick());
+        QVERIFY(f->frame->shell().IdleFrozen);
+
+        QTimer::singleShot(0, f->frame.get(), [&f] {
+            f->open(QStringLiteral("optIdle_1"));
+            f->open(QStringLiteral("cmdOK"));
+        });
+        f->open(QStringLiteral("mnuToolsPreferences"));
+        QCOMPARE(f->preferences().IdleAction, 1);
+        QVERIFY(!f->frame->shell().IdleFrozen);
+        f->minutes(1);
+        QVERIFY(f->tick());
+        QTRY_VERIFY(f->frame->shell().AutoBlocked);
     }
 
     void privateSwitchAndTheDiary() {
@@ -325,6 +436,15 @@ private Q_SLOTS:
         QVERIFY(!lock->isEnabled());
         QCOMPARE(f->prompter.passphraseRequests.size(), 2);
         QVERIFY(f->frame->activeSectionForm() == nullptr);
+
+        // In the Budget too, one click hides them.
+        f->prompter.passphrases.enqueue(kPassphrase);
+        menu->trigger();
+        f->frame->GotoSection(17);
+        QVERIFY(lock->isEnabled() && menu->isEnabled());
+        lock->trigger();
+        QVERIFY(!f->session.ShowPrivate);
+        QVERIFY(f->session.store().hidePrivate);
     }
 
     void cancelledOrWrongPinGoesToTheStartScreen() {
@@ -392,6 +512,41 @@ private Q_SLOTS:
         f->action(QStringLiteral("mnuEditCopy"))->trigger();
         QCOMPARE(clipboard->text(), QStringLiteral("words"));
 
+        QVERIFY(QMetaObject::invokeMethod(&timer, "timeout"));
+        QVERIFY(clipboard->text().isEmpty());
+    }
+
+    void copiesFromAnyTextFieldAreGuarded_data() {
+        QTest::addColumn<QString>("how");
+        for (const char* how :
+             {"Ctrl+C in a line", "Ctrl+X in a line", "the line's context menu", "Ctrl+C in a note"}) {
+            QTest::newRow(how) << QString::fromLatin1(how);
+        }
+    }
+
+    void copiesFromAnyTextFieldAreGuarded() {
+        QFETCH(QString, how);
+        std::unique_ptr<Fixture> f = started(QStringLiteral("0"));
+        QVERIFY(f);
+        QTimer& timer = f->frame->clipboardGuard().timerClipboard;
+        timer.stop();
+        QClipboard* clipboard = QGuiApplication::clipboard();
+        QLineEdit line(QStringLiteral("card 4711 0815"));
+        QPlainTextEdit note(QStringLiteral("card 4711 0815"));
+        line.selectAll();
+        note.selectAll();
+        if (how == QLatin1String("Ctrl+C in a line")) {
+            QTest::keyClick(&line, Qt::Key_C, Qt::ControlModifier);
+        } else if (how == QLatin1String("Ctrl+X in a line")) {
+            QTest::keyClick(&line, Qt::Key_X, Qt::ControlModifier);
+        } else if (how == QLatin1String("the line's context menu")) {
+            line.copy();
+        } else {
+            QTest::keyClick(&note, Qt::Key_C, Qt::ControlModifier);
+        }
+        QCOMPARE(clipboard->text(), QStringLiteral("card 4711 0815"));
+        QCOMPARE(clipboard->mimeData()->data(QStringLiteral("x-kde-passwordManagerHint")), QByteArrayLiteral("secret"));
+        QVERIFY(timer.isActive());
         QVERIFY(QMetaObject::invokeMethod(&timer, "timeout"));
         QVERIFY(clipboard->text().isEmpty());
     }

@@ -29,6 +29,7 @@ public:
     void ShowDatabase(const QString&) override {}
     void CloseSections() override {}
     void HideShow() override { ++hideShows; }
+    void RefreshPrivateViews() override {}
 };
 
 // A new database, open in a session whose dialogs are answered by the script.
