@@ -6,6 +6,8 @@
 
 #include <QSaveFile>
 
+#include <sys/stat.h>
+
 namespace budget {
 
 namespace {
@@ -113,10 +115,18 @@ std::optional<QByteArray> BalanceCsv(const BalanceExport& data) {
 
 QString WriteExportFile(const QString& path, const QByteArray& bytes) {
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
+    // The export is not enciphered: only its owner may read it.
+    if (!file.open(QIODevice::WriteOnly) || ::fchmod(file.handle(), 0600) != 0 || file.write(bytes) != bytes.size() ||
+        !file.commit()) {
         return file.errorString();
     }
     return {};
+}
+
+QString ExportNotice(const QString& path) {
+    return QStringLiteral("The balance was exported to %1.\n\nThe file is not encrypted: whoever can read it can read "
+                          "these transactions. Only your user account may open it.")
+        .arg(path);
 }
 
 } // namespace budget

@@ -298,6 +298,7 @@ int Export(const QStringList& args, Streams io) {
             const std::optional<QByteArray> csv = budget::BalanceCsv(data);
             const QString failure = csv ? budget::WriteExportFile(p->a.words[1], *csv) : QStringLiteral("overflow");
             if (failure.isEmpty()) {
+                io.err << budget::ExportNotice(p->a.words[1]) << "\n";
                 code = kExitOk;
             } else {
                 Fail(io, QStringLiteral("%1 could not be written: %2").arg(p->a.words[1], failure));

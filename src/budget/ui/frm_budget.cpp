@@ -13,6 +13,7 @@
 #include "shell/ui/apply_captions.h"
 #include "shell/ui/frm_mdi.h"
 #include "shell/ui/list_controls.h"
+#include "shell/ui/modal.h"
 #include "shell/ui/named_control.h"
 #include "store/keys.h"
 
@@ -375,8 +376,11 @@ void frmBudget::ReloadList() {
     filter.month = m_month;
     filter.credit = showCDBW[0]->isChecked();
     filter.debit = showCDBW[1]->isChecked();
-    filter.showPublic = showCDBW[2]->isChecked();
-    filter.showPrivate = showCDBW[3]->isChecked();
+    // With the private boxes hidden (the Budget's own Hide Private) only public rows are listed; the boxes keep
+    // their state for when they show again.
+    const bool privateBoxes = showBWframe->isVisibleTo(this);
+    filter.showPublic = !privateBoxes || showCDBW[2]->isChecked();
+    filter.showPrivate = privateBoxes && showCDBW[3]->isChecked();
     const budget::TransactionList list = budget::ReloadList(m_session.store(), filter, listContext());
     cmdEdit->setEnabled(list.queryHadRows);
     cmdDelete->setEnabled(list.queryHadRows);
@@ -441,9 +445,9 @@ void frmBudget::cmdEditCat_Click() {
         cboCategories->setCurrentIndex(0);
     }
     const int selected = list_controls::GetSelectedId(cboCategories);
-    frmEditCategories dialog(m_session.store(), categories::kBudgetSection, m_budget, this);
+    const modal::Scoped<frmEditCategories> dialog(m_session.store(), categories::kBudgetSection, m_budget, this);
     dialog.exec();
-    fillCategoryFilter(!dialog.cancelled() && dialog.lastNewId() != 0 ? dialog.lastNewId() : selected);
+    fillCategoryFilter(!dialog->cancelled() && dialog->lastNewId() != 0 ? dialog->lastNewId() : selected);
     ReloadList();
     RefreshTotals();
 }
@@ -453,15 +457,13 @@ void frmBudget::mnuBudgetBudgets() {
         return;
     }
     const int previous = m_budget;
-    frmEditBudgetNames dialog(m_session.store(), this);
-    dialog.exec();
+    modal::Scoped<frmEditBudgetNames>(m_session.store(), this).exec();
     FillBudgetCombo(previous);
 }
 
 void frmBudget::mnuBudgetPayment() {
     const int previous = list_controls::GetSelectedId(ctlPayment);
-    frmEditBudgetPaymode dialog(m_session.store(), this);
-    dialog.exec();
+    modal::Scoped<frmEditBudgetPaymode>(m_session.store(), this).exec();
     fillPayments(previous);
     ReloadList();
 }
@@ -512,14 +514,14 @@ void frmBudget::mnuListitemRC(int index) {
 
 bool frmBudget::editTransaction(budget::Transaction& t, int kind, bool& stored) {
     stored = false;
-    frmEditBudget editor(m_session.store(), m_budget, list_controls::Entries(ctlPayment), this);
-    connect(&editor, &frmEditBudget::listsChanged, this, [this] {
+    const modal::Scoped<frmEditBudget> editor(m_session.store(), m_budget, list_controls::Entries(ctlPayment), this);
+    connect(editor.get(), &frmEditBudget::listsChanged, this, [this] {
         fillCategoryFilter(list_controls::GetSelectedId(cboCategories));
         fillPayments(list_controls::GetSelectedId(ctlPayment));
     });
-    editor.TransactionToEditor(t, kind);
-    editor.exec();
-    if (editor.cancelled() || (t.key < 0 && !editor.dirty()) || !editor.EditorToTransaction(t)) {
+    editor->TransactionToEditor(t, kind);
+    if (editor.exec() != QDialog::Accepted || editor->cancelled() || (t.key < 0 && !editor->dirty()) ||
+        !editor->EditorToTransaction(t)) {
         return false;
     }
     const int error = budget::StoreTransaction(m_session.store(), m_budget, t);

@@ -165,7 +165,9 @@ void frmBudget::buildBalanceTab() {
 }
 
 bool frmBudget::withPrivateColumns() const {
-    return list_controls::Tag(cboBudget) == QLatin1String("1") && m_session.ShowPrivate;
+    // The private boxes show for a budget with private transactions while private records show, and go with the
+    // Budget's own Hide Private: the private sums go with them.
+    return showBWframe->isVisibleTo(this);
 }
 
 void frmBudget::showPeriodState() {
@@ -295,7 +297,7 @@ void frmBudget::RefreshTotals() {
     for (QLabel* label : result) {
         label->clear();
     }
-    const bool cells = showCDBW[3]->isChecked();
+    const bool cells = showBWframe->isVisibleTo(this) && showCDBW[3]->isChecked();
     QList<QTreeWidgetItem*> lines;
     for (int p = 0; p < m_balance.categories.size(); ++p) {
         const std::optional<QStringList> texts = budget::BalanceRowTexts(m_balance, p, cells);
@@ -366,6 +368,8 @@ void frmBudget::cmdExport_Click() {
     if (QFileInfo(path).suffix().isEmpty()) {
         path += QStringLiteral(".csv");
     }
+    // The balance is summed again first, so that the file's sums and its transactions come from the same rows.
+    RefreshTotals();
     const budget::BalanceQuery query{m_budget, m_period.from, m_period.to, list_controls::GetSelectedId(ctlPayment)};
     QVector<budget::SealedRow> rows = budget::ReadBalanceRows(store, query);
     QVector<budget::Transaction> transactions;
@@ -381,7 +385,7 @@ void frmBudget::cmdExport_Click() {
     budget::BalanceExport data;
     data.balance = m_balance;
     data.privateColumns = withPrivateColumns();
-    data.privateCells = showCDBW[3]->isChecked();
+    data.privateCells = showBWframe->isVisibleTo(this) && showCDBW[3]->isChecked();
     data.showPrivate = m_session.ShowPrivate;
     data.categories = list_controls::Entries(cboCategories);
     data.payments = list_controls::Entries(ctlPayment);
@@ -397,6 +401,6 @@ void frmBudget::cmdExport_Click() {
                                Prompter::Icon::Critical);
         return;
     }
-    store.prompter.message(0, tr("The balance was exported to %1.").arg(QDir::toNativeSeparators(path)),
-                           Prompter::Buttons::Ok, Prompter::Icon::Information);
+    store.prompter.message(0, budget::ExportNotice(QDir::toNativeSeparators(path)), Prompter::Buttons::Ok,
+                           Prompter::Icon::Information);
 }

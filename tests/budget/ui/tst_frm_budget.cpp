@@ -21,6 +21,7 @@
 #include <QtTest>
 
 #include <functional>
+#include <tuple>
 
 namespace {
 
@@ -50,11 +51,11 @@ class TestFrmBudget : public QObject {
     Q_OBJECT
 
     QTemporaryDir m_dir;
-    TestSession m_run;
+    std::unique_ptr<TestSession> m_run;
     std::unique_ptr<frmBudget> m_form;
 
-    Store& store() { return m_run.store(); }
-    ScriptedPrompter& prompter() { return m_run.prompter; }
+    Store& store() { return m_run->store(); }
+    ScriptedPrompter& prompter() { return m_run->prompter; }
 
     QStringList items() const {
         QStringList texts;
@@ -79,17 +80,41 @@ class TestFrmBudget : public QObject {
         });
         m_form->cmdAdd[static_cast<std::size_t>(kind)]->click();
     }
+    // Today's salary and lunch of the first budget, stored as the editor stores them, then shown.
+    void seed() {
+        for (const auto& [item, units, debit] : {std::tuple{"Salary", 130000, false}, {"Lunch", 125000, true}}) {
+            budget::Transaction t = budget::ClearTransaction(0, 0, QDate::currentDate());
+            t.description = QString::fromLatin1(item);
+            t.amount = Currency{units};
+            t.dcwb = debit ? budget::kDebitBit : 0;
+            QCOMPARE(budget::StoreTransaction(store(), 0, t), 0);
+        }
+        m_form->FillBudgetCombo(0);
+    }
 
 private Q_SLOTS:
     void initTestCase() {
         QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
         RedirectSettings(m_dir.filePath(QStringLiteral("settings")));
-        QCOMPARE(CreateDatabase(m_run, m_dir.filePath(QStringLiteral("form.nct")), kPass), 0);
+    }
+
+    // Every test starts from a file of its own, with two categories and private records shown.
+    void init() {
+        const QString path = m_dir.filePath(QStringLiteral("%1.nct").arg(QTest::currentTestFunction()));
+        QFile::remove(path);
+        m_run = std::make_unique<TestSession>();
+        QCOMPARE(CreateDatabase(*m_run, path, kPass), 0);
         QCOMPARE(categories::SaveCategoryText(store(), QStringLiteral("Food;1;Rent;2"), 17, 0), 0);
-        m_run.session.ShowPrivate = true;
-        m_form = std::make_unique<frmBudget>(m_run.session);
+        m_run->session.ShowPrivate = true;
+        m_form = std::make_unique<frmBudget>(m_run->session);
         m_form->resize(1000, 600);
         m_form->show();
+    }
+
+    void cleanup() {
+        m_form.reset();
+        open_sequence::CloseDatabase(m_run->session);
+        m_run.reset();
     }
 
     void firstUseShowsTheDefaultBudgets() {
@@ -113,6 +138,7 @@ private Q_SLOTS:
     }
 
     void theEditorRefusesBadInput() {
+        seed();
         const int shown = static_cast<int>(prompter().shown.size());
         AnswerEditor([](frmEditBudget& editor) {
             editor.ctlAmount->clear();
@@ -139,6 +165,7 @@ private Q_SLOTS:
     }
 
     void editAndDelete() {
+        seed();
         select(QStringLiteral("Lunch"));
         AnswerEditor([](frmEditBudget& editor) {
             QVERIFY(editor.ctlCD[1]->isChecked());
@@ -169,6 +196,7 @@ private Q_SLOTS:
     }
 
     void movingMonths() {
+        seed();
         const QDate today = QDate::currentDate();
         m_form->findChild<QToolButton*>(QStringLiteral("cmdDateMove_0"))->click();
         QCOMPARE(m_form->monthInView().month(), today.addMonths(-1).month());
@@ -182,10 +210,11 @@ private Q_SLOTS:
         m_form->lstYear->itemClicked(m_form->lstYear->currentItem());
         m_form->cmdDateMove[1]->click();
         QCOMPARE(m_form->monthInView().month(), today.month());
-        QCOMPARE(items(), QStringList{QStringLiteral("Salary")});
+        QCOMPARE(items(), (QStringList{QStringLiteral("Salary"), QStringLiteral("Lunch")}));
     }
 
     void switchingToABudgetWithAPin() {
+        seed();
         budget::BudgetList budgets = *budget::LoadBudgets(store());
         budgets.requestPin[1] = true;
         QCOMPARE(budget::SaveBudgets(store(), budgets), 0);
@@ -203,31 +232,37 @@ private Q_SLOTS:
         m_form->FillBudgetCombo(1); // once a session
         QCOMPARE(prompter().passphraseRequests.size(), asked);
         m_form->FillBudgetCombo(0);
-        QCOMPARE(items(), QStringList{QStringLiteral("Salary")});
+        QCOMPARE(items(), (QStringList{QStringLiteral("Salary"), QStringLiteral("Lunch")}));
     }
 
     void privateRowsFollowTheSwitches() {
+        seed();
         addThroughEditor(1, QStringLiteral("7"), QStringLiteral("Secret"), true);
         QVERIFY(items().contains(QStringLiteral("Secret")));
         QVERIFY(m_form->showBWframe->isVisible());
-        m_form->ShowPrivateBudget(); // hiding asks nothing
+        // The Budget's own Hide Private asks nothing, and takes the private rows and sums with the boxes.
+        m_form->ShowPrivateBudget();
         QVERIFY(!m_form->showBWframe->isVisible());
+        QVERIFY(!items().contains(QStringLiteral("Secret")));
+        QCOMPARE(m_form->result[4]->text(), QString());
         prompter().passphrases.append(kPass);
         m_form->ShowPrivateBudget();
         QVERIFY(m_form->showBWframe->isVisible());
-        m_run.session.ShowPrivate = false;
+        QVERIFY(items().contains(QStringLiteral("Secret")));
+        m_run->session.ShowPrivate = false;
         m_form->HideShow();
         QVERIFY(!items().contains(QStringLiteral("Secret")));
         QVERIFY(m_form->LV1->isColumnHidden(budget::colPrivate));
         QVERIFY(m_form->LV2->isColumnHidden(2));
         QCOMPARE(m_form->result[4]->text(), QString());
-        m_run.session.ShowPrivate = true;
+        m_run->session.ShowPrivate = true;
         m_form->HideShow();
         QVERIFY(items().contains(QStringLiteral("Secret")));
         QCOMPARE(m_form->result[4]->text(), QStringLiteral(" 7.00"));
     }
 
     void balancePeriods() {
+        seed();
         m_form->tbsOptions->setCurrentIndex(1);
         m_form->cPeriod[budget::kPeriodTotal]->click();
         QCOMPARE(m_form->ctlFrom->date(), QDate(2000, 1, 1));
@@ -256,17 +291,26 @@ private Q_SLOTS:
     }
 
     void exportWritesTheShownBalance() {
+        seed();
+        addThroughEditor(1, QStringLiteral("7"), QStringLiteral("Secret"), true);
+        // A deleted transaction leaves the file's sums as it leaves its rows.
+        select(QStringLiteral("Lunch"));
+        prompter().replies.append(Reply::Ok);
+        m_form->cmdDelete->click();
         const QString path = m_dir.filePath(QStringLiteral("balance"));
         prompter().newFile = path;
-        m_form->cPeriod[budget::kPeriodYearToDate]->click();
         m_form->cmdExport->click();
         QFile file(path + QStringLiteral(".csv"));
+        QCOMPARE(file.permissions() & ~(QFile::ReadOwner | QFile::WriteOwner | QFile::ReadUser | QFile::WriteUser),
+                 QFile::Permissions());
+        QVERIFY(prompter().shown.last().text.contains(QStringLiteral("not encrypted")));
         QVERIFY(file.open(QIODevice::ReadOnly));
         const QString text = QString::fromUtf8(file.readAll());
+        QVERIFY(!text.contains(QStringLiteral("12.50")));
         QVERIFY(text.startsWith(QStringLiteral("Category,Public credit,Private credit,Total credit,")));
         QVERIFY(text.contains(QStringLiteral(",Salary,13.00,,<N.S.>,")));
         QVERIFY(text.contains(QStringLiteral(",Secret,,7.00,<N.S.>,")));
-        m_run.session.ShowPrivate = false;
+        m_run->session.ShowPrivate = false;
         m_form->HideShow();
         m_form->cmdExport->click();
         file.close();
@@ -274,13 +318,6 @@ private Q_SLOTS:
         const QString hidden = QString::fromUtf8(file.readAll());
         QVERIFY(hidden.startsWith(QStringLiteral("Category,Credit,Debit,Balance\r\n")));
         QVERIFY(!hidden.contains(QStringLiteral("Secret")));
-        m_run.session.ShowPrivate = true;
-        m_form->HideShow();
-    }
-
-    void cleanupTestCase() {
-        m_form.reset();
-        open_sequence::CloseDatabase(m_run.session);
     }
 };
 
