@@ -10,8 +10,6 @@
 #include "store/row.h"
 #include "store/store.h"
 
-#include <QDateTime>
-
 namespace budget {
 
 namespace {
@@ -62,8 +60,9 @@ QByteArray TransactionBlob(const Transaction& t) {
     blob += PutField(t.isPrivate, FieldType::Boolean, Private);
     blob += PutField(t.description, FieldType::Text, Description);
     blob += PutField(t.partner, FieldType::Text, BizPartner);
+    // A day without a time goes as a day: its local midnight does not exist everywhere.
     if (t.datePaid.isValid()) {
-        blob += PutField(QDateTime(t.datePaid, QTime(0, 0)), FieldType::DateTime, DatePaid);
+        blob += PutField(t.datePaid, FieldType::DateTime, DatePaid);
     }
     blob += PutField(QVariant::fromValue(t.amount), FieldType::Currency, Amount);
     blob += PutField(t.dcwb, FieldType::Int16, DCWB);

@@ -3,6 +3,7 @@
 #include "budget/amounts.h"
 #include "budget/budget_lists.h"
 #include "shell/catalogue/messages.h"
+#include "shell/dates.h"
 #include "store/row.h"
 #include "store/store.h"
 
@@ -66,8 +67,8 @@ QStringList ListRowTexts(const Transaction& t, const QString& categoryText, cons
         payment = 1;
     }
     QStringList texts;
-    texts << context.locale.toString(t.datePaid, QLocale::ShortFormat) << t.description
-          << (t.isDebit() ? blank : amount) << (t.isDebit() ? amount : blank)
+    texts << dates::ShortDate(t.datePaid, context.locale) << t.description << (t.isDebit() ? blank : amount)
+          << (t.isDebit() ? amount : blank)
           << (payment < context.payments.size() ? context.payments[payment].text : QString())
           << (t.privateBit() ? QStringLiteral("x") : blank) << t.partner << (t.noteFlag ? QStringLiteral("N") : blank)
           << categoryText << QStringLiteral("%1").arg(OleDay(t.datePaid), 6, 10, QLatin1Char('0'))

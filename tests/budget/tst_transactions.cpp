@@ -6,8 +6,10 @@
 #include "budget/transaction_list.h"
 #include "sections/categories/categories.h"
 #include "shell/catalogue/messages.h"
+#include "store/record_get.h"
 #include "store/row.h"
 #include "support/test_databases.h"
+#include "support/time_zone.h"
 
 #include <QTest>
 
@@ -52,6 +54,13 @@ class TestTransactions : public QObject {
             return 0;
         }
         return t.key;
+    }
+
+    // The day the record's blob holds, read by the field reader alone.
+    QDate RecordDay(std::int32_t key) {
+        FieldValues values;
+        Record_Get::GetRecord(values, store().cry.Cipher(key, 2, ReadRow(store().connection(), key)->bytes(Col::fEtx)));
+        return values.value(DatePaid).toDateTime().date();
     }
 
     void clearBudgetRows() { QVERIFY(!store().connection().exec("DELETE FROM tt WHERE fSec=17")); }
@@ -106,6 +115,29 @@ private Q_SLOTS:
             QCOMPARE(back->payMode, 3);
             QCOMPARE(back->category, 7);
         }
+    }
+
+    void dayWithoutMidnightKeepsItsDate_data() {
+        QTest::addColumn<QByteArray>("zone");
+        QTest::addColumn<QDate>("day");
+        // Daylight saving starts at midnight there: the day has no 00:00.
+        QTest::newRow("Sao Paulo") << QByteArray("America/Sao_Paulo") << QDate(2018, 11, 4);
+        QTest::newRow("Santiago") << QByteArray("America/Santiago") << QDate(2024, 9, 8);
+        QTest::newRow("Cairo") << QByteArray("Africa/Cairo") << QDate(2024, 4, 26);
+        QTest::newRow("Beirut") << QByteArray("Asia/Beirut") << QDate(2024, 3, 31);
+        QTest::newRow("Havana") << QByteArray("America/Havana") << QDate(2024, 3, 10);
+    }
+
+    void dayWithoutMidnightKeepsItsDate() {
+        QFETCH(QByteArray, zone);
+        QFETCH(QDate, day);
+        const ScopedTimeZone local(zone.constData());
+        QVERIFY2(!QDateTime(day, QTime(0, 0)).isValid(), "the zone's rules are not installed");
+        const std::int32_t key = Put(Make(day, "1", 0));
+        QVERIFY(key > 0);
+        QCOMPARE(LoadTransaction(store(), key)->datePaid, day);
+        QCOMPARE(ReadRow(store().connection(), key)->integer(Col::fR3), DayNumber(day));
+        QCOMPARE(RecordDay(key), day);
     }
 
     void editingKeepsTheKeyAndEmptiedNoteClearsTheFlag() {
@@ -195,7 +227,14 @@ private Q_SLOTS:
         QCOMPARE(list.repaired, 1);
         const QStringList texts = list.rows[0].texts;
         QCOMPARE(texts.size(), kListColumns);
-        QCOMPARE(texts[colDate], QLocale().toString(QDate(2026, 5, 3), QLocale::ShortFormat));
+        // Four-digit years, so that no century is ever guessed, in every locale's own order.
+        QCOMPARE(texts[colDate], QStringLiteral("5/3/2026"));
+        QCOMPARE(ListRowTexts(list.rows[0].transaction, QString(),
+                              {{}, Payments(), true, QLocale(QLocale::German)})[colDate],
+                 QStringLiteral("03.05.2026"));
+        QCOMPARE(ListRowTexts(list.rows[0].transaction, QString(),
+                              {{}, Payments(), true, QLocale(QLocale::Japanese)})[colDate],
+                 QStringLiteral("2026/05/03"));
         QCOMPARE(texts[colCredit], QStringLiteral(" "));
         QCOMPARE(texts[colDebit], QStringLiteral("1,234,567.89"));
         QCOMPARE(texts[colPayment], QStringLiteral("<N.S.>")); // a mode that is gone reads as not stated

@@ -5,6 +5,7 @@
 #include "budget/ui/frm_budget.h"
 #include "shell/catalogue/captions.h"
 #include "shell/catalogue/messages.h"
+#include "shell/dates.h"
 #include "shell/session.h"
 #include "shell/ui/list_controls.h"
 #include "shell/ui/named_control.h"
@@ -98,7 +99,7 @@ void frmBudget::buildBalanceTab() {
     lblFromTo = Named<QLabel>(picOptions[1], QStringLiteral("lblFromTo"));
     for (QDateEdit* edit : {ctlFrom, ctlTo}) {
         edit->setCalendarPopup(true);
-        edit->setDisplayFormat(QLocale().dateFormat(QLocale::ShortFormat));
+        edit->setDisplayFormat(dates::ShortDateFormat());
     }
     range->addWidget(cmdDown[2]);
     range->addWidget(ctlFrom);

@@ -6,6 +6,7 @@
 #include "sections/categories/categories.h"
 #include "sections/categories/ui/frm_edit_categories.h"
 #include "shell/catalogue/messages.h"
+#include "shell/dates.h"
 #include "shell/ui/apply_captions.h"
 #include "shell/ui/list_controls.h"
 #include "shell/ui/modal.h"
@@ -68,7 +69,7 @@ frmEditBudget::frmEditBudget(Store& store, int budget, const ListEntries& paymen
     ctlNote->setTabChangesFocus(true);
     ctlXDate = Named<QDateEdit>(EditBudgetFrame, QStringLiteral("ctlXDate"));
     ctlXDate->setCalendarPopup(true);
-    ctlXDate->setDisplayFormat(QLocale().dateFormat(QLocale::ShortFormat));
+    ctlXDate->setDisplayFormat(dates::ShortDateFormat());
     ctlBW = Named<QCheckBox>(EditBudgetFrame, QStringLiteral("ctlBW"));
     cboCategory = Named<QComboBox>(EditBudgetFrame, QStringLiteral("cboCategory"));
     ctlPayment = Named<QComboBox>(EditBudgetFrame, QStringLiteral("ctlPayment"));

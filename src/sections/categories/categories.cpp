@@ -189,6 +189,15 @@ QString FillCategoryEntries(Store& store, ListEntries& entries, int section, Fil
     return AddCategoryEntries(entries, LoadCategoryText(store, section, budget), flags);
 }
 
+bool NameFitsList(const QString& name) {
+    const QByteArray bytes = codepage::ToBytes(name);
+    return !bytes.contains(';') && !bytes.contains('\xFF');
+}
+
+QString NameRefusal() {
+    return QStringLiteral("A category name cannot contain the character \";\" or \"\u00FF\".");
+}
+
 int NewCategoryId(const ListEntries& entries) {
     for (int id = kFirstId; id <= kLastId; ++id) {
         if (IndexOfItemData(entries, id) < 0) {

@@ -53,6 +53,11 @@ int SortedPosition(const ListEntries& entries, const QString& text);
 QString FillCategoryEntries(Store& store, ListEntries& entries, int section, FillFlags flags,
                             std::optional<int> budget = std::nullopt);
 
+// A name holding the list's separator ";" (or the byte 255 other lists end their names with) would shift every
+// later name of the stored list: such a name is refused with this message.
+bool NameFitsList(const QString& name);
+QString NameRefusal();
+
 // The id a new category takes: the lowest of 1..9998 not yet in the list, or -1 when all are taken.
 int NewCategoryId(const ListEntries& entries);
 

@@ -2,6 +2,7 @@
 
 #include "shell/catalogue/captions.h"
 #include "shell/catalogue/messages.h"
+#include "shell/dates.h"
 #include "shell/file_choice.h"
 #include "shell/open_sequence.h"
 #include "shell/settings.h"
@@ -614,7 +615,7 @@ void frmMDI::updateViewButtonImages(QAction* hovered) {
 
 void frmMDI::timerTimeout_Tick() {
     const QDateTime now = QDateTime::currentDateTime();
-    kDate->setText(QLocale().toString(now.date(), QLocale::ShortFormat));
+    kDate->setText(dates::ShortDate(now.date()));
     kTime->setText(QLocale().toString(now.time(), QLocale::ShortFormat));
     const ShellState::IdleTick tick = m_shell.timeoutTick();
     if (!tick.countdown.isEmpty()) {

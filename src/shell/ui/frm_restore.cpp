@@ -4,6 +4,7 @@
 
 #include "shell/catalogue/captions.h"
 #include "shell/catalogue/messages.h"
+#include "shell/dates.h"
 #include "shell/session.h"
 #include "shell/settings.h"
 #include "shell/ui/apply_captions.h"
@@ -43,8 +44,7 @@ bool IsFolder(const QString& folder) {
 }
 
 QString MomentText(const QDateTime& moment) {
-    return QLocale().toString(moment.date(), QLocale::ShortFormat) + QLatin1Char(' ') +
-           moment.time().toString(QStringLiteral("HH:mm:ss"));
+    return dates::ShortDate(moment.date()) + QLatin1Char(' ') + moment.time().toString(QStringLiteral("HH:mm:ss"));
 }
 
 } // namespace

@@ -137,6 +137,19 @@ private Q_SLOTS:
         QVERIFY(m_form->cmdEdit->isEnabled());
     }
 
+    void datesKeepTheirCentury() {
+        AnswerEditor([](frmEditBudget& editor) {
+            Type(editor.ctlAmount, QStringLiteral("5"));
+            Type(editor.ctlSubject, QStringLiteral("Old bill"));
+            editor.ctlXDate->setDate(QDate(1999, 12, 31));
+            QCOMPARE(editor.ctlXDate->text(), QStringLiteral("12/31/1999"));
+        });
+        m_form->cmdAdd[1]->click();
+        m_form->ChangePeriod(QDate(1999, 12, 1));
+        QCOMPARE(items(), QStringList{QStringLiteral("Old bill")});
+        QCOMPARE(m_form->LV1->topLevelItem(0)->text(budget::colDate), QStringLiteral("12/31/1999"));
+    }
+
     void theEditorRefusesBadInput() {
         seed();
         const int shown = static_cast<int>(prompter().shown.size());

@@ -80,7 +80,7 @@ private Q_SLOTS:
         auto* list = child<QTreeWidget>(&form, "lvBackups");
         QCOMPARE(list->topLevelItemCount(), 2);
         QCOMPARE(list->topLevelItem(0)->text(0), QStringLiteral("mydata.nct"));
-        QCOMPARE(list->topLevelItem(0)->text(1), QStringLiteral("12/24/04 17:04:55"));
+        QCOMPARE(list->topLevelItem(0)->text(1), QStringLiteral("12/24/2004 17:04:55"));
         QCOMPARE(list->topLevelItem(0)->text(2), QStringLiteral("3"));
         // The newest backup is the one offered.
         QCOMPARE(list->currentItem(), list->topLevelItem(1));

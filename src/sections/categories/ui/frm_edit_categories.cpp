@@ -87,7 +87,7 @@ void frmEditCategories::keyPressEvent(QKeyEvent* event) {
 
 void frmEditCategories::cmdNew_Click() {
     const QString name = m_store.prompter.input(MsgText(355), MsgText(355), QString());
-    if (name.isEmpty()) {
+    if (name.isEmpty() || !fitsList(name)) {
         return;
     }
     const int id = categories::NewCategoryId(list_controls::Entries(CatList));
@@ -110,9 +110,17 @@ void frmEditCategories::cmdRename_Click() {
         return;
     }
     const QString name = m_store.prompter.input(MsgText(356), MsgText(356), item->text());
-    if (!name.isEmpty()) {
+    if (!name.isEmpty() && fitsList(name)) {
         item->setText(name);
     }
+}
+
+bool frmEditCategories::fitsList(const QString& name) {
+    if (categories::NameFitsList(name)) {
+        return true;
+    }
+    m_store.prompter.message(0, categories::NameRefusal(), Prompter::Buttons::Ok, Prompter::Icon::Warning);
+    return false;
 }
 
 void frmEditCategories::cmdDelete_Click() {

@@ -34,6 +34,8 @@ private:
     void cmdDelete_Click();
     void cmdOK_Click();
     void cmdEsc_Click();
+    // Refuses, with the reason, a name the stored list cannot hold.
+    bool fitsList(const QString& name);
 
     Store& m_store;
     int m_section;

@@ -70,6 +70,18 @@ private Q_SLOTS:
         form.cmdNew->click();
         QCOMPARE(prompter().inputTitles, (QStringList{"New category", "New category"}));
         QCOMPARE(form.lastNewId(), 3);
+        // A name with the list's separator would shift every later pair of the stored list: it is refused.
+        prompter().inputs << QStringLiteral("Food; drinks") << QStringLiteral("y\u00FF");
+        form.cmdNew->click();
+        select(form.CatList, QStringLiteral("car"));
+        form.cmdRename->click();
+        QCOMPARE(prompter().shown.size(), 2);
+        QVERIFY(prompter().shown.last().text.contains(QLatin1String("\";\"")));
+        QCOMPARE(form.CatList->count(), 5);
+        QVERIFY(form.CatList->findItems(QStringLiteral("car"), Qt::MatchExactly).size() == 1);
+        prompter().inputTitles.removeLast();
+        prompter().inputTitles.removeLast();
+        prompter().shown.clear();
 
         // The built-in and reserved entries are neither renamed nor deleted.
         select(form.CatList, QStringLiteral("Odd"));
