@@ -1,0 +1,26 @@
+// The records read through the field codec, each on any bytes: the preferences, a user's options and a budget
+// transaction.
+
+#include "fuzz_support.h"
+
+#include "budget/transaction.h"
+#include "store/preferences.h"
+#include "store/store.h"
+#include "store/users.h"
+#include "support/scripted_prompter.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const QByteArray blob = fuzz::Bytes(data, size);
+    bool ok = false;
+    Preferences::FromBlob(blob, &ok);
+
+    // With a passphrase check at hand, options that do not read fall back on the default PIN without asking.
+    static ScriptedPrompter prompter;
+    static Store store(prompter);
+    store.PassCheck = CRY::SecureBytes(20, 7);
+    users::LoadUserOptions(store, blob);
+
+    budget::Transaction transaction;
+    budget::DecodeTransactionBlob(blob, transaction);
+    return 0;
+}
