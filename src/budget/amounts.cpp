@@ -1,5 +1,6 @@
 #include "budget/amounts.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace budget {
@@ -67,43 +68,127 @@ QString PlainAmount(Currency value) {
     return text;
 }
 
-std::optional<Currency> ParseAmount(const QString& text, const QLocale& locale) {
+QString EditableAmount(Currency value, const QLocale& locale) {
+    const QString exact = value.toText();
+    const qsizetype point = exact.indexOf(u'.');
+    const qsizetype decimals = point < 0 ? 0 : exact.size() - point - 1;
+    if (decimals <= 2) {
+        return FormatAmount(value, true, locale);
+    }
+    const bool negative = exact.startsWith(u'-');
+    const QString whole = exact.mid(negative ? 1 : 0, point - (negative ? 1 : 0));
+    const QString text = Grouped(whole, locale.groupSeparator()) + locale.decimalPoint() + exact.mid(point + 1);
+    return negative ? u'-' + text : text;
+}
+
+namespace {
+
+bool AllDigits(const QString& text) {
+    for (QChar c : text) {
+        if (c < u'0' || c > u'9') {
+            return false;
+        }
+    }
+    return true;
+}
+
+// Digits in groups of three behind a first group of one to three, joined by `mark`.
+bool GroupedDigits(const QString& text, QChar mark) {
+    const QStringList groups = text.split(mark);
+    for (qsizetype i = 0; i < groups.size(); ++i) {
+        const qsizetype n = groups[i].size();
+        if (!AllDigits(groups[i]) || (i == 0 ? n < 1 || n > 3 : n != 3)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+AmountReading Refused(const QString& why) {
+    return AmountReading{std::nullopt, why};
+}
+
+} // namespace
+
+AmountReading ReadAmount(const QString& text, const QLocale& locale) {
     QString t = text.trimmed();
     bool negative = false;
     if (t.startsWith(u'-')) {
         negative = true;
         t = t.mid(1).trimmed();
     }
-    const QString decimal = locale.decimalPoint();
+    // Blanks and a group separator that is no point or comma cannot be decimal marks.
     const QString group = locale.groupSeparator();
-    const qsizetype point = t.indexOf(decimal);
-    QString whole = point < 0 ? t : t.left(point);
-    QString fraction = point < 0 ? QString() : t.mid(point + decimal.size());
-    if (!group.isEmpty() && group != decimal) {
-        whole.remove(group);
+    if (group != QLatin1String(".") && group != QLatin1String(",")) {
+        t.remove(group);
     }
-    if (whole.isEmpty() && fraction.isEmpty()) {
-        return std::nullopt;
+    t.remove(u' ');
+    t.remove(QChar(0x00A0));
+    t.remove(QChar(0x202F));
+    const QString asTyped = QStringLiteral("\"%1\"").arg(text.trimmed());
+    if (t.isEmpty()) {
+        return Refused(QStringLiteral("Please type an amount."));
     }
-    for (const QString& part : {whole, fraction}) {
-        for (QChar c : part) {
-            if (c < u'0' || c > u'9') {
-                return std::nullopt;
+    const qsizetype lastPoint = t.lastIndexOf(u'.');
+    const qsizetype lastComma = t.lastIndexOf(u',');
+    const qsizetype mark = std::max(lastPoint, lastComma);
+    QString whole = t;
+    QString fraction;
+    if (mark >= 0) {
+        const QChar decimal = t[mark];
+        const QChar other = decimal == u'.' ? u',' : u'.';
+        const bool bothKinds = lastPoint >= 0 && lastComma >= 0;
+        const qsizetype behind = t.size() - mark - 1;
+        const qsizetype marks = t.count(decimal);
+        if (bothKinds) {
+            // The last mark is the decimal one, the other kind only groups the digits before it.
+            whole = t.left(mark);
+            fraction = t.mid(mark + 1);
+            if (marks != 1 || !GroupedDigits(whole, other)) {
+                return Refused(QStringLiteral("%1 is no amount that can be read.").arg(asTyped));
+            }
+            whole.remove(other);
+        } else if (marks > 1) {
+            // Several marks of one kind only group digits: a whole amount.
+            if (!GroupedDigits(t, decimal)) {
+                return Refused(QStringLiteral("%1 is no amount that can be read.").arg(asTyped));
+            }
+            whole = t;
+            whole.remove(decimal);
+        } else {
+            whole = t.left(mark);
+            fraction = t.mid(mark + 1);
+            if (behind == 3 && whole.size() >= 1 && whole.size() <= 3 && !whole.startsWith(u'0') && AllDigits(whole) &&
+                AllDigits(fraction)) {
+                const std::optional<Currency> grouped = Currency::FromText(whole + fraction);
+                const std::optional<Currency> decimalReading = Currency::FromText(whole + u'.' + fraction);
+                return Refused(QStringLiteral("%1 can be read as %2 or as %3. Please type it without the separator "
+                                              "for thousands, or with two decimals.")
+                                   .arg(asTyped, FormatAmount(grouped.value_or(Currency{}), true, locale),
+                                        EditableAmount(decimalReading.value_or(Currency{}), locale)));
             }
         }
     }
-    // Round the fifth decimal and beyond away from zero, as currency conversion does.
-    bool roundUp = fraction.size() > 4 && fraction[4] >= u'5';
-    fraction = fraction.left(4);
+    if (!AllDigits(whole) || !AllDigits(fraction) || (whole.isEmpty() && fraction.isEmpty())) {
+        return Refused(QStringLiteral("%1 is no amount that can be read.").arg(asTyped));
+    }
+    if (fraction.size() > 4) {
+        return Refused(
+            QStringLiteral("%1 has more than four decimals; amounts are kept to four decimals exactly.").arg(asTyped));
+    }
     std::optional<Currency> value = Currency::FromText((whole.isEmpty() ? QStringLiteral("0") : whole) +
                                                        (fraction.isEmpty() ? QString() : u'.' + fraction));
-    if (value && roundUp) {
-        value = value->plus(Currency{1});
-    }
     if (value && negative) {
         value = Currency{}.minus(*value);
     }
-    return value;
+    if (!value) {
+        return Refused(QStringLiteral("%1 is larger than an amount can be.").arg(asTyped));
+    }
+    return AmountReading{value, QString()};
+}
+
+std::optional<Currency> ParseAmount(const QString& text, const QLocale& locale) {
+    return ReadAmount(text, locale).value;
 }
 
 QString CleanAmountText(const QString& text, const QLocale& locale) {
@@ -114,7 +199,7 @@ QString CleanAmountText(const QString& text, const QLocale& locale) {
     }
     QString cleaned;
     for (QChar c : text) {
-        if ((c >= u'0' && c <= u'9') || locale.decimalPoint().contains(c)) {
+        if ((c >= u'0' && c <= u'9') || c == u'.' || c == u',' || locale.decimalPoint().contains(c)) {
             cleaned += c;
         }
     }

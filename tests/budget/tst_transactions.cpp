@@ -267,16 +267,66 @@ private Q_SLOTS:
         QCOMPARE(SortAfterClick({}, colCategory).descending, false);
     }
 
-    void amountsFormatParseAndClean() {
+    void amountReadings_data() {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QLocale>("locale");
+        QTest::addColumn<QString>("value"); // empty: refused
+        QTest::addColumn<QString>("told");  // a part of what a refusal says
+        const QLocale en(QLocale::English, QLocale::UnitedStates);
+        const QLocale de(QLocale::German, QLocale::Germany);
+        const QLocale fr(QLocale::French, QLocale::France);
+        const auto row = [](const char* name, const char* text, const QLocale& locale, const char* value,
+                            const char* told = "") {
+            QTest::newRow(name) << QString::fromUtf8(text) << locale << QString::fromLatin1(value)
+                                << QString::fromUtf8(told);
+        };
+        // Either mark is the decimal one where nothing else can be meant.
+        row("comma, English locale", "12,50", en, "12.5");
+        row("point, German locale", "12.50", de, "12.5");
+        row("one decimal", "12,5", en, "12.5");
+        row("four decimals", "12,3456", en, "12.3456");
+        row("no whole part", ",5", en, "0.5");
+        row("leading zero", "0,250", en, "0.25");
+        row("too long a group", "1234,567", en, "1234.567");
+        row("both kinds", "1,234.56", en, "1234.56");
+        row("both kinds the other way", "1.234,56", en, "1234.56");
+        row("groups only", "1.234.567", en, "1234567");
+        row("blanks grouping", "1\u202F234,56", fr, "1234.56");
+        row("negative", "-5", en, "-5");
+        // Two readings, or none exact: refused, saying how it reads.
+        row("a thousand or one and a quarter", "1,250", en, "", "1,250.00 or as 1.25");
+        row("the same in German", "1.250", de, "", "1.250,00 or as 1,25");
+        row("five decimals", "0.00005", en, "", "four decimals");
+        row("broken groups", "1,23,456.00", en, "", "no amount");
+        row("two decimal marks", "1.234.56,7,8", en, "", "no amount");
+        row("too large", "99999999999999999", en, "", "larger");
+        row("exponent", "1e3", en, "", "no amount");
+        row("nothing", "", en, "", "type an amount");
+    }
+
+    void amountReadings() {
+        QFETCH(QString, text);
+        QFETCH(QLocale, locale);
+        QFETCH(QString, value);
+        QFETCH(QString, told);
+        const AmountReading reading = ReadAmount(text, locale);
+        QCOMPARE(reading.value.has_value(), !value.isEmpty());
+        if (reading.value) {
+            QCOMPARE(reading.value->toText(), value);
+        } else {
+            QVERIFY2(reading.problem.contains(told), qPrintable(reading.problem));
+        }
+    }
+
+    void amountsFormatAndClean() {
         const QLocale de(QLocale::German, QLocale::Germany);
         QCOMPARE(FormatAmount(Money("1234567.005"), true), QStringLiteral("1,234,567.01"));
         QCOMPARE(FormatAmount(Money("1234567.004"), false, de), QStringLiteral("1234567,00"));
         QCOMPARE(FormatAmount(Money("-0.004"), false), QStringLiteral("0.00"));
-        QCOMPARE(ParseAmount(QStringLiteral("1.234,5"), de), Money("1234.5"));
-        QCOMPARE(ParseAmount(QStringLiteral("0.00005")), Money("0.0001"));
-        QVERIFY(!ParseAmount(QStringLiteral("1e3")));
-        QVERIFY(!ParseAmount(QStringLiteral("")));
-        QVERIFY(!ParseAmount(QStringLiteral("99999999999999999")));
+        // The editor shows what is stored, to the last of four decimals, and reads it back unchanged.
+        QCOMPARE(EditableAmount(Money("1234.5678")), QStringLiteral("1,234.5678"));
+        QCOMPARE(EditableAmount(Money("1234.5"), de), QStringLiteral("1.234,50"));
+        QCOMPARE(ParseAmount(EditableAmount(Money("-0.0001"))), Money("-0.0001"));
         QCOMPARE(CleanAmountText(QStringLiteral("1e3")), QStringLiteral("13"));
         QCOMPARE(CleanAmountText(QStringLiteral("-5.5")), QStringLiteral("5.5"));
         QCOMPARE(CleanAmountText(QStringLiteral("1,234.50")), QStringLiteral("1,234.50"));

@@ -150,10 +150,10 @@ int Add(const QStringList& args, Streams io) {
         !DateOf(*a, "--date").isValid() || (!a->flags.isEmpty() && a->flags != QStringList{"--private"})) {
         return Usage(io, kUsage);
     }
-    const std::optional<Currency> amount = budget::ParseAmount(
+    const budget::AmountReading amount = budget::ReadAmount(
         a->values.value(debit ? QStringLiteral("--debit") : QStringLiteral("--credit")), QLocale::c());
-    if (!amount || amount->units < 0) {
-        return Fail(io, MsgText(21));
+    if (!amount.value || amount.value->units < 0) {
+        return Fail(io, amount.problem.isEmpty() ? MsgText(21) : MsgText(21) + QStringLiteral(": ") + amount.problem);
     }
     if (a->values.value(QStringLiteral("--item")).trimmed().isEmpty()) {
         return Fail(io, MsgText(363));
@@ -182,7 +182,7 @@ int Add(const QStringList& args, Streams io) {
             t.partner = a->values.value(QStringLiteral("--partner"));
             t.note = a->values.value(QStringLiteral("--note"));
             t.noteFlag = !t.note.isEmpty();
-            t.amount = *amount;
+            t.amount = *amount.value;
             t.isPrivate = a->flags.contains(QStringLiteral("--private"));
             t.dcwb = (debit ? budget::kDebitBit : 0) + (t.isPrivate ? budget::kPrivateBit : 0);
             t.payMode = *payment;

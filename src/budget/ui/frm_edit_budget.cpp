@@ -26,6 +26,7 @@
 #include <QShortcut>
 #include <QTimer>
 #include <QToolButton>
+#include <QToolTip>
 #include <QVBoxLayout>
 
 namespace {
@@ -156,7 +157,10 @@ void frmEditBudget::TransactionToEditor(const budget::Transaction& t, int kind) 
         ctlPayment->setCurrentIndex(0);
     }
     list_controls::SetTag(ctlPayment, QString::number(list_controls::GetSelectedId(ctlPayment)));
-    ctlAmount->setText(budget::FormatAmount(t.amount, true));
+    // The stored amount stays as it is, all four decimals of it, unless the person types another.
+    m_loadedAmount = t.amount;
+    ctlAmount->setText(budget::EditableAmount(t.amount));
+    m_loadedAmountText = ctlAmount->text();
     ctlSubject->setText(t.description);
     ctlPartner->setText(t.partner);
     ctlNote->setPlainText(t.note);
@@ -195,7 +199,8 @@ bool frmEditBudget::EditorToTransaction(budget::Transaction& t) const {
     t.isPrivate = ctlBW->isChecked();
     t.payMode = list_controls::GetSelectedId(ctlPayment);
     t.category = list_controls::GetSelectedId(cboCategory);
-    t.amount = budget::ParseAmount(ctlAmount->text()).value_or(Currency{});
+    t.amount = ctlAmount->text() == m_loadedAmountText ? m_loadedAmount
+                                                       : budget::ParseAmount(ctlAmount->text()).value_or(Currency{});
     t.spareFlag = false;
     t.spareValue = 0;
     t.exchangeRate = 1.0f;
@@ -234,9 +239,11 @@ void frmEditBudget::cmdOK_Click() {
         QDialog::reject();
         return;
     }
-    const std::optional<Currency> amount = budget::ParseAmount(ctlAmount->text());
+    const budget::AmountReading reading = budget::ReadAmount(ctlAmount->text());
+    const std::optional<Currency> amount = reading.value;
     if (!amount || amount->units < 0) {
-        m_store.prompter.message(21, MsgText(21), Prompter::Buttons::Ok, Prompter::Icon::Warning);
+        m_store.prompter.message(21, reading.problem.isEmpty() ? MsgText(21) : MsgText(21) + u'\n' + reading.problem,
+                                 Prompter::Buttons::Ok, Prompter::Icon::Warning);
         ctlAmount->setFocus();
         return;
     }
@@ -270,10 +277,13 @@ bool frmEditBudget::eventFilter(QObject* watched, QEvent* event) {
             ctlAmount->setCursorPosition(static_cast<int>(cleaned.size()));
             m_dirty = true;
         }
-    } else if (watched == ctlAmount && event->type() == QEvent::FocusOut && isVisible() &&
-               !budget::ParseAmount(ctlAmount->text())) {
-        // An amount that is no number keeps the caret until it is one.
-        QTimer::singleShot(0, ctlAmount, qOverload<>(&QWidget::setFocus));
+    } else if (watched == ctlAmount && event->type() == QEvent::FocusOut && isVisible()) {
+        // An amount that is no number keeps the caret until it is one, and says why.
+        const budget::AmountReading reading = budget::ReadAmount(ctlAmount->text());
+        if (!reading.value) {
+            QToolTip::showText(ctlAmount->mapToGlobal(QPoint(0, ctlAmount->height())), reading.problem, ctlAmount);
+            QTimer::singleShot(0, ctlAmount, qOverload<>(&QWidget::setFocus));
+        }
     }
     return QDialog::eventFilter(watched, event);
 }

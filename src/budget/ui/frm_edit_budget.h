@@ -72,6 +72,8 @@ private:
     int m_budget;
     bool m_cancel = true;
     bool m_dirty = false;
+    Currency m_loadedAmount;
+    QString m_loadedAmountText;
     int m_cdTag = 0;
     bool m_cdTagChecked = false;
 };

@@ -128,13 +128,28 @@ private Q_SLOTS:
 
     void addCreditAndDebitThroughTheEditor() {
         addThroughEditor(0, QStringLiteral("1e3"), QStringLiteral("Salary"));
-        addThroughEditor(1, QStringLiteral("12.5"), QStringLiteral("Lunch"));
+        addThroughEditor(1, QStringLiteral("12,50"), QStringLiteral("Lunch"));
         QCOMPARE(items().size(), 2);
         QVERIFY(items().contains(QStringLiteral("Salary")) && items().contains(QStringLiteral("Lunch")));
         QCOMPARE(m_form->lblSollHaben[0]->text(), QStringLiteral(" 13.00"));
         QCOMPARE(m_form->lblSollHaben[1]->text(), QStringLiteral(" 12.50"));
         QCOMPARE(m_form->result[6]->text(), QStringLiteral(" 0.50"));
         QVERIFY(m_form->cmdEdit->isEnabled());
+    }
+
+    void storedDecimalsSurviveAnEdit() {
+        budget::Transaction t = budget::ClearTransaction(0, 0, QDate::currentDate());
+        t.description = QStringLiteral("Shares");
+        t.amount = Currency{12345678};
+        QCOMPARE(budget::StoreTransaction(store(), 0, t), 0);
+        m_form->FillBudgetCombo(0);
+        select(QStringLiteral("Shares"));
+        AnswerEditor([](frmEditBudget& editor) {
+            QCOMPARE(editor.ctlAmount->text(), QStringLiteral("1,234.5678"));
+            Type(editor.ctlSubject, QStringLiteral("Shares bought"));
+        });
+        m_form->cmdEdit_Click();
+        QCOMPARE(budget::LoadTransaction(store(), t.key)->amount, Currency{12345678});
     }
 
     void datesKeepTheirCentury() {
