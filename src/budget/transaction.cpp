@@ -10,6 +10,9 @@
 #include "store/row.h"
 #include "store/store.h"
 
+#include <QLocale>
+#include <QStringList>
+
 namespace budget {
 
 namespace {
@@ -22,6 +25,28 @@ const QDate kOleBase(1899, 12, 30);
 QString TransactionDescriptor() {
     return QStringLiteral("0 Owner 2 1 Private 1 2 Description 10 3 BizPartner 10 4 DatePaid 25 5 Amount 5 "
                           "6 DCWB 3 7 PayMode 3 8 Note 12 ");
+}
+
+QVector<CutText> TextsTooLong(const Transaction& t) {
+    QVector<CutText> cut;
+    for (const auto& [field, text] :
+         {std::pair{QStringLiteral("description"), &t.description},
+          std::pair{QStringLiteral("business partner"), &t.partner}, std::pair{QStringLiteral("note"), &t.note}}) {
+        const qsizetype kept = Record_Put::FittingText(*text).size();
+        if (kept < text->size()) {
+            cut.append({field, kept});
+        }
+    }
+    return cut;
+}
+
+QString CutTextsNotice(const QVector<CutText>& cut) {
+    QStringList lines;
+    for (const CutText& c : cut) {
+        lines << QStringLiteral("The %1 is longer than a record holds: only its first %2 characters are kept.")
+                     .arg(c.field, QLocale().toString(c.kept));
+    }
+    return lines.join(u'\n');
 }
 
 Transaction ClearTransaction(int owner, int category, const QDate& today) {

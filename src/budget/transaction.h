@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QDate>
 #include <QString>
+#include <QVector>
 
 #include <cstdint>
 #include <optional>
@@ -45,6 +46,15 @@ struct Transaction {
     bool isDebit() const { return (dcwb & kDebitBit) != 0; }
     bool privateBit() const { return (dcwb & kPrivateBit) != 0; }
 };
+
+// A text of `t` longer than a record holds, and how much of it is kept.
+struct CutText {
+    QString field; // as the person knows it: "description", "business partner", "note"
+    qsizetype kept = 0;
+};
+QVector<CutText> TextsTooLong(const Transaction& t);
+// What the person is told before such texts are stored; empty when nothing is cut.
+QString CutTextsNotice(const QVector<CutText>& cut);
 
 // The record in hand of a new transaction: today, the user's owner byte, the category in view (0 when "All").
 Transaction ClearTransaction(int owner, int category, const QDate& today);

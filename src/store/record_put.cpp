@@ -5,6 +5,7 @@
 #include "store/cry.h"
 #include "store/record_get.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace Record_Put {
@@ -94,7 +95,15 @@ QByteArray TextBytes(const QVariant& value) {
     if (value.typeId() == QMetaType::QByteArray) {
         return value.toByteArray();
     }
-    return codepage::ToBytes(value.toString());
+    return codepage::ToBytes(FittingText(value.toString()));
+}
+
+// The first `n` units of `text`, one less where a character's second half would be left behind.
+QString WholeCharacters(const QString& text, qsizetype n) {
+    if (n > 0 && n < text.size() && text[n - 1].isHighSurrogate()) {
+        --n;
+    }
+    return text.left(n);
 }
 
 // The length form and the bytes of a text, cut to the longest text an item holds.
@@ -122,6 +131,25 @@ QByteArray LengthForm(QByteArray bytes) {
 }
 
 } // namespace
+
+QString FittingText(const QString& text) {
+    const auto fits = [&text](qsizetype n) {
+        return codepage::ToBytes(WholeCharacters(text, n)).size() <= kMaxFieldText;
+    };
+    qsizetype kept = std::min<qsizetype>(text.size(), kMaxFieldText);
+    if (!fits(kept)) {
+        qsizetype low = 0;
+        while (low < kept) {
+            const qsizetype middle = (low + kept + 1) / 2;
+            if (fits(middle)) {
+                low = middle;
+            } else {
+                kept = middle - 1;
+            }
+        }
+    }
+    return kept == text.size() ? text : WholeCharacters(text, kept);
+}
 
 QByteArray PutField(const QVariant& value, std::uint8_t type, int index) {
     if (IsEmptyValue(value)) {

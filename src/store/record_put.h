@@ -7,6 +7,11 @@ class CRY;
 // Writing items of the field blob, and sealing titles.
 namespace Record_Put {
 
+// The longest beginning of `text`, in whole characters, that a text item holds: 65,000 characters, and fewer
+// where the UTF-8 form of a text outside code page 1252 needs more than the item's 65,000 bytes. `text` itself
+// when it fits. PutField stores no more than this; callers tell the person before a text is cut.
+QString FittingText(const QString& text);
+
 // The item for one value: index byte (left out for index 255), type byte, payload. An invalid value, an empty
 // text or empty bytes give the empty item, so a cleared field disappears from the blob.
 // Texts are QString (stored through code page 1252) or QByteArray (stored as they are); numbers, bool,

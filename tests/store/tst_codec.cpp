@@ -41,8 +41,8 @@ private Q_SLOTS:
     void currencyReadsBackWithoutSign();
     void floatsAreTruncatedAndZeroDiffersByReader();
     void datesDropSecondsAndCountBeforeTheBase();
-    void longTextsAreCutAtTheLimit();
-    void utf8TextIsNeverCutInsideACharacter();
+    void longTextsAreCutByWholeCharacters_data();
+    void longTextsAreCutByWholeCharacters();
     void emptyValuesWriteNoItem();
     void sizedArraysKeepTheirSize();
     void lengthByteZeroReadsAsEmptyText();
@@ -194,28 +194,29 @@ void TestCodec::datesDropSecondsAndCountBeforeTheBase() {
     QCOMPARE(CONVERSION::OleToDate(35509.5), At(1997, 3, 20, 12));
 }
 
-void TestCodec::longTextsAreCutAtTheLimit() {
-    const QString text = QString(65010, QLatin1Char('a')) + QStringLiteral("TAIL");
-    const QByteArray item = Record_Put::PutField(text, 12, 1);
-    QCOMPARE(item.size(), 2 + 3 + 65000);
-    FieldValues read;
-    Record_Get::GetRecord(read, item + Record_Put::PutField(7, 2, 2));
-    QCOMPARE(read[1].toString(), QString(65000, QLatin1Char('a')));
-    QCOMPARE(read[2].toInt(), 7);
+void TestCodec::longTextsAreCutByWholeCharacters_data() {
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("kept");
+    const QString a = QStringLiteral("a");
+    QTest::newRow("code page, over the limit") << a.repeated(65010) + QStringLiteral("TAIL") << 65000;
+    QTest::newRow("code page, at the limit") << a.repeated(65000) << 65000;
+    // Only the last character needs the UTF-8 form; without it the rest fits as the code page.
+    QTest::newRow("one wide character at the end") << a.repeated(64990) + QStringLiteral("€€€€€Ω") << 64995;
+    QTest::newRow("past the limit before a wide character") << a.repeated(65000) + QStringLiteral("Ж") << 65000;
+    QTest::newRow("two bytes each, fitting") << QStringLiteral("Ж").repeated(30000) << 30000;
+    QTest::newRow("two bytes each, too many") << QStringLiteral("Ж").repeated(40000) << 32498;
+    // Characters outside the basic plane are never split into halves.
+    QTest::newRow("four bytes each") << QStringLiteral("\U0001F600").repeated(20000) << 32498;
 }
 
-void TestCodec::utf8TextIsNeverCutInsideACharacter() {
-    const QString text = QString(64990, QLatin1Char('a')) + QStringLiteral("€€€€€");
-    // The euro sign fits the code page; a character outside it forces the UTF-8 form.
-    const QString wide = text + QStringLiteral("Ω");
-    const QByteArray item = Record_Put::PutField(wide, 10, 0);
+void TestCodec::longTextsAreCutByWholeCharacters() {
+    QFETCH(QString, text);
+    QFETCH(int, kept);
+    QCOMPARE(Record_Put::FittingText(text).size(), kept);
     FieldValues read;
-    Record_Get::GetRecord(read, item);
-    const QString back = read[0].toString();
-    QVERIFY(back.size() < wide.size());
-    QVERIFY(wide.startsWith(back));
-    QVERIFY(!back.contains(QChar::ReplacementCharacter));
-    QCOMPARE(back.size(), 64990 + 2);
+    Record_Get::GetRecord(read, Record_Put::PutField(text, 12, 1) + Record_Put::PutField(7, 2, 2));
+    QCOMPARE(read[1].toString(), text.left(kept));
+    QCOMPARE(read[2].toInt(), 7);
 }
 
 void TestCodec::emptyValuesWriteNoItem() {

@@ -186,6 +186,9 @@ int Add(const QStringList& args, Streams io) {
             t.isPrivate = a->flags.contains(QStringLiteral("--private"));
             t.dcwb = (debit ? budget::kDebitBit : 0) + (t.isPrivate ? budget::kPrivateBit : 0);
             t.payMode = *payment;
+            if (const QString cut = budget::CutTextsNotice(budget::TextsTooLong(t)); !cut.isEmpty()) {
+                io.err << "noctaria-cli: " << cut << "\n";
+            }
             if (const int error = budget::StoreTransaction(store, *id, t)) {
                 Fail(io, QStringLiteral("the transaction could not be saved (error %1)").arg(error));
             } else {

@@ -256,6 +256,13 @@ void frmEditBudget::cmdOK_Click() {
         ctlSubject->setFocus();
         return;
     }
+    budget::Transaction typed;
+    EditorToTransaction(typed);
+    if (const QVector<budget::CutText> cut = budget::TextsTooLong(typed);
+        !cut.isEmpty() && m_store.prompter.message(0, budget::CutTextsNotice(cut), Prompter::Buttons::OkCancel,
+                                                   Prompter::Icon::Warning) != Prompter::Reply::Ok) {
+        return;
+    }
     m_cancel = false;
     accept();
 }

@@ -152,6 +152,24 @@ private Q_SLOTS:
         QCOMPARE(budget::LoadTransaction(store(), t.key)->amount, Currency{12345678});
     }
 
+    void longNoteIsCutOnlyAfterTelling() {
+        const QString note = QStringLiteral("Ж").repeated(40000);
+        AnswerEditor([&note](frmEditBudget& editor) {
+            Type(editor.ctlAmount, QStringLiteral("5"));
+            Type(editor.ctlSubject, QStringLiteral("Long story"));
+            editor.ctlNote->setPlainText(note);
+            editor.cmdOK->click(); // Cancel: back to the text
+            QVERIFY(editor.isVisible());
+        });
+        prompter().replies.append(QList<Reply>{Reply::Cancel, Reply::Ok});
+        m_form->cmdAdd[1]->click();
+        QVERIFY(prompter().shown.last().text.contains(QStringLiteral("note")));
+        QVERIFY(prompter().shown.last().text.contains(QStringLiteral("32,498")));
+        select(QStringLiteral("Long story"));
+        const std::int32_t key = m_form->LV1->currentItem()->data(0, Qt::UserRole).toInt();
+        QCOMPARE(budget::LoadTransaction(store(), key)->note, note.left(32498));
+    }
+
     void datesKeepTheirCentury() {
         AnswerEditor([](frmEditBudget& editor) {
             Type(editor.ctlAmount, QStringLiteral("5"));
