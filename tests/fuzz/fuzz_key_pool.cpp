@@ -4,7 +4,7 @@
 // Input: a flag byte, then five pieces (see fuzz::Pieces): the user's fields, the verifier, the pool row's text,
 // the second copy's text and another user's row. The flags choose how much of each row is made right, so that
 // inputs reach past the seals:
-//   1     the user's text begins with its row's key
+//   1     the user's text begins with its row's key (else with the next row's, as a row moved there would)
 //   2     the user's fields follow a right check and keystring
 //   4     the user's text is sealed under the passphrase digest (else stored as it is)
 //   8,16  pool row: none, the text sealed under the keystring, the text as it is, the right pool sealed
@@ -78,7 +78,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     AddRow(
         store, 2, 0,
         [&](std::int64_t fpk) {
-            QByteArray text = (flags & 1) != 0 ? CONVERSION::NumToBytes(fpk, 4) : QByteArray();
+            QByteArray text = CONVERSION::NumToBytes((flags & 1) != 0 ? fpk : fpk + 1, 4);
             if ((flags & 2) != 0) {
                 text += Record_Put::PutField(CRY::Hash1x47(fixed.digest), FieldType::Text, 1) +
                         Record_Put::PutField(fixed.sealedKeystring, FieldType::Text, 2);
