@@ -182,16 +182,10 @@ void MovePeriod(PeriodState& state, int unit, bool up, int firstDayOfWeek) {
     if (unit == 0) {
         state.yearText = QString::number(state.from.year());
     } else if (unit == 1) {
-        // Numbered by its last day, so the week that holds 1 January is week 1 of the new year.
-        const int n = WeekNumber(state.to, firstDayOfWeek);
-        bool numeric = false;
-        const int shown = state.yearText.trimmed().toInt(&numeric);
-        if (!up && n > 50 && (!numeric || state.from.year() < shown)) {
-            state.yearText = QString::number(state.from.year());
-        } else if (up && n == 1) {
-            state.yearText = QString::number(state.to.year());
-        }
-        state.weekText = QStringLiteral("W ") + QString::number(n);
+        // Numbered by its last day, so the week that holds 1 January is week 1 of the new year, and the year shown
+        // is the one the week is numbered in, however the week was reached.
+        state.weekText = QStringLiteral("W ") + QString::number(WeekNumber(state.to, firstDayOfWeek));
+        state.yearText = QString::number(state.to.year());
     }
 }
 

@@ -172,6 +172,10 @@ private Q_SLOTS:
         QTest::newRow("week down, year already shown")
             << State("2024-12-29", "2025-01-04", "2024", "W 53", week) << 1 << false << kSunday
             << State("2024-12-22", "2024-12-28", "2024", "W 52", week);
+        // Chosen on 30 December, the week holds 1 January but shows the old year until it is stepped.
+        QTest::newRow("week up from a freshly chosen year-end week")
+            << State("2024-12-29", "2025-01-04", "2024", "W 53", week) << 1 << true << kSunday
+            << State("2025-01-05", "2025-01-11", "2025", "W 2", week);
         QTest::newRow("week up, Monday first, 1 January begins a week")
             << State("2023-12-25", "2023-12-31", "2023", "W 53", week) << 1 << true << kMonday
             << State("2024-01-01", "2024-01-07", "2024", "W 1", week);

@@ -249,19 +249,16 @@ void frmBudget::buildMenus() {
     action(QStringLiteral("mnuBudgetBudgets"), [this] { mnuBudgetBudgets(); });
     action(QStringLiteral("mnuBudgetPayment"), [this] { mnuBudgetPayment(); });
     mnuBudgetShowPrivate = action(QStringLiteral("mnuBudgetShowPrivate"), [this] { ShowPrivateBudget(); });
-    for (int i = 0; i < 3; ++i) {
-        mnuBudgetShowBudget[static_cast<std::size_t>(i)] =
-            action(ArrayElementName("mnuBudgetShowBudget", i), [this, i] { FillBudgetCombo(i); });
-    }
     mnuBudgetShowPrivate->setText(MsgText(272));
 
     // The frame's Budget menu carries the section's commands while the section is open.
     QWidget* top = parentWidget() != nullptr ? parentWidget()->window() : nullptr;
-    if (QMenu* menu = top != nullptr ? top->findChild<QMenu*>(QStringLiteral("mnuBudget")) : nullptr) {
+    m_budgetMenu = top != nullptr ? top->findChild<QMenu*>(QStringLiteral("mnuBudget")) : nullptr;
+    if (m_budgetMenu) {
         for (QAction* a : m_frameActions) {
-            menu->addAction(a);
+            m_budgetMenu->addAction(a);
             if (a->objectName() == QLatin1String("mnuBudgetPayment") || a == mnuBudgetShowPrivate) {
-                menu->addSeparator()->setParent(this);
+                m_budgetMenu->addSeparator()->setParent(this);
             }
         }
     }
@@ -322,11 +319,7 @@ void frmBudget::cboBudget_Click() {
     showBWframe->setVisible(showCDBW[3]->isChecked() && m_session.ShowPrivate);
     mnuBudgetShowPrivate->setText(MsgText(showBWframe->isVisibleTo(this) ? 273 : 272));
 
-    for (int i = 0; i < 3; ++i) {
-        mnuBudgetShowBudget[static_cast<std::size_t>(i)]->setText(QStringLiteral("&%1 %2").arg(i + 1).arg(
-            m_budgets.indexOf(i) >= 0 ? m_budgets.names[m_budgets.indexOf(i)] : MsgText(118 + i)));
-        mnuBudgetShowBudget[static_cast<std::size_t>(i)]->setEnabled(i != m_budget && m_budgets.indexOf(i) >= 0);
-    }
+    showBudgetEntries();
     mnuBudgetShowPrivate->setEnabled(privateBudget);
 
     ChangePeriod(m_month);
@@ -336,6 +329,26 @@ void frmBudget::cboBudget_Click() {
     ctlPayment->setCurrentIndex(0);
     m_busy = false;
     cPeriod_Click(budget::kPeriodYearToDate);
+}
+
+void frmBudget::showBudgetEntries() {
+    // One entry for each budget there is now, so that a deleted one goes and a new one comes.
+    qDeleteAll(mnuBudgetShowBudget);
+    mnuBudgetShowBudget.clear();
+    for (int i = 0; i < m_budgets.count(); ++i) {
+        const int id = m_budgets.ids[i];
+        auto* entry = new QAction(this);
+        entry->setObjectName(ArrayElementName("mnuBudgetShowBudget", i));
+        entry->setText(i < 9 ? QStringLiteral("&%1 %2").arg(i + 1).arg(m_budgets.names[i]) : m_budgets.names[i]);
+        entry->setCheckable(true);
+        entry->setChecked(id == m_budget);
+        entry->setEnabled(id != m_budget);
+        connect(entry, &QAction::triggered, this, [this, id] { FillBudgetCombo(id); });
+        mnuBudgetShowBudget.append(entry);
+        if (m_budgetMenu) {
+            m_budgetMenu->addAction(entry);
+        }
+    }
 }
 
 void frmBudget::fillCategoryFilter(int select) {

@@ -6,6 +6,7 @@
 #include "budget/transaction.h"
 #include "budget/transaction_list.h"
 
+#include <QPointer>
 #include <QWidget>
 
 #include <array>
@@ -124,7 +125,7 @@ private:
     void showPeriodState();
     bool withPrivateColumns() const;
     budget::ListContext listContext() const;
-    void updateFrameCommands();
+    void showBudgetEntries();
 
     Session& m_session;
     budget::BudgetList m_budgets;
@@ -137,7 +138,8 @@ private:
     budget::PeriodState m_period;
     budget::Balance m_balance;
     QVector<QAction*> m_frameActions;
-    std::array<QAction*, 3> mnuBudgetShowBudget{};
+    QVector<QAction*> mnuBudgetShowBudget;
+    QPointer<QMenu> m_budgetMenu;
     QAction* mnuBudgetShowPrivate = nullptr;
     QAction* mnuBudgetAdd = nullptr;
 };

@@ -5,6 +5,7 @@
 #include "sections/categories/categories.h"
 #include "support/test_databases.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
@@ -257,6 +258,28 @@ private Q_SLOTS:
         m_form->cmdDateMove[1]->click();
         QCOMPARE(m_form->monthInView().month(), today.month());
         QCOMPARE(items(), (QStringList{QStringLiteral("Salary"), QStringLiteral("Lunch")}));
+    }
+
+    void budgetMenuFollowsTheBudgets() {
+        const auto entries = [this] {
+            QStringList texts;
+            for (const QAction* a : m_form->findChildren<QAction*>()) {
+                if (a->objectName().startsWith(QLatin1String("mnuBudgetShowBudget_"))) {
+                    texts << a->text() + (a->isEnabled() ? QString() : QStringLiteral(" (shown)"));
+                }
+            }
+            texts.sort();
+            return texts;
+        };
+        QCOMPARE(entries(), (QStringList{"&1 Budget 1 (shown)", "&2 Budget 2", "&3 Budget 3"}));
+        budget::BudgetList budgets = *budget::LoadBudgets(store());
+        budget::BudgetList changed;
+        changed.append(budgets.ids[0], budgets.names[0], false, false);
+        changed.append(budgets.ids[2], budgets.names[2], false, false);
+        changed.append(5, QStringLiteral("Holidays"), false, false);
+        QCOMPARE(budget::SaveBudgets(store(), changed), 0);
+        m_form->FillBudgetCombo(5);
+        QCOMPARE(entries(), (QStringList{"&1 Budget 1", "&2 Budget 3", "&3 Holidays (shown)"}));
     }
 
     void switchingToABudgetWithAPin() {

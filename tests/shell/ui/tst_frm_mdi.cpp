@@ -571,6 +571,20 @@ private Q_SLOTS:
         QCOMPARE(clipboard->image().pixelColor(3, 3), QColor(Qt::darkGreen));
     }
 
+    void openingTheOpenFileAgain() {
+        std::unique_ptr<Fixture> f = started(QStringLiteral("17"));
+        QVERIFY(f);
+        const QString path = f->session.DbPath;
+        f->prompter.openFile = path;
+        f->prompter.passphrases.enqueue(kPassphrase);
+        f->action(QStringLiteral("mnuFileOpen"))->trigger();
+        QVERIFY(!f->prompter.numbers().contains(51));
+        QCOMPARE(f->prompter.passphraseRequests.size(), 1);
+        QVERIFY(f->session.DbIsOpen);
+        QCOMPARE(f->session.DbPath, path);
+        QVERIFY(LockedByThisProcess(path));
+    }
+
     void closeDatabaseDisablesItsCommands() {
         std::unique_ptr<Fixture> f = started(QStringLiteral("0"));
         QVERIFY(f);

@@ -72,6 +72,8 @@ private Q_SLOTS:
 
     void confirmationRound() {
         Dialog d(kNew);
+        // A new passphrase is never empty: Cancel is there for leaving.
+        QVERIFY(!d.ok()->isEnabled());
         d.find<QCheckBox>("chkShowClear")->setChecked(true);
         d.enter(kStrong);
         // The second round: the entry is cleared and no longer shown in clear.
