@@ -62,18 +62,16 @@ void frmBudget::buildBalanceTab() {
         label->setFlat(true);
         label->setCheckable(true);
         label->setCursor(Qt::PointingHandCursor);
-        label->setMinimumWidth(0);
         label->setStyleSheet(QStringLiteral("QPushButton { padding: 2px 4px; border: none; }"
                                             "QPushButton:checked { background: palette(highlight);"
                                             " color: palette(highlighted-text); }"));
+        // A label is never narrower than its text: the bar makes the window wider rather than cut a caption.
+        label->setSizePolicy(QSizePolicy::Minimum, QSizePolicy::Fixed);
         connect(label, &QPushButton::clicked, this, [this, i] { cPeriod_Click(i); });
         cPeriod[static_cast<std::size_t>(i)] = label;
         barLayout->addWidget(label);
     }
     barLayout->addStretch();
-    cmdExport = Named<QPushButton>(bar, QStringLiteral("cmdExport"));
-    connect(cmdExport, &QPushButton::clicked, this, &frmBudget::cmdExport_Click);
-    barLayout->addWidget(cmdExport);
     layout->addWidget(bar);
 
     auto* range = new QHBoxLayout;
@@ -111,6 +109,9 @@ void frmBudget::buildBalanceTab() {
     ctlPayment = Named<QComboBox>(picOptions[1], QStringLiteral("ctlPayment"));
     range->addWidget(ctlPayment);
     range->addStretch();
+    cmdExport = Named<QPushButton>(picOptions[1], QStringLiteral("cmdExport"));
+    connect(cmdExport, &QPushButton::clicked, this, &frmBudget::cmdExport_Click);
+    range->addWidget(cmdExport);
     layout->addLayout(range);
 
     // A date typed by hand counts once the typing pauses, so that each keystroke doesn't add up the period.

@@ -8,6 +8,7 @@
 #include "shell/settings.h"
 #include "shell/ui/apply_captions.h"
 #include "shell/ui/frm_backup.h"
+#include "shell/ui/frm_help.h"
 #include "shell/ui/frm_menu_db.h"
 #include "shell/ui/frm_options.h"
 #include "shell/ui/frm_restore.h"
@@ -196,12 +197,16 @@ void frmMDI::buildMenus() {
     item(tools, "mnuToolsPreferences", &frmMDI::mnuToolsPreferences_Click);
 
     QMenu* help = menu(nullptr, "mnuHelp");
-    item(help, "mnuHelpOnline", [this] {
-        QDesktopServices::openUrl(QUrl(QStringLiteral("https://www.marrowline.example/noctaria/help")));
-    })->setShortcut(QKeySequence::HelpContents);
+    // The help comes with the program, so that it answers without a network or a browser.
+    item(help, "mnuHelpOnline", [this] { frmHelp::Show(this); })->setShortcut(QKeySequence::HelpContents);
     item(help, "mnuHelpTipOfDay", &frmMDI::mnuHelpTipOfDay_Click);
-    item(help, "mnuHelpWebsite",
-         [] { QDesktopServices::openUrl(QUrl(QStringLiteral("https://www.marrowline.example/noctaria"))); });
+    item(help, "mnuHelpWebsite", [this] {
+        const QString address = QStringLiteral("https://www.marrowline.example/noctaria");
+        if (!QDesktopServices::openUrl(QUrl(address))) {
+            m_prompter.message(0, QStringLiteral("No web browser could be started. The website is at\n%1").arg(address),
+                               Prompter::Buttons::Ok, Prompter::Icon::Information);
+        }
+    });
     item(help, "mnuHelpAbout", &frmMDI::mnuHelpAbout_Click);
 }
 

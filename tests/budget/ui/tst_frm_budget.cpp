@@ -333,6 +333,13 @@ private Q_SLOTS:
     void balancePeriods() {
         seed();
         m_form->tbsOptions->setCurrentIndex(1);
+        // Even in the smallest window every caption of the period bar shows whole.
+        m_form->resize(m_form->minimumSizeHint());
+        QTRY_VERIFY(m_form->cPeriod[budget::kPeriodYearToDate]->isVisible());
+        for (const QPushButton* label : m_form->cPeriod) {
+            QVERIFY2(label->width() >= label->sizeHint().width(), qPrintable(label->text()));
+        }
+        m_form->resize(1000, 600);
         m_form->cPeriod[budget::kPeriodTotal]->click();
         QCOMPARE(m_form->ctlFrom->date(), QDate(2000, 1, 1));
         QCOMPARE(m_form->ctlTo->date(), QDate::currentDate());

@@ -22,6 +22,7 @@
 #include <QPointer>
 #include <QSettings>
 #include <QStandardPaths>
+#include <QTextBrowser>
 #include <QToolBar>
 #include <QtTest>
 
@@ -583,6 +584,18 @@ private Q_SLOTS:
         QVERIFY(f->session.DbIsOpen);
         QCOMPARE(f->session.DbPath, path);
         QVERIFY(LockedByThisProcess(path));
+    }
+
+    void helpAnswersF1() {
+        std::unique_ptr<Fixture> f = started(QStringLiteral("17"));
+        QVERIFY(f);
+        QCOMPARE(f->action(QStringLiteral("mnuHelpOnline"))->shortcut(), QKeySequence(Qt::Key_F1));
+        f->action(QStringLiteral("mnuHelpOnline"))->trigger();
+        auto* help = f->find<QWidget>(QStringLiteral("frmHelp"));
+        QVERIFY(help != nullptr && help->isVisible());
+        const QString text = help->findChild<QTextBrowser*>(QStringLiteral("txtHelp"))->toPlainText();
+        QVERIFY(text.contains(QLatin1String("Add CREDIT")) && text.contains(QLatin1String("not encrypted")));
+        help->close();
     }
 
     void closeDatabaseDisablesItsCommands() {
