@@ -641,7 +641,8 @@ void frmMDI::timerTimeout_Tick() {
             // While blocked nothing reaches the data, the file or the settings; the next section entry asks the
             // passphrase.
             EnableDbCommands(false);
-            m_splash->ShowStatus(tr("The database is locked. Choose a section to give the passphrase again."));
+            m_splash->ShowStatus(
+                tr("The database is locked. Choose a section (View menu) and give the passphrase to go on."));
         });
         break;
     case ShellState::IdleAction::Exit:
