@@ -1,15 +1,5 @@
 #include "shell/backup_commands.h"
-
-#include "shell/open_sequence.h"
-#include "shell/session.h"
-#include "shell/settings.h"
-#include "store/row.h"
-#include "support/scripted_prompter.h"
-#include "support/test_databases.h"
-
-#include <QRegularExpression>
-#include <QSettings>
-#include <QtTest>
+#include "support/test_main.h"
 
 using backup_commands::AfterRestore;
 using backup_commands::RestoreOutcome;
@@ -75,38 +65,13 @@ struct Run {
     Store& store() { return session.store(); }
 };
 
-// The replies the next message boxes get, in order.
-void answer(ScriptedPrompter& prompter, std::initializer_list<Prompter::Reply> replies) {
-    prompter.replies.clear();
-    for (Prompter::Reply reply : replies) {
-        prompter.replies.enqueue(reply);
-    }
-}
-
-QByteArray fileBytes(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool writeFile(const QString& path, const QByteArray& bytes) {
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
-
 } // namespace
 
 class TestBackupCommands : public QObject {
     Q_OBJECT
 
-    QTemporaryDir m_settings;
-
 private Q_SLOTS:
-    void initTestCase() {
-        QVERIFY(m_settings.isValid());
-        RedirectSettings(m_settings.path());
-    }
-
-    void init() { QSettings(QStringLiteral("Marrowline"), QStringLiteral("Noctaria")).clear(); }
+    void init() { test_env::ForgetSettings(); }
 
     void backupThenRestore_data() {
         QTest::addColumn<bool>("worker");
@@ -143,7 +108,7 @@ private Q_SLOTS:
         const QString restoreTo = elsewhere ? dir.filePath(QStringLiteral("other")) : data;
         QVERIFY(QDir().mkpath(restoreTo));
         run.prompter.folder = restoreTo;
-        answer(run.prompter, {Prompter::Reply::Ok});
+        run.prompter.replies << Prompter::Reply::Ok;
         run.prompter.shown.clear();
         QCOMPARE(backup_commands::RestoreBackup(run.session, target, data), RestoreOutcome::Restored);
         QCOMPARE(run.prompter.numbers(), (QList<int>{138, 140}));
@@ -156,7 +121,7 @@ private Q_SLOTS:
         }
 
         // The restored file asks for its own passphrase, and holds what the backup held.
-        answer(run.prompter, {Prompter::Reply::Yes});
+        run.prompter.replies << Prompter::Reply::Yes;
         run.prompter.passphrases.enqueue(kPassphrase);
         QCOMPARE(backup_commands::OfferRestoredFile(run.session), AfterRestore::Opened);
         QCOMPARE(ReadRecord(run.store(), kept), QByteArray("kept in the backup"));
@@ -177,16 +142,16 @@ private Q_SLOTS:
         const QString target = backup_commands::BackupCommand(run.session, dir.filePath(QStringLiteral("b")));
         QVERIFY(!target.isEmpty());
         const std::int64_t record = AddRecord(run.store(), "after the backup");
-        const QByteArray before = fileBytes(path);
+        const QByteArray before = FileBytes(path);
 
         // Cancel at the consent, and yes to the withdrawal.
         run.prompter.folder = dir.path();
-        answer(run.prompter, {Prompter::Reply::Cancel, Prompter::Reply::Yes});
+        run.prompter.replies << Prompter::Reply::Cancel << Prompter::Reply::Yes;
         run.prompter.shown.clear();
         QCOMPARE(backup_commands::RestoreBackup(run.session, target, dir.path()), RestoreOutcome::Cancelled);
         QCOMPARE(run.prompter.numbers(), (QList<int>{138, 139}));
         QVERIFY(run.session.DbIsOpen);
-        QCOMPARE(fileBytes(path), before);
+        QCOMPARE(FileBytes(path), before);
         QVERIFY(!QFileInfo::exists(dir.filePath(QStringLiteral("data.ncb"))));
         QVERIFY(!QFileInfo::exists(dir.filePath(QStringLiteral("data.ncr"))));
         QCOMPARE(ReadRecord(run.store(), record), QByteArray("after the backup"));
@@ -202,7 +167,7 @@ private Q_SLOTS:
             {QStringLiteral("other041224170455.txt"), 10},
         };
         for (const auto& [name, size] : files) {
-            QVERIFY(writeFile(dir.filePath(name), QByteArray(size, 'x')));
+            QVERIFY(WriteFile(dir.filePath(name), QByteArray(size, 'x')));
         }
         QVERIFY(QDir(dir.path()).mkdir(QStringLiteral("folder041224170455.ncz")));
 
@@ -217,28 +182,10 @@ private Q_SLOTS:
         QVERIFY(backup_commands::ListBackups(dir.filePath(QStringLiteral("missing"))).isEmpty());
     }
 
-    void deleteAsksFirst() {
-        QTemporaryDir dir;
-        const QString file = dir.filePath(QStringLiteral("a041224170455.ncz"));
-        QVERIFY(writeFile(file, "x"));
-        Run run;
-        answer(run.prompter, {Prompter::Reply::No});
-        QVERIFY(!backup_commands::DeleteBackup(run.session, file));
-        QVERIFY(QFileInfo::exists(file));
-        answer(run.prompter, {Prompter::Reply::Yes});
-        QVERIFY(backup_commands::DeleteBackup(run.session, file));
-        QVERIFY(!QFileInfo::exists(file));
-        QCOMPARE(run.prompter.numbers(), (QList<int>{145, 145}));
-    }
-
     void backupWithNoFileOpen() {
         QTemporaryDir dir;
-        const QString path = dir.filePath(QStringLiteral("closed.nct"));
-        {
-            TestSession maker;
-            QCOMPARE(CreateDatabase(maker, path, kPassphrase), 0);
-            open_sequence::CloseDatabase(maker.session);
-        }
+        const QString path = MadeDatabase(dir.filePath(QStringLiteral("closed.nct")), kPassphrase);
+        QVERIFY(!path.isEmpty());
         // The named file is copied as it lies, without its passphrase.
         Run run;
         const QString target = backup_commands::BackupCommand(run.session, dir.filePath(QStringLiteral("b")), path);
@@ -253,5 +200,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestBackupCommands)
+NCT_TEST_MAIN(TestBackupCommands)
 #include "tst_backup_commands.moc"

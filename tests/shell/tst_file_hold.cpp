@@ -1,10 +1,7 @@
 #include "shell/backup_commands.h"
 #include "shell/file_choice.h"
-#include "shell/open_sequence.h"
 #include "support/second_program.h"
-#include "support/test_databases.h"
-
-#include <QtTest>
+#include "support/test_main.h"
 
 #include <functional>
 
@@ -34,18 +31,12 @@ class TestFileHold : public QObject {
 
     QTemporaryDir m_dir;
     QString m_path;
-    QString m_backups;
+    const QString m_backups = m_dir.filePath(QStringLiteral("backups"));
     std::unique_ptr<TestSession> m_run;
 
     TestSession& run() { return *m_run; }
 
 private Q_SLOTS:
-    void initTestCase() {
-        QVERIFY(m_dir.isValid());
-        RedirectSettings(m_dir.filePath(QStringLiteral("settings")));
-        m_backups = m_dir.filePath(QStringLiteral("backups"));
-    }
-
     void init() {
         m_path = m_dir.filePath(QStringLiteral("%1.nct").arg(QTest::currentTestFunction()));
         QFile::remove(m_path);
@@ -99,8 +90,7 @@ private Q_SLOTS:
         QFETCH(State, state);
         QVERIFY(state(run(), m_path, m_backups));
         QVERIFY(LockedByThisProcess(m_path));
-        const QString refusal = SecondProgramRefused(m_path, {QStringLiteral("info"), m_path});
-        QVERIFY2(refusal.isEmpty(), qPrintable(refusal));
+        QCOMPARE(SecondProgramRefused(m_path, {QStringLiteral("info"), m_path}), QString());
         // The file is still this program's to use.
         if (run().session.DbIsOpen) {
             QVERIFY(AddRecord(run().store(), "written after the refusal") > 0);
@@ -123,26 +113,28 @@ private Q_SLOTS:
         const QString backup = backup_commands::BackupCommand(run().session, m_backups);
         QFile::remove(m_dir.filePath(QStringLiteral("backup.ncz")));
         QVERIFY(QFile::rename(backup, m_dir.filePath(QStringLiteral("backup.ncz"))));
-        const QString refusal = SecondProgramRefused(m_path, Command(command, m_path, m_dir.path()),
-                                                     (kPassphrase + u'\n').toUtf8().repeated(3));
-        QVERIFY2(refusal.isEmpty(), qPrintable(refusal));
+        QCOMPARE(SecondProgramRefused(m_path, Command(command, m_path, m_dir.path()),
+                                      (kPassphrase + u'\n').toUtf8().repeated(3)),
+                 QString());
         for (const char* left : {".ncr", ".ncb", ".tmp"}) {
             QVERIFY(!QFileInfo::exists(m_path.chopped(4) + QLatin1String(left)));
         }
     }
 
     void heldFileIsNeverTakenForDamaged() {
-        // The other program, asking through the shell's own check, is told the file is held, not offered a repair.
+        // The other program, asking through the shell's own check, is told which file is held, not offered a
+        // repair, and keeps it as the one to open.
         TestSession other;
         other.session.DbPath = m_path;
         QCOMPARE(file_choice::CheckDatabaseFile(other.session), sqlite::kErrLocked);
         QCOMPARE(other.prompter.numbers(), QList<int>{0});
         QVERIFY(other.prompter.shown.first().text.endsWith(QStringLiteral("\n\n") + m_path));
+        QCOMPARE(other.session.DbPath, m_path);
         // This program opening its own file again is no refusal at all.
         run().session.DbPath = m_path;
         QCOMPARE(file_choice::CheckDatabaseFile(run().session), 0);
     }
 };
 
-QTEST_GUILESS_MAIN(TestFileHold)
+NCT_TEST_MAIN(TestFileHold)
 #include "tst_file_hold.moc"

@@ -1,16 +1,8 @@
 #include "shell/file_choice.h"
-#include "shell/open_sequence.h"
 #include "shell/section_list.h"
-#include "shell/session.h"
 #include "shell/settings.h"
 #include "shell/shell_state.h"
-#include "store/sqlite.h"
-#include "support/scripted_prompter.h"
-#include "support/test_databases.h"
-
-#include <QSettings>
-#include <QStandardPaths>
-#include <QtTest>
+#include "support/test_main.h"
 
 #include <limits>
 
@@ -54,14 +46,12 @@ class TestShellState : public QObject {
     Q_OBJECT
 private Q_SLOTS:
     void initTestCase() {
-        QVERIFY(m_dir.isValid());
-        QStandardPaths::setTestModeEnabled(true);
-        m_template = PrepareShellWorld(m_dir, kPassphrase);
+        m_template = MadeDatabase(m_dir.filePath(QStringLiteral("template.nct")), kPassphrase);
         QVERIFY(!m_template.isEmpty());
     }
 
     void init() {
-        QSettings(QStringLiteral("Marrowline"), QStringLiteral("Noctaria")).clear();
+        test_env::ForgetSettings();
         QDir(file_choice::DefaultFolder()).removeRecursively();
     }
 
@@ -169,53 +159,39 @@ private Q_SLOTS:
         QCOMPARE(run.prompter.shown.size(), 1);
     }
 
-    void pinIsAskedOnceOrEveryTime() {
+    void pinIsAskedOncePerLoginOrEveryTime() {
         Run run;
-        UserOptions& options = run.session.store().user.options;
-        options.PinCode = QStringLiteral("4711");
-        options.PinMask = static_cast<std::int32_t>(kMemoBit);
-
-        run.prompter.passphrases.enqueue(QStringLiteral("4711"));
+        QVERIFY(openFresh(run));
+        const QString path = run.session.DbPath;
+        const auto pinned = [&run]() -> UserOptions& {
+            UserOptions& options = run.session.store().user.options;
+            options.PinCode = QStringLiteral("4711");
+            options.PinMask = static_cast<std::int32_t>(kMemoBit);
+            return options;
+        };
+        pinned();
+        run.prompter.passphrases << QStringLiteral("4711");
         QCOMPARE(run.shell.enterSection(kSectionMemos), kSectionMemos);
-        QCOMPARE(run.prompter.passphraseRequests.size(), 1);
         QCOMPARE(run.shell.enterSection(0), 0);
         QCOMPARE(run.shell.enterSection(kSectionMemos), kSectionMemos);
         // Sections outside the mask are not behind the PIN.
         QCOMPARE(run.shell.enterSection(15), 15);
         QCOMPARE(run.prompter.passphraseRequests.size(), 1);
-
-        options.PinEveryAccess = true;
-        run.prompter.passphrases.enqueue(QStringLiteral("4711"));
-        run.prompter.passphrases.enqueue(QStringLiteral("4711"));
-        QCOMPARE(run.shell.enterSection(kSectionMemos), kSectionMemos);
-        QCOMPARE(run.shell.enterSection(kSectionMemos), kSectionMemos);
-        QCOMPARE(run.prompter.passphraseRequests.size(), 3);
-        QVERIFY(run.prompter.shown.isEmpty());
-    }
-
-    void pinsAreForgottenAtCloseAndLogin() {
-        Run run;
-        QVERIFY(openFresh(run));
-        const QString path = run.session.DbPath;
-        auto pinned = [&run] {
-            UserOptions& options = run.session.store().user.options;
-            options.PinCode = QStringLiteral("4711");
-            options.PinMask = static_cast<std::int32_t>(kMemoBit);
-        };
-        pinned();
-        run.prompter.passphrases.enqueue(QStringLiteral("4711"));
-        QCOMPARE(run.shell.enterSection(kSectionMemos), kSectionMemos);
         run.session.store().budgetPinGiven.set(1);
 
-        // The next login asks again, for the sections and for the budgets alike.
+        // The next login asks again, for the sections and for the budgets alike; a cancelled PIN keeps them out.
         open_sequence::CloseDatabase(run.session);
         QCOMPARE(run.session.PinPassedMask, 0u);
         QCOMPARE(OpenDatabase(run.session, run.prompter, path, kPassphrase), 0);
         QVERIFY(run.session.store().budgetPinGiven.none());
         pinned();
-        const qsizetype asked = run.prompter.passphraseRequests.size();
         QCOMPARE(run.shell.enterSection(kSectionMemos), 0);
-        QCOMPARE(run.prompter.passphraseRequests.size(), asked + 1);
+        pinned().PinEveryAccess = true;
+        run.prompter.passphrases << QStringLiteral("4711") << QStringLiteral("4711");
+        QCOMPARE(run.shell.enterSection(kSectionMemos), kSectionMemos);
+        QCOMPARE(run.shell.enterSection(kSectionMemos), kSectionMemos);
+        QCOMPARE(run.prompter.passphraseRequests.size(), 1 + 1 + 3);
+        QVERIFY(run.prompter.shown.isEmpty());
     }
 
     void diaryIsRefusedWhilePrivateRecordsAreHidden() {
@@ -288,8 +264,7 @@ private Q_SLOTS:
             path = m_dir.filePath(QStringLiteral("gone/away.nct"));
         } else if (kind == QLatin1String("noise")) {
             path = m_dir.filePath(QStringLiteral("noise.nct"));
-            QFile noise(path);
-            QVERIFY(noise.open(QIODevice::WriteOnly) && noise.write(QByteArray(4096, '\x5a')) == 4096);
+            QVERIFY(WriteFile(path, QByteArray(4096, '\x5a')));
         }
         run.session.DbPath = path;
         QCOMPARE(file_choice::CheckDatabaseFile(run.session), error);
@@ -314,20 +289,6 @@ private Q_SLOTS:
         QCOMPARE(run.session.DbPath, path);
         run.prompter.passphrases.enqueue(kPassphrase);
         QCOMPARE(open_sequence::OpenDatabaseSequence(run.session), 0);
-    }
-
-    void lockedFileKeepsItsPathAndNamesIt() {
-        const QString path = freshFile(QStringLiteral("held.nct"));
-        db::Database holder;
-        QCOMPARE(holder.Open(path).number, 0);
-
-        Run run;
-        run.session.DbPath = path;
-        QCOMPARE(file_choice::CheckDatabaseFile(run.session), sqlite::kErrLocked);
-        // No offer to repair a file someone else holds; the person is told which file it is.
-        QCOMPARE(run.prompter.shown.size(), 1);
-        QVERIFY(run.prompter.shown.first().text.endsWith(QStringLiteral("\n\n") + path));
-        QCOMPARE(run.session.DbPath, path);
     }
 
     void firstRunOfferMakesTheDefaultFile() {
@@ -373,8 +334,7 @@ private:
         const bool opened =
             OpenDatabase(run.session, run.prompter, freshFile(QStringLiteral("open.nct")), kPassphrase) == 0 &&
             run.session.DbIsOpen;
-        run.prompter.shown.clear();
-        run.prompter.passphraseRequests.clear();
+        run.prompter.forget();
         return opened;
     }
 
@@ -382,5 +342,5 @@ private:
     QString m_template;
 };
 
-QTEST_GUILESS_MAIN(TestShellState)
+NCT_TEST_MAIN(TestShellState)
 #include "tst_shell_state.moc"

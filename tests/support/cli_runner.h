@@ -4,7 +4,6 @@
 
 #include <QByteArray>
 #include <QProcess>
-#include <QProcessEnvironment>
 #include <QString>
 #include <QStringList>
 
@@ -14,16 +13,10 @@ struct CliResult {
     QString err;
 };
 
-// `input` is fed to its standard input; an empty `workDir` keeps the test's own; a non-empty `configHome` keeps
-// the settings store of whoever runs the tests out of reach.
-inline CliResult RunCli(const QStringList& args, const QByteArray& input = {}, const QString& workDir = {},
-                        const QString& configHome = {}) {
+// `input` is fed to its standard input; an empty `workDir` keeps the test's own. The program inherits the test's
+// environment, and with it the settings store the test keeps out of the real one.
+inline CliResult RunCli(const QStringList& args, const QByteArray& input = {}, const QString& workDir = {}) {
     QProcess process;
-    if (!configHome.isEmpty()) {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), configHome);
-        process.setProcessEnvironment(environment);
-    }
     if (!workDir.isEmpty()) {
         process.setWorkingDirectory(workDir);
     }

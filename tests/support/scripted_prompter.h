@@ -58,6 +58,16 @@ public:
     void status(const QString& text) override { statuses.append(text); }
     void penaltyWait(int milliseconds) override { waits.append(milliseconds); }
 
+    // Forgets what was asked so far, so that a test counts only what comes after its set-up.
+    void forget() {
+        shown.clear();
+        passphraseRequests.clear();
+        waits.clear();
+        inputTitles.clear();
+        inputDefaults.clear();
+        statuses.clear();
+    }
+
     // The catalogue numbers of the boxes shown so far.
     QList<int> numbers() const {
         QList<int> result;

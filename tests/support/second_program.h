@@ -3,6 +3,7 @@
 // What another program finds when it reaches for a file this test's program holds.
 
 #include "support/cli_runner.h"
+#include "support/files.h"
 
 #include <QFile>
 #include <QRegularExpression>
@@ -12,17 +13,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-inline QByteArray FileBytes(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 // Runs the command line program on a held file: it must be refused with 3734 naming the file, and leave the
 // file as it was. The empty text when it was so; else what went wrong, for the test's message.
-inline QString SecondProgramRefused(const QString& path, const QStringList& command, const QByteArray& input = {},
-                                    const QString& configHome = {}) {
+inline QString SecondProgramRefused(const QString& path, const QStringList& command, const QByteArray& input = {}) {
     const QByteArray before = FileBytes(path);
-    const CliResult run = RunCli(command, input, {}, configHome);
+    const CliResult run = RunCli(command, input);
     const QString said = run.out + run.err;
     if (run.exitCode != 1 || !run.err.contains(QLatin1String("3734")) || !run.err.contains(path)) {
         return QStringLiteral("%1 was not refused (exit %2): %3").arg(command.join(u' ')).arg(run.exitCode).arg(said);

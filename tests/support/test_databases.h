@@ -3,20 +3,19 @@
 // Set-up shared by the tests that make, open and fill database files: the settings store kept out of the real
 // one, a session answered by a script, and the few steps most tests take before they check anything.
 
-#include "shell/file_choice.h"
 #include "shell/open_sequence.h"
 #include "shell/session.h"
 #include "store/row.h"
 #include "support/scripted_prompter.h"
 
 #include <QByteArray>
-#include <QDir>
 #include <QFile>
 #include <QSettings>
 #include <QString>
 #include <QTemporaryDir>
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 
 // Sends every settings store of the process (the default format and the native one) to `dir`, so that what the
@@ -27,10 +26,13 @@ inline void RedirectSettings(const QString& dir) {
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, dir);
 }
 
-// One run of the program: a prompter answering from a script and the session using it.
+// One run of the program: a prompter answering from a script and the session using it, told of the frame's part
+// through `frame` when there is one.
 struct TestSession {
+    explicit TestSession(FrameLink* frame = nullptr)
+        : session(prompter, StrongRandom(), frame) {}
     ScriptedPrompter prompter;
-    Session session{prompter};
+    Session session;
     Store& store() { return session.store(); }
 };
 
@@ -57,6 +59,14 @@ inline int OpenDatabase(Session& session, ScriptedPrompter& prompter, const QStr
 
 inline int OpenDatabase(TestSession& run, const QString& path, const QString& passphrase) {
     return OpenDatabase(run.session, run.prompter, path, passphrase);
+}
+
+// Leaves the open file as a crash would: nothing is written on the way out, so a later opening sees only what
+// reached the file before.
+inline void DropDatabase(Session& session) {
+    session.store().wipeSecrets();
+    session.store().database.Close();
+    session.DbIsOpen = false;
 }
 
 // A record whose text is `text`, enciphered under the open file's pool; its key, or 0.
@@ -88,23 +98,16 @@ inline QString CopyOracle(const QTemporaryDir& dir, const QString& name) {
     return CopyWritable(QStringLiteral(NCT_TEST_DATA_DIR "/oracle/") + name, dir.filePath(name));
 }
 
-// The shell's world in `dir`: home (and with it the documents folder, so first-run tests never touch the real
-// one), settings, and a closed database at the returned path made with `passphrase`. Empty when it failed.
-inline QString PrepareShellWorld(const QTemporaryDir& dir, const QString& passphrase) {
-    const QString home = dir.filePath(QStringLiteral("home"));
-    if (!QDir().mkpath(home)) {
-        return {};
-    }
-    qputenv("HOME", QFile::encodeName(home));
-    if (!file_choice::DefaultFolder().startsWith(home + u'/')) {
-        return {};
-    }
-    RedirectSettings(dir.filePath(QStringLiteral("settings")));
+// A closed file at `path` made with `passphrase`, after `fill` had it open; `path`, or empty when it failed.
+inline QString MadeDatabase(const QString& path, const QString& passphrase,
+                            const std::function<void(Store&)>& fill = {}) {
     TestSession maker;
-    const QString database = dir.filePath(QStringLiteral("template.nct"));
-    if (CreateDatabase(maker, database, passphrase) != 0) {
+    if (CreateDatabase(maker, path, passphrase) != 0) {
         return {};
+    }
+    if (fill) {
+        fill(maker.store());
     }
     open_sequence::CloseDatabase(maker.session);
-    return database;
+    return path;
 }

@@ -1,119 +1,68 @@
 #include "shell/ui/frm_backup.h"
 #include "shell/ui/frm_restore.h"
 
-#include "shell/open_sequence.h"
-#include "shell/session.h"
 #include "shell/settings.h"
-#include "support/scripted_prompter.h"
-#include "support/test_databases.h"
-
-#include <QApplication>
-#include <QFileDialog>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QSettings>
-#include <QTimer>
-#include <QTreeWidget>
-#include <QtTest>
+#include "support/gui.h"
 
 namespace {
 
 const QString kPassphrase = QStringLiteral("correct horse battery");
 
-// The replies the next message boxes get, in order.
-void answer(ScriptedPrompter& prompter, std::initializer_list<Prompter::Reply> replies) {
-    prompter.replies.clear();
-    for (Prompter::Reply reply : replies) {
-        prompter.replies.enqueue(reply);
+// The backups in the restore list, as name, date and size in KB.
+QStringList Listed(QWidget& form) {
+    auto* list = Find<QTreeWidget>(form, QStringLiteral("lvBackups"));
+    QStringList rows;
+    for (int i = 0; i < list->topLevelItemCount(); ++i) {
+        rows << QStringList{list->topLevelItem(i)->text(0), list->topLevelItem(i)->text(1),
+                            list->topLevelItem(i)->text(2)}
+                    .join(u'|');
     }
-}
-
-bool writeFile(const QString& path, qsizetype size) {
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(QByteArray(size, 'x')) == size;
-}
-
-template <typename T> T* child(QWidget* form, const char* name) {
-    return form->findChild<T*>(QLatin1String(name));
-}
-
-// Does `act` with the modal dialog that is about to open, once it runs.
-template <typename Dialog> void whenModal(std::function<void(Dialog*)> act) {
-    QTimer::singleShot(0, qApp, [act] {
-        auto* dialog = qobject_cast<Dialog*>(QApplication::activeModalWidget());
-        QVERIFY(dialog != nullptr);
-        act(dialog);
-    });
+    return rows;
 }
 
 } // namespace
 
 class TestFrmBackup : public QObject {
     Q_OBJECT
-
-    QTemporaryDir m_settings;
-
 private Q_SLOTS:
-    void initTestCase() {
-        QVERIFY(m_settings.isValid());
-        RedirectSettings(m_settings.path());
-        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
-    }
-
-    void init() { QSettings(QStringLiteral("Marrowline"), QStringLiteral("Noctaria")).clear(); }
+    void init() { test_env::ForgetSettings(); }
 
     void restoreListsBackupsAndFollowsTheFolder() {
         QTemporaryDir dir;
         const QString first = dir.filePath(QStringLiteral("first"));
         const QString second = dir.filePath(QStringLiteral("second"));
         QVERIFY(QDir().mkpath(first) && QDir().mkpath(second));
-        QVERIFY(writeFile(first + QStringLiteral("/mydata041224170455.ncz"), 3000));
-        QVERIFY(writeFile(first + QStringLiteral("/mydata050101080000.ncz"), 1024));
-        QVERIFY(writeFile(first + QStringLiteral("/junk.ncz"), 10));
-        QVERIFY(writeFile(second + QStringLiteral("/c041224170455.ncz"), 10));
+        QVERIFY(WriteFile(first + QStringLiteral("/mydata041224170455.ncz"), QByteArray(3000, 'x')));
+        QVERIFY(WriteFile(first + QStringLiteral("/mydata050101080000.ncz"), QByteArray(1024, 'x')));
+        QVERIFY(WriteFile(first + QStringLiteral("/junk.ncz"), "x"));
+        QVERIFY(WriteFile(second + QStringLiteral("/c041224170455.ncz"), "x"));
+        QVERIFY(WriteFile(second + QStringLiteral("/d041224170455.ncz"), "x"));
         RegWriteText(QStringLiteral("BackupPath"), QDir::toNativeSeparators(first));
 
         TestSession run;
         frmRestore form(run.session);
         form.show();
         QVERIFY(QTest::qWaitForWindowExposed(&form));
-        auto* list = child<QTreeWidget>(&form, "lvBackups");
-        QCOMPARE(list->topLevelItemCount(), 2);
-        QCOMPARE(list->topLevelItem(0)->text(0), QStringLiteral("mydata.nct"));
-        QCOMPARE(list->topLevelItem(0)->text(1), QStringLiteral("12/24/2004 17:04:55"));
-        QCOMPARE(list->topLevelItem(0)->text(2), QStringLiteral("3"));
+        QCOMPARE(Listed(form), QStringList({"mydata.nct|12/24/2004 17:04:55|3", "mydata.nct|1/1/2005 08:00:00|1"}));
         // The newest backup is the one offered.
+        auto* list = Find<QTreeWidget>(form, QStringLiteral("lvBackups"));
         QCOMPARE(list->currentItem(), list->topLevelItem(1));
 
         run.prompter.folder = second;
-        QTest::mouseClick(child<QPushButton>(&form, "cmdChangeDir_0"), Qt::LeftButton);
-        QCOMPARE(child<QLineEdit>(&form, "txtBackupFolder")->text(), QDir::toNativeSeparators(second));
-        QCOMPARE(list->topLevelItemCount(), 1);
-        QCOMPARE(list->topLevelItem(0)->text(0), QStringLiteral("c.nct"));
-    }
+        Click(form, QStringLiteral("cmdChangeDir_0"));
+        QCOMPARE(Find<QLineEdit>(form, QStringLiteral("txtBackupFolder"))->text(), QDir::toNativeSeparators(second));
+        QCOMPARE(Listed(form), QStringList({"c.nct|12/24/2004 17:04:55|1", "d.nct|12/24/2004 17:04:55|1"}));
 
-    void deleteThroughForm() {
-        QTemporaryDir dir;
-        QVERIFY(writeFile(dir.filePath(QStringLiteral("a041224170455.ncz")), 10));
-        QVERIFY(writeFile(dir.filePath(QStringLiteral("b041224170455.ncz")), 10));
-        RegWriteText(QStringLiteral("BackupPath"), dir.path());
-        TestSession run;
-        frmRestore form(run.session);
-        form.show();
-        auto* list = child<QTreeWidget>(&form, "lvBackups");
-        auto* remove = child<QPushButton>(&form, "cmdDelete");
+        // Deleting asks first; No keeps the backup.
         list->setCurrentItem(list->topLevelItem(0));
-
-        answer(run.prompter, {Prompter::Reply::No});
-        QTest::mouseClick(remove, Qt::LeftButton);
+        run.prompter.replies << Prompter::Reply::No;
+        Click(form, QStringLiteral("cmdDelete"));
         QCOMPARE(list->topLevelItemCount(), 2);
-
-        answer(run.prompter, {Prompter::Reply::Yes});
-        QTest::mouseClick(remove, Qt::LeftButton);
+        run.prompter.replies << Prompter::Reply::Yes;
+        Click(form, QStringLiteral("cmdDelete"));
         QCOMPARE(run.prompter.numbers(), (QList<int>{145, 145}));
-        QVERIFY(!QFileInfo::exists(dir.filePath(QStringLiteral("a041224170455.ncz"))));
-        QCOMPARE(list->topLevelItemCount(), 1);
-        QCOMPARE(list->topLevelItem(0)->text(0), QStringLiteral("b.nct"));
+        QCOMPARE(FilesIn(second), QStringList{QStringLiteral("d041224170455.ncz")});
+        QCOMPARE(Listed(form), QStringList({"d.nct|12/24/2004 17:04:55|1"}));
     }
 
     void backupThenRestoreThroughTheForms() {
@@ -122,9 +71,9 @@ private Q_SLOTS:
         QCOMPARE(CreateDatabase(run, dir.filePath(QStringLiteral("mydata.nct")), kPassphrase), 0);
         const std::int64_t kept = AddRecord(run.store(), "in the backup");
         const QString folder = dir.filePath(QStringLiteral("chosen"));
-        whenModal<frmBackup>([&](frmBackup* form) {
-            child<QLineEdit>(form, "txtBackupTo")->setText(folder);
-            QTest::mouseClick(child<QPushButton>(form, "cmdBackup"), Qt::LeftButton);
+        WhenModal<frmBackup>([&](frmBackup* form) {
+            Find<QLineEdit>(*form, QStringLiteral("txtBackupTo"))->setText(folder);
+            Click(*form, QStringLiteral("cmdBackup"));
         });
         const QString target = frmBackup::RunCommand(run.session, nullptr);
         QCOMPARE(QFileInfo(target).absolutePath(), folder);
@@ -134,17 +83,18 @@ private Q_SLOTS:
         const std::int64_t later = AddRecord(run.store(), "after the backup");
 
         // Without a selection the form stays and says so.
-        run.prompter.shown.clear();
-        whenModal<frmRestore>([&](frmRestore* form) {
-            child<QTreeWidget>(form, "lvBackups")->clearSelection();
-            QTest::mouseClick(child<QPushButton>(form, "cmdRestore"), Qt::LeftButton);
+        run.prompter.forget();
+        WhenModal<frmRestore>([&](frmRestore* form) {
+            auto* list = Find<QTreeWidget>(*form, QStringLiteral("lvBackups"));
+            list->clearSelection();
+            Click(*form, QStringLiteral("cmdRestore"));
             QVERIFY(form->isVisible());
-            child<QTreeWidget>(form, "lvBackups")->topLevelItem(0)->setSelected(true);
+            list->topLevelItem(0)->setSelected(true);
             run.prompter.folder = dir.path();
             // Consent, the notice that the passphrase is asked again, and yes to opening the restored file.
-            answer(run.prompter, {Prompter::Reply::Ok, Prompter::Reply::Ok, Prompter::Reply::Yes});
-            run.prompter.passphrases.enqueue(kPassphrase);
-            QTest::mouseClick(child<QPushButton>(form, "cmdRestore"), Qt::LeftButton);
+            run.prompter.replies << Prompter::Reply::Ok << Prompter::Reply::Ok << Prompter::Reply::Yes;
+            run.prompter.passphrases << kPassphrase;
+            Click(*form, QStringLiteral("cmdRestore"));
         });
         QCOMPARE(frmRestore::RunCommand(run.session, nullptr), backup_commands::AfterRestore::Opened);
         QCOMPARE(run.prompter.numbers(), (QList<int>{161, 138, 140, 141}));
@@ -152,9 +102,8 @@ private Q_SLOTS:
         QVERIFY(ReadRecord(run.store(), later).isEmpty());
 
         // Leaving by Cancel: nothing else happens.
-        run.prompter.shown.clear();
-        whenModal<frmRestore>(
-            [](frmRestore* form) { QTest::mouseClick(child<QPushButton>(form, "cmdCancel"), Qt::LeftButton); });
+        run.prompter.forget();
+        WhenModal<frmRestore>([](frmRestore* form) { Click(*form, QStringLiteral("cmdCancel")); });
         QVERIFY(!frmRestore::RunCommand(run.session, nullptr).has_value());
         QVERIFY(run.prompter.shown.isEmpty());
         QVERIFY(run.session.DbIsOpen);
@@ -166,14 +115,14 @@ private Q_SLOTS:
         TestSession run;
         frmBackup form(run.session, frmBackup::Mode::Backup, dir.filePath(QStringLiteral("mydata.nct")));
         form.show();
-        QCOMPARE(child<QLineEdit>(&form, "txtBackupTo")->text(), QDir::toNativeSeparators(beside));
+        QCOMPARE(Find<QLineEdit>(form, QStringLiteral("txtBackupTo"))->text(), QDir::toNativeSeparators(beside));
         QVERIFY(QFileInfo(beside).isDir());
         QCOMPARE(RegReadValue(QStringLiteral("BackupPath")), QDir::toNativeSeparators(beside));
-        QTest::mouseClick(child<QPushButton>(&form, "cmdCancel"), Qt::LeftButton);
+        Click(form, QStringLiteral("cmdCancel"));
         QCOMPARE(form.result(), int(QDialog::Rejected));
         QVERIFY(form.folder().isEmpty());
     }
 };
 
-QTEST_MAIN(TestFrmBackup)
+NCT_GUI_TEST_MAIN(TestFrmBackup)
 #include "tst_frm_backup.moc"

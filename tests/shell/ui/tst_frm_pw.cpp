@@ -1,13 +1,7 @@
 #include "shell/ui/frm_pw.h"
 
 #include "shell/catalogue/messages.h"
-#include "support/scripted_prompter.h"
-
-#include <QCheckBox>
-#include <QLabel>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QtTest>
+#include "support/gui.h"
 
 #include <memory>
 
@@ -163,5 +157,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestFrmPw)
+NCT_GUI_TEST_MAIN(TestFrmPw)
 #include "tst_frm_pw.moc"

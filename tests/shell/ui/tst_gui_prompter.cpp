@@ -2,53 +2,18 @@
 #include "shell/file_choice.h"
 #include "shell/ui/gui_prompter.h"
 #include "shell/ui/modal.h"
-
-#include <QAbstractButton>
-#include <QApplication>
-#include <QDir>
-#include <QFileDialog>
-#include <QLineEdit>
-#include <QMessageBox>
-#include <QStandardPaths>
-#include <QThread>
-#include <QtTest>
-
-#include <functional>
+#include "support/gui.h"
 
 Q_DECLARE_METATYPE(Prompter::Buttons)
 Q_DECLARE_METATYPE(Prompter::Reply)
-
-namespace {
-
-// Does `act` with the dialog of that kind once it is in front.
-template <typename Dialog> void WhenModal(std::function<void(Dialog*)> act) {
-    auto* poll = new QTimer(qApp);
-    QObject::connect(poll, &QTimer::timeout, qApp, [poll, act] {
-        if (auto* dialog = qobject_cast<Dialog*>(QApplication::activeModalWidget())) {
-            poll->deleteLater();
-            poll->stop();
-            act(dialog);
-        }
-    });
-    poll->start(20);
-}
-
-} // namespace
 
 // The real dialogs behind the prompter: what Enter and Esc choose, what the idle watch leaves, where files go.
 class TestGuiPrompter : public QObject {
     Q_OBJECT
 
-    QTemporaryDir m_home;
     GuiPrompter m_prompter;
 
 private Q_SLOTS:
-    void initTestCase() {
-        QVERIFY(m_home.isValid());
-        qputenv("HOME", QFile::encodeName(m_home.path()));
-        QStandardPaths::setTestModeEnabled(true);
-    }
-
     void keysTakeTheChoiceThatChangesNothing_data() {
         QTest::addColumn<Prompter::Buttons>("buttons");
         QTest::addColumn<Prompter::Reply>("safe");
@@ -77,9 +42,8 @@ private Q_SLOTS:
     void newFileNamesTheFileThatWouldGo() {
         const QString folder = file_choice::DefaultFolder();
         QVERIFY(QDir().mkpath(folder));
-        QFile existing(QDir(folder).filePath(QStringLiteral("mydata.nct")));
-        QVERIFY(existing.open(QIODevice::WriteOnly) && existing.write("kept") == 4);
-        existing.close();
+        const QString existing = QDir(folder).filePath(QStringLiteral("mydata.nct"));
+        QVERIFY(WriteFile(existing, "kept"));
         bool asked = false;
         WhenModal<QFileDialog>([&asked, folder](QFileDialog* dialog) {
             // It starts where the program keeps its files, not in whatever folder the program was started from.
@@ -97,8 +61,7 @@ private Q_SLOTS:
         QVERIFY(
             m_prompter.chooseNewFile(QStringLiteral("New"), QStringLiteral("Marrowline NCT-files (*.nct)")).isEmpty());
         QVERIFY(asked);
-        QVERIFY(existing.open(QIODevice::ReadOnly));
-        QCOMPARE(existing.readAll(), QByteArray("kept"));
+        QCOMPARE(FileBytes(existing), QByteArray("kept"));
     }
 
     void busyWindowStepsAsideForAQuestion() {
@@ -120,5 +83,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestGuiPrompter)
+NCT_GUI_TEST_MAIN(TestGuiPrompter)
 #include "tst_gui_prompter.moc"
