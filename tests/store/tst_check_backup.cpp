@@ -1,39 +1,17 @@
-#include <QTemporaryDir>
-#include <QtTest>
+#include "store/backup.h"
+#include "store/check.h"
+#include "store/db.h"
+#include "support/test_main.h"
 
 #include <memory>
 
 #include <sys/wait.h>
 #include <unistd.h>
-
 #include <zlib.h>
-
-#include "shell/open_sequence.h"
-#include "shell/session.h"
-#include "store/backup.h"
-#include "store/check.h"
-#include "store/db.h"
-#include "store/sqlite.h"
-#include "support/scripted_prompter.h"
-#include "support/test_databases.h"
 
 namespace {
 
 const QString kPassphrase = QStringLiteral("a good passphrase 1");
-
-QByteArray readFile(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool writeFile(const QString& path, const QByteArray& data) {
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(data) == data.size();
-}
-
-QStringList filesIn(const QString& folder) {
-    return QDir(folder).entryList(QDir::Files | QDir::Hidden, QDir::Name);
-}
 
 // Empty when the file opens and holds exactly these memos, each deciphering to its text.
 QString memosDiffer(const QString& file, const QMap<std::int64_t, QByteArray>& memos) {
@@ -58,414 +36,379 @@ QString memosDiffer(const QString& file, const QMap<std::int64_t, QByteArray>& m
 class TestCheckBackup : public QObject {
     Q_OBJECT
 private Q_SLOTS:
-    void initTestCase();
-    void init();
+    void init() {
+        m_dir = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_dir->isValid());
+        m_memos.clear();
+    }
 
-    void removeDuplicates_data();
-    void removeDuplicates();
+    void removeDuplicates_data() {
+        QTest::addColumn<int>("section");
+        QTest::addColumn<QString>("titles"); // fT1 in key order, "~" a null one; lower case marks the rows that go
+        // The section's first row is never counted, so the first copy of its title stays as well.
+        QTest::newRow("first row") << 14 << "A A a";
+        QTest::newRow("first copy stays") << 16 << "C A B a b b C";
+        QTest::newRow("null never a copy") << 13 << "C ~ ~ ~ A";
+        QTest::newRow("section 11 checked") << 11 << "X A a";
+        QTest::newRow("section 10 untouched") << 10 << "X A A A";
+    }
 
-    void compactAndReplace();
-    void compactFailureLeavesSource();
+    void removeDuplicates() {
+        QFETCH(int, section);
+        QFETCH(QString, titles);
+        const QString file = path(QStringLiteral("dup.nct"));
+        QCOMPARE(db::CreateDatabaseFile(file).number, 0);
+        sqlite::Connection connection;
+        QCOMPARE(connection.open(file, sqlite::Connection::Mode::ReadWrite).number, 0);
+        sqlite::Statement insert = connection.prepare("INSERT INTO tt (fPK, fSec, fT1, fEtx) VALUES (?, ?, ?, ?)");
+        auto add = [&insert](std::int64_t fpk, int sec, const QString& token) {
+            insert.reset();
+            insert.bind(1, fpk).bind(2, static_cast<std::int64_t>(sec)).bind(4, QByteArray::number(fpk));
+            if (token == QLatin1String("~")) {
+                insert.bindNull(3);
+            } else {
+                insert.bind(3, token.toUpper().toLatin1());
+            }
+            return !insert.step() && !insert.error();
+        };
+        // Rows of another section with the same titles come first and are no copies. The rest go in from the
+        // highest key down, so that "first" can only mean the lowest key.
+        QVERIFY(add(51, 18, QStringLiteral("A")) && add(52, 18, QStringLiteral("C")));
+        QStringList expected{QStringLiteral("51"), QStringLiteral("52")};
+        const QStringList tokens = titles.split(u' ');
+        for (qsizetype i = tokens.size() - 1; i >= 0; --i) {
+            QVERIFY(add(100 + i, section, tokens[i]));
+        }
+        for (qsizetype i = 0; i < tokens.size(); ++i) {
+            if (tokens[i] == tokens[i].toUpper()) {
+                expected << QString::number(100 + i);
+            }
+        }
+        insert = sqlite::Statement();
 
-    void backupLayoutAndRoundTrip();
-    void compressRefusesWhatIsNotOurs_data();
-    void compressRefusesWhatIsNotOurs();
-    void storedPathLength_data();
-    void storedPathLength();
-    void expandRefusesWhatIsNotABackup_data();
-    void expandRefusesWhatIsNotABackup();
+        QCOMPARE(check::RemoveDuplicates(connection), static_cast<int>(tokens.size() + 2 - expected.size()));
+        QStringList remaining;
+        sqlite::Statement select = connection.prepare("SELECT fEtx FROM tt ORDER BY fPK");
+        while (select.step()) {
+            remaining << QString::fromLatin1(select.bytes(0));
+        }
+        QCOMPARE(remaining, expected);
+        QCOMPARE(check::RemoveDuplicates(connection), 0);
+    }
 
-    void backupNames();
-    void parseBackupName_data();
-    void parseBackupName();
-    void restoreRenames_data();
-    void restoreRenames();
-    void restoreBesideCrashJournal();
+    void compactAndReplace() {
+        const QString file = created(path(QStringLiteral("data.nct")), 100, 2000);
+        QVERIFY(!file.isEmpty());
+        {
+            sqlite::Connection connection;
+            QCOMPARE(connection.open(file, sqlite::Connection::Mode::ReadWrite).number, 0);
+            sqlite::Statement remove = connection.prepare("DELETE FROM tt WHERE fSec=14 AND fPK>?");
+            remove.bind(1, std::next(m_memos.begin(), 19).key());
+            QVERIFY(!remove.step());
+            QCOMPARE(remove.error().number, 0);
+        }
+        while (m_memos.size() > 20) {
+            m_memos.remove(m_memos.lastKey());
+        }
+        const qint64 before = QFileInfo(file).size();
+        const QString tmp = path(QStringLiteral("data.tmp"));
+        QVERIFY(WriteFile(tmp, "left by a compaction that never finished"));
+
+        db::FileHold hold;
+        QCOMPARE(db::FileHold::Acquire(file, hold).number, 0);
+        QCOMPARE(check::CompactAndReplace(hold, tmp), 0);
+        QVERIFY(hold.holds(file));
+        hold.release();
+        QVERIFY(!QFileInfo::exists(tmp));
+        QVERIFY(QFileInfo(file).size() < before / 2);
+        QCOMPARE(db::CheckDatabase(file).number, 0);
+        QCOMPARE(memosDiffer(file, m_memos), QString());
+    }
+
+    void compactFailureLeavesSource() {
+        const QString file = path(QStringLiteral("data.nct"));
+        const QByteArray content = QByteArray("SQLite format 3").append(QByteArray(4096, '\x07'));
+        QVERIFY(WriteFile(file, content));
+        const QString tmp = path(QStringLiteral("data.tmp"));
+        QVERIFY(WriteFile(tmp, "stale"));
+
+        db::FileHold hold;
+        QCOMPARE(db::FileHold::Acquire(file, hold).number, 0);
+        QVERIFY(check::CompactAndReplace(hold, tmp) != 0);
+        QVERIFY(hold.holds(file));
+        QCOMPARE(FileBytes(file), content);
+        QCOMPARE(FilesIn(m_dir->path()), QStringList{QStringLiteral("data.nct")});
+    }
+
+    void backupLayoutAndRoundTrip() {
+        const QString file = created(path(QStringLiteral("data.nct")));
+        QVERIFY(!file.isEmpty());
+        const QByteArray source = FileBytes(file);
+        QString target = path(QStringLiteral("data241224170455.ncz"));
+        ScriptedPrompter prompter;
+        const qint64 size = ZLib::ProcessFile(true, file, target, prompter);
+        QVERIFY(prompter.shown.isEmpty());
+
+        // zlib stream, absolute path, its length byte, the marker 3, the source size as 4 bytes low first.
+        const QByteArray packed = FileBytes(target);
+        QCOMPARE(size, packed.size());
+        const QByteArray storedPath = QFileInfo(file).absoluteFilePath().toLatin1();
+        const qsizetype n = storedPath.size();
+        const auto s = static_cast<quint32>(source.size());
+        QByteArray trailer = storedPath + char(n) + '\x03';
+        for (int shift = 0; shift < 32; shift += 8) {
+            trailer.append(static_cast<char>((s >> shift) & 0xFF));
+        }
+        QCOMPARE(packed.right(n + 6), trailer);
+        const QByteArray stream = packed.left(packed.size() - n - 6);
+        QByteArray plain(source.size(), '\0');
+        uLongf length = static_cast<uLongf>(plain.size());
+        QCOMPARE(uncompress(reinterpret_cast<Bytef*>(plain.data()), &length,
+                            reinterpret_cast<const Bytef*>(stream.constData()), static_cast<uLong>(stream.size())),
+                 Z_OK);
+        QCOMPARE(plain, source);
+
+        // The original still lies there, so the copy goes to the folder the person chooses, as data.ncr.
+        QVERIFY(QDir(m_dir->path()).mkdir(QStringLiteral("restored")));
+        prompter.folder = path(QStringLiteral("restored"));
+        QString expanded;
+        QCOMPARE(ZLib::ProcessFile(false, target, expanded, prompter), source.size());
+        QCOMPARE(QFileInfo(expanded), QFileInfo(path(QStringLiteral("restored/data.ncr"))));
+        QCOMPARE(FileBytes(expanded), source);
+        QCOMPARE(FileBytes(file), source);
+    }
+
+    void compressRefusesWhatIsNotOurs_data() {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<int>("message");
+        QTest::newRow("a database of another program") << "foreign" << 130;
+        QTest::newRow("empty") << "empty" << 133;
+    }
+
+    void compressRefusesWhatIsNotOurs() {
+        QFETCH(QString, kind);
+        QFETCH(int, message);
+        const QString input = path(QStringLiteral("input.nct"));
+        if (kind == QLatin1String("foreign")) {
+            sqlite::Connection connection;
+            QCOMPARE(connection.open(input, sqlite::Connection::Mode::Create).number, 0);
+            QCOMPARE(connection.exec("CREATE TABLE tt (fPK INTEGER PRIMARY KEY, fEtx BLOB)").number, 0);
+        } else {
+            QVERIFY(WriteFile(input, QByteArray()));
+        }
+        const QByteArray before = FileBytes(input);
+        QString target = path(QStringLiteral("out.ncz"));
+        ScriptedPrompter prompter;
+
+        QCOMPARE(ZLib::ProcessFile(true, input, target, prompter), 0);
+        QCOMPARE(prompter.numbers(), QList<int>{message});
+        QCOMPARE(FilesIn(m_dir->path()), QStringList{QStringLiteral("input.nct")});
+        QCOMPARE(FileBytes(input), before);
+    }
+
+    void storedPathLength_data() {
+        QTest::addColumn<int>("length");
+        QTest::newRow("255 fits") << 255;
+        QTest::newRow("256 does not") << 256;
+    }
+
+    void storedPathLength() {
+        QFETCH(int, length);
+        // Folders that bring the database's full path to exactly `length` bytes.
+        const QString name = QStringLiteral("data.nct");
+        QString folder = QFileInfo(m_dir->path()).absoluteFilePath();
+        int rest = length - static_cast<int>(folder.size() + 1 + name.size());
+        while (rest > 0) {
+            const int part = rest > 201 ? 150 : rest - 1;
+            QVERIFY(part > 0);
+            folder += u'/' + QString(part, u'f');
+            rest -= part + 1;
+        }
+        QCOMPARE(rest, 0);
+        QVERIFY(QDir().mkpath(folder));
+        const QString file = created(QDir(folder).filePath(name));
+        QCOMPARE(QFileInfo(file).absoluteFilePath().size(), length);
+        QString target = path(QStringLiteral("data.ncz"));
+        ScriptedPrompter prompter;
+
+        const qint64 size = ZLib::ProcessFile(true, file, target, prompter);
+        if (length <= 255) {
+            QVERIFY(size > 0);
+            QCOMPARE(static_cast<unsigned char>(FileBytes(target).right(6).at(0)), static_cast<unsigned char>(length));
+            return;
+        }
+        QCOMPARE(size, 0);
+        QCOMPARE(prompter.numbers(), QList<int>{0});
+        QVERIFY(prompter.shown.first().text.contains(QLatin1String("255")));
+        QVERIFY(!QFileInfo::exists(target));
+    }
+
+    void expandRefusesWhatIsNotABackup_data() {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<int>("message");
+        QTest::newRow("damaged stream") << "stream" << 131;
+        QTest::newRow("wrong size") << "size" << 131;
+        QTest::newRow("path longer than the file") << "path" << 131;
+        QTest::newRow("empty") << "empty" << 133;
+    }
+
+    void expandRefusesWhatIsNotABackup() {
+        QFETCH(QString, kind);
+        QFETCH(int, message);
+        const QString file = created(path(QStringLiteral("data.nct")));
+        QVERIFY(!file.isEmpty());
+        QString packedPath = path(QStringLiteral("data.ncz"));
+        ScriptedPrompter maker;
+        QVERIFY(ZLib::ProcessFile(true, file, packedPath, maker) > 0);
+        QByteArray input = FileBytes(packedPath);
+        QVERIFY(QFile::remove(packedPath));
+        if (kind == QLatin1String("stream")) {
+            for (int i = 20; i < 60; ++i) {
+                input[i] = static_cast<char>(input[i] ^ 0x5A);
+            }
+        } else if (kind == QLatin1String("size")) {
+            input[input.size() - 4] = static_cast<char>(input[input.size() - 4] + 1);
+        } else if (kind == QLatin1String("path")) {
+            input = QByteArray("xy") + input.right(6);
+            input[input.size() - 6] = '\xFF';
+        } else {
+            input.clear();
+        }
+        QVERIFY(QFile::remove(file));
+        const QString source = path(QStringLiteral("input.ncz"));
+        QVERIFY(WriteFile(source, input));
+        ScriptedPrompter prompter;
+        QString expanded;
+
+        QCOMPARE(ZLib::ProcessFile(false, source, expanded, prompter), 0);
+        QCOMPARE(prompter.numbers(), QList<int>{message});
+        QCOMPARE(FilesIn(m_dir->path()), QStringList{QStringLiteral("input.ncz")});
+    }
+
+    void backupNames() {
+        const QDateTime christmas(QDate(2004, 12, 24), QTime(17, 4, 55));
+        QCOMPARE(backup::BackupName(QStringLiteral("/home/a.b/mydata.nct"), christmas),
+                 QStringLiteral("mydata041224170455.ncz"));
+        // The name stops at its first point, and a path stored with backslashes still gives just the name.
+        QCOMPARE(backup::BackupName(QStringLiteral("C:\\Do.cs\\my.data.v2.nct"), christmas),
+                 QStringLiteral("my041224170455.ncz"));
+    }
+
+    void parseBackupName_data() {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("original"); // null when refused
+        QTest::addColumn<QDateTime>("moment");
+        QTest::newRow("digits in the name") << "data2041224170455.ncz"
+                                            << "data2.nct" << QDateTime(QDate(2004, 12, 24), QTime(17, 4, 55));
+        QTest::newRow("leap day") << "a240229235959.ncz"
+                                  << "a.nct" << QDateTime(QDate(2024, 2, 29), QTime(23, 59, 59));
+        QTest::newRow("too short") << "data12345.ncz" << QString() << QDateTime();
+        QTest::newRow("no name at all") << ".ncz" << QString() << QDateTime();
+        QTest::newRow("29 February of a common year") << "data230229170455.ncz" << QString() << QDateTime();
+        QTest::newRow("hour 24") << "data041224240455.ncz" << QString() << QDateTime();
+        QTest::newRow("sign") << "data+41224170455.ncz" << QString() << QDateTime();
+    }
+
+    void parseBackupName() {
+        QFETCH(QString, name);
+        QFETCH(QString, original);
+        QFETCH(QDateTime, moment);
+        const auto parts = backup::ParseBackupName(name);
+        QCOMPARE(parts.ok, !original.isNull());
+        if (parts.ok) {
+            QCOMPARE(parts.original, original);
+            QCOMPARE(parts.moment, moment);
+            QCOMPARE(backup::BackupName(original, moment), name);
+        }
+    }
+
+    void restoreRenames_data() {
+        QTest::addColumn<bool>("current");
+        QTest::addColumn<bool>("restored");
+        QTest::addColumn<QByteArray>("kept"); // what data.ncb holds afterwards, empty when it is gone
+        QTest::newRow("over a former file") << true << true << QByteArray("former");
+        QTest::newRow("no former file") << false << true << QByteArray();
+        QTest::newRow("nothing restored") << true << false << QByteArray("older still");
+    }
+
+    void restoreRenames() {
+        QFETCH(bool, current);
+        QFETCH(bool, restored);
+        QFETCH(QByteArray, kept);
+        const QString base = path(QStringLiteral("data"));
+        QVERIFY(WriteFile(base + QStringLiteral(".ncb"), "older still"));
+        QVERIFY(!current || WriteFile(base + QStringLiteral(".nct"), "former"));
+        QVERIFY(!restored || WriteFile(base + QStringLiteral(".ncr"), "restored"));
+
+        db::FileHold hold;
+        QCOMPARE(backup::RestoreRenames(base, hold).number == 0, restored);
+        QCOMPARE(hold.holds(base + QStringLiteral(".nct")), restored);
+        QCOMPARE(FileBytes(base + QStringLiteral(".nct")), QByteArray(restored ? "restored" : "former"));
+        QCOMPARE(FileBytes(base + QStringLiteral(".ncb")), kept);
+        QVERIFY(!QFileInfo::exists(base + QStringLiteral(".ncr")));
+        QCOMPARE(FilesIn(m_dir->path()).size(), kept.isEmpty() ? 1 : 2);
+    }
+
+    void restoreBesideCrashJournal() {
+        // A program that crashed while writing the former file left its journal beside it. The journal belongs to
+        // that file: played into the restored one it would damage both.
+        QVERIFY(QDir(m_dir->path()).mkdir(QStringLiteral("target")));
+        const QString base = path(QStringLiteral("target/data"));
+        const QString former = created(base + QStringLiteral(".nct"));
+        QVERIFY(!former.isEmpty());
+        const QMap<std::int64_t, QByteArray> formerMemos = m_memos;
+        const QByteArray restored = FileBytes(created(path(QStringLiteral("other.nct")), 7));
+        const QMap<std::int64_t, QByteArray> restoredMemos = m_memos;
+        QVERIFY(WriteFile(base + QStringLiteral(".ncr"), restored));
+
+        const pid_t child = ::fork();
+        QVERIFY(child >= 0);
+        if (child == 0) {
+            sqlite::Connection connection;
+            if (connection.open(former, sqlite::Connection::Mode::ReadWrite)) {
+                ::_exit(3);
+            }
+            // A tiny page cache makes the engine write into the file before the commit that never comes.
+            connection.exec("PRAGMA cache_size=1");
+            connection.exec("BEGIN");
+            for (int i = 0; i < 100; ++i) {
+                connection.exec("INSERT INTO tt (fSec, fEtx) VALUES (77, randomblob(3000))");
+            }
+            connection.exec("UPDATE tt SET fEtx=randomblob(40) WHERE fSec=14");
+            ::_exit(0);
+        }
+        int status = 0;
+        QCOMPARE(::waitpid(child, &status, 0), child);
+        QVERIFY(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+        QVERIFY(QFileInfo(former + QStringLiteral("-journal")).size() > 0);
+
+        db::FileHold hold;
+        QCOMPARE(backup::RestoreRenames(base, hold).number, 0);
+        hold.release();
+        QCOMPARE(FileBytes(base + QStringLiteral(".nct")), restored);
+        QCOMPARE(memosDiffer(base + QStringLiteral(".nct"), restoredMemos), QString());
+        // The former file is kept as it was before the crashed write.
+        QVERIFY(QFile::rename(base + QStringLiteral(".ncb"), path(QStringLiteral("former.nct"))));
+        QCOMPARE(memosDiffer(path(QStringLiteral("former.nct")), formerMemos), QString());
+    }
 
 private:
     // A new file with `memos` memos of `length` characters, closed again; their keys in m_memos.
     QString created(const QString& path, int memos = 5, int length = 40);
     QString path(const QString& name) const { return m_dir->filePath(name); }
 
-    QTemporaryDir m_config;
     std::unique_ptr<QTemporaryDir> m_dir;
     QMap<std::int64_t, QByteArray> m_memos;
 };
 
-void TestCheckBackup::initTestCase() {
-    // The settings store (last file, last user) must not reach the real one of whoever runs the tests.
-    QVERIFY(m_config.isValid());
-    qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_config.path()));
-}
-
-void TestCheckBackup::init() {
-    m_dir = std::make_unique<QTemporaryDir>();
-    QVERIFY(m_dir->isValid());
-    m_memos.clear();
-}
-
 QString TestCheckBackup::created(const QString& file, int memos, int length) {
-    TestSession maker;
-    if (CreateDatabase(maker, file, kPassphrase) != 0) {
-        return {};
-    }
-    for (int i = 0; i < memos; ++i) {
-        const QByteArray text = QByteArray("memo ").append(QByteArray::number(i)).leftJustified(length, 'm');
-        m_memos.insert(AddRecord(maker.store(), text), text);
-    }
-    open_sequence::CloseDatabase(maker.session);
-    return file;
-}
-
-void TestCheckBackup::removeDuplicates_data() {
-    QTest::addColumn<int>("section");
-    QTest::addColumn<QString>("titles"); // fT1 in key order, "~" a null one; lower case marks the rows that go
-    // The section's first row is never counted, so the first copy of its title stays as well.
-    QTest::newRow("first row") << 14 << "A A a";
-    QTest::newRow("first copy stays") << 16 << "C A B a b b C";
-    QTest::newRow("null never a copy") << 13 << "C ~ ~ ~ A";
-    QTest::newRow("section 11 checked") << 11 << "X A a";
-    QTest::newRow("section 10 untouched") << 10 << "X A A A";
-}
-
-void TestCheckBackup::removeDuplicates() {
-    QFETCH(int, section);
-    QFETCH(QString, titles);
-    const QString file = path(QStringLiteral("dup.nct"));
-    QCOMPARE(db::CreateDatabaseFile(file).number, 0);
-    sqlite::Connection connection;
-    QCOMPARE(connection.open(file, sqlite::Connection::Mode::ReadWrite).number, 0);
-    sqlite::Statement insert = connection.prepare("INSERT INTO tt (fPK, fSec, fT1, fEtx) VALUES (?, ?, ?, ?)");
-    auto add = [&insert](std::int64_t fpk, int sec, const QString& token) {
-        insert.reset();
-        insert.bind(1, fpk).bind(2, static_cast<std::int64_t>(sec)).bind(4, QByteArray::number(fpk));
-        if (token == QLatin1String("~")) {
-            insert.bindNull(3);
-        } else {
-            insert.bind(3, token.toUpper().toLatin1());
+    return MadeDatabase(file, kPassphrase, [&](Store& store) {
+        for (int i = 0; i < memos; ++i) {
+            const QByteArray text = QByteArray("memo ").append(QByteArray::number(i)).leftJustified(length, 'm');
+            m_memos.insert(AddRecord(store, text), text);
         }
-        return !insert.step() && !insert.error();
-    };
-    // Rows of another section with the same titles come first and are no copies. The rest go in from the
-    // highest key down, so that "first" can only mean the lowest key.
-    QVERIFY(add(51, 18, QStringLiteral("A")) && add(52, 18, QStringLiteral("C")));
-    QStringList expected{QStringLiteral("51"), QStringLiteral("52")};
-    const QStringList tokens = titles.split(u' ');
-    for (qsizetype i = tokens.size() - 1; i >= 0; --i) {
-        QVERIFY(add(100 + i, section, tokens[i]));
-    }
-    for (qsizetype i = 0; i < tokens.size(); ++i) {
-        if (tokens[i] == tokens[i].toUpper()) {
-            expected << QString::number(100 + i);
-        }
-    }
-    insert = sqlite::Statement();
-
-    QCOMPARE(check::RemoveDuplicates(connection), static_cast<int>(tokens.size() + 2 - expected.size()));
-    QStringList remaining;
-    sqlite::Statement select = connection.prepare("SELECT fEtx FROM tt ORDER BY fPK");
-    while (select.step()) {
-        remaining << QString::fromLatin1(select.bytes(0));
-    }
-    QCOMPARE(remaining, expected);
-    QCOMPARE(check::RemoveDuplicates(connection), 0);
+    });
 }
 
-void TestCheckBackup::compactAndReplace() {
-    const QString file = created(path(QStringLiteral("data.nct")), 100, 2000);
-    QVERIFY(!file.isEmpty());
-    {
-        sqlite::Connection connection;
-        QCOMPARE(connection.open(file, sqlite::Connection::Mode::ReadWrite).number, 0);
-        sqlite::Statement remove = connection.prepare("DELETE FROM tt WHERE fSec=14 AND fPK>?");
-        remove.bind(1, std::next(m_memos.begin(), 19).key());
-        QVERIFY(!remove.step());
-        QCOMPARE(remove.error().number, 0);
-    }
-    while (m_memos.size() > 20) {
-        m_memos.remove(m_memos.lastKey());
-    }
-    const qint64 before = QFileInfo(file).size();
-    const QString tmp = path(QStringLiteral("data.tmp"));
-    QVERIFY(writeFile(tmp, "left by a compaction that never finished"));
-
-    db::FileHold hold;
-    QCOMPARE(db::FileHold::Acquire(file, hold).number, 0);
-    QCOMPARE(check::CompactAndReplace(hold, tmp), 0);
-    QVERIFY(hold.holds(file));
-    hold.release();
-    QVERIFY(!QFileInfo::exists(tmp));
-    QVERIFY(QFileInfo(file).size() < before / 2);
-    QCOMPARE(db::CheckDatabase(file).number, 0);
-    QCOMPARE(memosDiffer(file, m_memos), QString());
-}
-
-void TestCheckBackup::compactFailureLeavesSource() {
-    const QString file = path(QStringLiteral("data.nct"));
-    const QByteArray content = QByteArray("SQLite format 3").append(QByteArray(4096, '\x07'));
-    QVERIFY(writeFile(file, content));
-    const QString tmp = path(QStringLiteral("data.tmp"));
-    QVERIFY(writeFile(tmp, "stale"));
-
-    db::FileHold hold;
-    QCOMPARE(db::FileHold::Acquire(file, hold).number, 0);
-    QVERIFY(check::CompactAndReplace(hold, tmp) != 0);
-    QVERIFY(hold.holds(file));
-    QCOMPARE(readFile(file), content);
-    QCOMPARE(filesIn(m_dir->path()), QStringList{QStringLiteral("data.nct")});
-}
-
-void TestCheckBackup::backupLayoutAndRoundTrip() {
-    const QString file = created(path(QStringLiteral("data.nct")));
-    QVERIFY(!file.isEmpty());
-    const QByteArray source = readFile(file);
-    QString target = path(QStringLiteral("data241224170455.ncz"));
-    ScriptedPrompter prompter;
-    const qint64 size = ZLib::ProcessFile(true, file, target, prompter);
-    QVERIFY(prompter.shown.isEmpty());
-
-    // zlib stream, absolute path, its length byte, the marker 3, the source size as 4 bytes low first.
-    const QByteArray packed = readFile(target);
-    QCOMPARE(size, packed.size());
-    const QByteArray storedPath = QFileInfo(file).absoluteFilePath().toLatin1();
-    const qsizetype n = storedPath.size();
-    const auto s = static_cast<quint32>(source.size());
-    QByteArray trailer = storedPath + char(n) + '\x03';
-    for (int shift = 0; shift < 32; shift += 8) {
-        trailer.append(static_cast<char>((s >> shift) & 0xFF));
-    }
-    QCOMPARE(packed.right(n + 6), trailer);
-    const QByteArray stream = packed.left(packed.size() - n - 6);
-    QByteArray plain(source.size(), '\0');
-    uLongf length = static_cast<uLongf>(plain.size());
-    QCOMPARE(uncompress(reinterpret_cast<Bytef*>(plain.data()), &length,
-                        reinterpret_cast<const Bytef*>(stream.constData()), static_cast<uLong>(stream.size())),
-             Z_OK);
-    QCOMPARE(plain, source);
-
-    // The original still lies there, so the copy goes to the folder the person chooses, as data.ncr.
-    QVERIFY(QDir(m_dir->path()).mkdir(QStringLiteral("restored")));
-    prompter.folder = path(QStringLiteral("restored"));
-    QString expanded;
-    QCOMPARE(ZLib::ProcessFile(false, target, expanded, prompter), source.size());
-    QCOMPARE(QFileInfo(expanded), QFileInfo(path(QStringLiteral("restored/data.ncr"))));
-    QCOMPARE(readFile(expanded), source);
-    QCOMPARE(readFile(file), source);
-}
-
-void TestCheckBackup::compressRefusesWhatIsNotOurs_data() {
-    QTest::addColumn<QString>("kind");
-    QTest::addColumn<int>("message");
-    QTest::newRow("a database of another program") << "foreign" << 130;
-    QTest::newRow("empty") << "empty" << 133;
-}
-
-void TestCheckBackup::compressRefusesWhatIsNotOurs() {
-    QFETCH(QString, kind);
-    QFETCH(int, message);
-    const QString input = path(QStringLiteral("input.nct"));
-    if (kind == QLatin1String("foreign")) {
-        sqlite::Connection connection;
-        QCOMPARE(connection.open(input, sqlite::Connection::Mode::Create).number, 0);
-        QCOMPARE(connection.exec("CREATE TABLE tt (fPK INTEGER PRIMARY KEY, fEtx BLOB)").number, 0);
-    } else {
-        QVERIFY(writeFile(input, QByteArray()));
-    }
-    const QByteArray before = readFile(input);
-    QString target = path(QStringLiteral("out.ncz"));
-    ScriptedPrompter prompter;
-
-    QCOMPARE(ZLib::ProcessFile(true, input, target, prompter), 0);
-    QCOMPARE(prompter.numbers(), QList<int>{message});
-    QCOMPARE(filesIn(m_dir->path()), QStringList{QStringLiteral("input.nct")});
-    QCOMPARE(readFile(input), before);
-}
-
-void TestCheckBackup::storedPathLength_data() {
-    QTest::addColumn<int>("length");
-    QTest::newRow("255 fits") << 255;
-    QTest::newRow("256 does not") << 256;
-}
-
-void TestCheckBackup::storedPathLength() {
-    QFETCH(int, length);
-    // Folders that bring the database's full path to exactly `length` bytes.
-    const QString name = QStringLiteral("data.nct");
-    QString folder = QFileInfo(m_dir->path()).absoluteFilePath();
-    int rest = length - static_cast<int>(folder.size() + 1 + name.size());
-    while (rest > 0) {
-        const int part = rest > 201 ? 150 : rest - 1;
-        QVERIFY(part > 0);
-        folder += u'/' + QString(part, u'f');
-        rest -= part + 1;
-    }
-    QCOMPARE(rest, 0);
-    QVERIFY(QDir().mkpath(folder));
-    const QString file = created(QDir(folder).filePath(name));
-    QCOMPARE(QFileInfo(file).absoluteFilePath().size(), length);
-    QString target = path(QStringLiteral("data.ncz"));
-    ScriptedPrompter prompter;
-
-    const qint64 size = ZLib::ProcessFile(true, file, target, prompter);
-    if (length <= 255) {
-        QVERIFY(size > 0);
-        QCOMPARE(static_cast<unsigned char>(readFile(target).right(6).at(0)), static_cast<unsigned char>(length));
-        return;
-    }
-    QCOMPARE(size, 0);
-    QCOMPARE(prompter.numbers(), QList<int>{0});
-    QVERIFY(prompter.shown.first().text.contains(QLatin1String("255")));
-    QVERIFY(!QFileInfo::exists(target));
-}
-
-void TestCheckBackup::expandRefusesWhatIsNotABackup_data() {
-    QTest::addColumn<QString>("kind");
-    QTest::addColumn<int>("message");
-    QTest::newRow("damaged stream") << "stream" << 131;
-    QTest::newRow("wrong size") << "size" << 131;
-    QTest::newRow("path longer than the file") << "path" << 131;
-    QTest::newRow("empty") << "empty" << 133;
-}
-
-void TestCheckBackup::expandRefusesWhatIsNotABackup() {
-    QFETCH(QString, kind);
-    QFETCH(int, message);
-    const QString file = created(path(QStringLiteral("data.nct")));
-    QVERIFY(!file.isEmpty());
-    QString packedPath = path(QStringLiteral("data.ncz"));
-    ScriptedPrompter maker;
-    QVERIFY(ZLib::ProcessFile(true, file, packedPath, maker) > 0);
-    QByteArray input = readFile(packedPath);
-    QVERIFY(QFile::remove(packedPath));
-    if (kind == QLatin1String("stream")) {
-        for (int i = 20; i < 60; ++i) {
-            input[i] = static_cast<char>(input[i] ^ 0x5A);
-        }
-    } else if (kind == QLatin1String("size")) {
-        input[input.size() - 4] = static_cast<char>(input[input.size() - 4] + 1);
-    } else if (kind == QLatin1String("path")) {
-        input = QByteArray("xy") + input.right(6);
-        input[input.size() - 6] = '\xFF';
-    } else {
-        input.clear();
-    }
-    QVERIFY(QFile::remove(file));
-    const QString source = path(QStringLiteral("input.ncz"));
-    QVERIFY(writeFile(source, input));
-    ScriptedPrompter prompter;
-    QString expanded;
-
-    QCOMPARE(ZLib::ProcessFile(false, source, expanded, prompter), 0);
-    QCOMPARE(prompter.numbers(), QList<int>{message});
-    QCOMPARE(filesIn(m_dir->path()), QStringList{QStringLiteral("input.ncz")});
-}
-
-void TestCheckBackup::backupNames() {
-    const QDateTime christmas(QDate(2004, 12, 24), QTime(17, 4, 55));
-    QCOMPARE(backup::BackupName(QStringLiteral("/home/a.b/mydata.nct"), christmas),
-             QStringLiteral("mydata041224170455.ncz"));
-    // The name stops at its first point, and a path stored with backslashes still gives just the name.
-    QCOMPARE(backup::BackupName(QStringLiteral("C:\\Do.cs\\my.data.v2.nct"), christmas),
-             QStringLiteral("my041224170455.ncz"));
-}
-
-void TestCheckBackup::parseBackupName_data() {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("original"); // null when refused
-    QTest::addColumn<QDateTime>("moment");
-    QTest::newRow("digits in the name") << "data2041224170455.ncz"
-                                        << "data2.nct" << QDateTime(QDate(2004, 12, 24), QTime(17, 4, 55));
-    QTest::newRow("leap day") << "a240229235959.ncz"
-                              << "a.nct" << QDateTime(QDate(2024, 2, 29), QTime(23, 59, 59));
-    QTest::newRow("too short") << "data12345.ncz" << QString() << QDateTime();
-    QTest::newRow("no name at all") << ".ncz" << QString() << QDateTime();
-    QTest::newRow("29 February of a common year") << "data230229170455.ncz" << QString() << QDateTime();
-    QTest::newRow("hour 24") << "data041224240455.ncz" << QString() << QDateTime();
-    QTest::newRow("sign") << "data+41224170455.ncz" << QString() << QDateTime();
-}
-
-void TestCheckBackup::parseBackupName() {
-    QFETCH(QString, name);
-    QFETCH(QString, original);
-    QFETCH(QDateTime, moment);
-    const auto parts = backup::ParseBackupName(name);
-    QCOMPARE(parts.ok, !original.isNull());
-    if (parts.ok) {
-        QCOMPARE(parts.original, original);
-        QCOMPARE(parts.moment, moment);
-        QCOMPARE(backup::BackupName(original, moment), name);
-    }
-}
-
-void TestCheckBackup::restoreRenames_data() {
-    QTest::addColumn<bool>("current");
-    QTest::addColumn<bool>("restored");
-    QTest::addColumn<QByteArray>("kept"); // what data.ncb holds afterwards, empty when it is gone
-    QTest::newRow("over a former file") << true << true << QByteArray("former");
-    QTest::newRow("no former file") << false << true << QByteArray();
-    QTest::newRow("nothing restored") << true << false << QByteArray("older still");
-}
-
-void TestCheckBackup::restoreRenames() {
-    QFETCH(bool, current);
-    QFETCH(bool, restored);
-    QFETCH(QByteArray, kept);
-    const QString base = path(QStringLiteral("data"));
-    QVERIFY(writeFile(base + QStringLiteral(".ncb"), "older still"));
-    QVERIFY(!current || writeFile(base + QStringLiteral(".nct"), "former"));
-    QVERIFY(!restored || writeFile(base + QStringLiteral(".ncr"), "restored"));
-
-    db::FileHold hold;
-    QCOMPARE(backup::RestoreRenames(base, hold).number == 0, restored);
-    QCOMPARE(hold.holds(base + QStringLiteral(".nct")), restored);
-    QCOMPARE(readFile(base + QStringLiteral(".nct")), QByteArray(restored ? "restored" : "former"));
-    QCOMPARE(readFile(base + QStringLiteral(".ncb")), kept);
-    QVERIFY(!QFileInfo::exists(base + QStringLiteral(".ncr")));
-    QCOMPARE(filesIn(m_dir->path()).size(), kept.isEmpty() ? 1 : 2);
-}
-
-void TestCheckBackup::restoreBesideCrashJournal() {
-    // A program that crashed while writing the former file left its journal beside it. The journal belongs to
-    // that file: played into the restored one it would damage both.
-    QVERIFY(QDir(m_dir->path()).mkdir(QStringLiteral("target")));
-    const QString base = path(QStringLiteral("target/data"));
-    const QString former = created(base + QStringLiteral(".nct"));
-    QVERIFY(!former.isEmpty());
-    const QMap<std::int64_t, QByteArray> formerMemos = m_memos;
-    const QByteArray restored = readFile(created(path(QStringLiteral("other.nct")), 7));
-    const QMap<std::int64_t, QByteArray> restoredMemos = m_memos;
-    QVERIFY(writeFile(base + QStringLiteral(".ncr"), restored));
-
-    const pid_t child = ::fork();
-    QVERIFY(child >= 0);
-    if (child == 0) {
-        sqlite::Connection connection;
-        if (connection.open(former, sqlite::Connection::Mode::ReadWrite)) {
-            ::_exit(3);
-        }
-        // A tiny page cache makes the engine write into the file before the commit that never comes.
-        connection.exec("PRAGMA cache_size=1");
-        connection.exec("BEGIN");
-        for (int i = 0; i < 100; ++i) {
-            connection.exec("INSERT INTO tt (fSec, fEtx) VALUES (77, randomblob(3000))");
-        }
-        connection.exec("UPDATE tt SET fEtx=randomblob(40) WHERE fSec=14");
-        ::_exit(0);
-    }
-    int status = 0;
-    QCOMPARE(::waitpid(child, &status, 0), child);
-    QVERIFY(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-    QVERIFY(QFileInfo(former + QStringLiteral("-journal")).size() > 0);
-
-    db::FileHold hold;
-    QCOMPARE(backup::RestoreRenames(base, hold).number, 0);
-    hold.release();
-    QCOMPARE(readFile(base + QStringLiteral(".nct")), restored);
-    QCOMPARE(memosDiffer(base + QStringLiteral(".nct"), restoredMemos), QString());
-    // The former file is kept as it was before the crashed write.
-    QVERIFY(QFile::rename(base + QStringLiteral(".ncb"), path(QStringLiteral("former.nct"))));
-    QCOMPARE(memosDiffer(path(QStringLiteral("former.nct")), formerMemos), QString());
-}
-
-QTEST_GUILESS_MAIN(TestCheckBackup)
+NCT_TEST_MAIN(TestCheckBackup)
 #include "tst_check_backup.moc"

@@ -4,7 +4,7 @@
 #include "store/record_get.h"
 #include "store/record_put.h"
 
-#include <QtTest>
+#include "support/test_main.h"
 
 #include <set>
 
@@ -33,259 +33,237 @@ QByteArray AllBytes() {
 class TestCry : public QObject {
     Q_OBJECT
 private Q_SLOTS:
-    void recordTextsRoundTripAndBindToTheirRow();
-    void twoWritesShareNeitherKeyNorVector();
-    void emptyRecordsHideTheirSize();
-    void malformedCipherTextsAreRefusedWithoutDecrypting_data();
-    void malformedCipherTextsAreRefusedWithoutDecrypting();
-    void noPoolMeansNoCipher();
-    void unboundOperations();
-    void recordKeyOperationsNeedAKey();
-    void sealRoundTripsEveryByte();
-    void sealPadsAFullBlock();
-    void sealRefusesWrongPassAndDamage();
-    void titles();
-    void rijndaelTextFraming();
-    void digests();
-    void wiping();
+    void recordTextsRoundTripAndBindToTheirRow() {
+        CRY cry;
+        cry.setKeyPool(RandomPool());
+        const QByteArray plain = AllBytes() + AllBytes();
+        for (const std::int32_t fpk : {1, 7, -5, 2147483647}) {
+            const QByteArray sealed = cry.Cipher(fpk, 1, plain);
+            QCOMPARE((sealed.size() - 10) % 8, 0);
+            QCOMPARE(cry.Cipher(fpk, 2, sealed), plain);
+        }
+        // Copied onto another row, a text deciphers but is refused.
+        const QByteArray sealed = cry.Cipher(7, 1, QByteArrayLiteral("secret"));
+        QVERIFY(cry.Cipher(8, 2, sealed).isEmpty());
+        // A second object with the same pool reads it: nothing but the pool is needed.
+        CRY other;
+        other.setKeyPool(cry.KeyPool());
+        QCOMPARE(other.Cipher(7, 2, sealed), QByteArray("secret"));
+    }
+
+    void twoWritesShareNeitherKeyNorVector() {
+        CRY cry;
+        cry.setKeyPool(RandomPool());
+        std::set<QByteArray> vectors;
+        std::set<QByteArray> texts;
+        for (int i = 0; i < 50; ++i) {
+            const QByteArray sealed = cry.Cipher(3, 1, QByteArrayLiteral("same text"));
+            vectors.insert(sealed.mid(2, 8));
+            texts.insert(sealed);
+        }
+        QCOMPARE(vectors.size(), 50u);
+        QCOMPARE(texts.size(), 50u);
+    }
+
+    void emptyRecordsHideTheirSize() {
+        ScriptedRandom random;
+        CRY cry(random);
+        cry.setKeyPool(RandomPool());
+        std::set<qsizetype> sizes;
+        for (int blanks = 0; blanks <= 12; ++blanks) {
+            random.setBlankCount(blanks);
+            const QByteArray sealed = cry.Cipher(11, 1, QByteArray());
+            sizes.insert(sealed.size());
+            const QByteArray plain = cry.Cipher(11, 2, sealed);
+            QCOMPARE(plain, QByteArray(blanks, ' '));
+            FieldValues values;
+            QCOMPARE(Record_Get::GetRecord(values, plain), 0);
+        }
+        QCOMPARE(sizes, (std::set<qsizetype>{2 + 8 + 8, 2 + 8 + 16, 2 + 8 + 24}));
+    }
+
+    void malformedCipherTextsAreRefusedWithoutDecrypting_data() {
+        QTest::addColumn<QByteArray>("text");
+        QTest::newRow("empty") << QByteArray();
+        QTest::newRow("three bytes") << Hex("000102");
+        QTest::newRow("odd after selector") << Hex("0001"
+                                                   "1112131415161718"
+                                                   "0102030405060708"
+                                                   "ff");
+        QTest::newRow("vector only") << Hex("0001"
+                                            "1112131415161718");
+        QTest::newRow("not whole blocks") << Hex("0001"
+                                                 "1112131415161718"
+                                                 "010203040506");
+    }
+
+    void malformedCipherTextsAreRefusedWithoutDecrypting() {
+        QFETCH(QByteArray, text);
+        CRY cry;
+        cry.setKeyPool(RandomPool());
+        QVERIFY(cry.Cipher(1, 2, text).isEmpty());
+        QVERIFY(cry.Cipher(1, 6, text).isEmpty());
+    }
+
+    void noPoolMeansNoCipher() {
+        CRY cry;
+        QVERIFY(cry.Cipher(1, 1, QByteArrayLiteral("x")).isEmpty());
+        QVERIFY(cry.Cipher(1, 5, QByteArrayLiteral("x")).isEmpty());
+        cry.setKeyPool(RandomPool());
+        const QByteArray sealed = cry.Cipher(1, 1, QByteArrayLiteral("x"));
+        cry.wipeKeys();
+        QVERIFY(cry.Cipher(1, 2, sealed).isEmpty());
+    }
+
+    void unboundOperations() {
+        CRY cry;
+        cry.setKeyPool(RandomPool());
+        const QByteArray sealed = cry.Cipher(0, 5, Hex("00ff616263"));
+        QCOMPARE(cry.Cipher(12345, 6, sealed), Hex("00ff616263"));
+        // A single zero byte is what an unset value leaves: it reads as nothing.
+        QVERIFY(cry.Cipher(0, 6, cry.Cipher(0, 5, Hex("00"))).isEmpty());
+    }
+
+    void recordKeyOperationsNeedAKey() {
+        CRY cry;
+        QList<int> messages;
+        cry.setMessageSink([&messages](int n) { messages << n; });
+        QVERIFY(cry.Cipher(0, 3, QByteArrayLiteral("abc")).isEmpty());
+        QVERIFY(cry.Cipher(0, 4, QByteArrayLiteral("abcdefghabcdefgh")).isEmpty());
+        QCOMPARE(messages, (QList<int>{34, 34}));
+
+        cry.setKeyPool(RandomPool());
+        cry.SelectKey(4711);
+        const QByteArray sealed = cry.Cipher(0, 3, QByteArrayLiteral("abc"));
+        QCOMPARE(sealed.size(), 16);
+        QCOMPARE(cry.Cipher(0, 4, sealed), QByteArray("abc"));
+        QCOMPARE(messages.size(), 2);
+    }
+
+    void sealRoundTripsEveryByte() {
+        CRY cry;
+        const QByteArray pass = codepage::ToBytes(QStringLiteral("Pässwörd€1 long"));
+        QCOMPARE(CRY::Unseal(cry.Seal(AllBytes(), pass), pass), AllBytes());
+        QCOMPARE(CRY::Unseal(cry.Seal(QByteArray(), pass), pass), QByteArray());
+        // With its marker and check byte the text fills a block, so the padding is a whole block of its own.
+        const QByteArray sealed = cry.Seal(QByteArray(14, 'x'), "pw");
+        QCOMPARE(sealed.size(), 16 + 32);
+        QCOMPARE(CRY::Unseal(sealed, "pw"), QByteArray(14, 'x'));
+    }
+
+    void sealRefusesWrongPassAndDamage() {
+        ScriptedRandom random;
+        const QByteArray salt = Hex("f0e1d2c3b4a5968778695a4b3c2d1e0f");
+        random.setSalt(ByteData(salt), 16);
+        CRY cry(random);
+        const QByteArray sealed = cry.Seal(QByteArrayLiteral("the keystring of a file"), "right pass");
+        QVERIFY(CRY::Unseal(sealed, "wrong pass").isEmpty());
+        QVERIFY(CRY::Unseal(sealed, QByteArray()).isEmpty());
+        // Damage in a block before the last garbles text that only the check byte guards, so about one change in
+        // 256 slips through; it can never give back the sealed text itself.
+        int slipped = 0;
+        for (qsizetype i = 0; i < sealed.size(); ++i) {
+            QByteArray damaged = sealed;
+            damaged[i] = static_cast<char>(damaged[i] ^ 0x01);
+            const QByteArray text = CRY::Unseal(damaged, "right pass");
+            QVERIFY(text != "the keystring of a file");
+            slipped += text.isEmpty() ? 0 : 1;
+        }
+        QVERIFY(slipped <= 2);
+        QVERIFY(CRY::Unseal(sealed.left(sealed.size() - 1), "right pass").isEmpty());
+        QVERIFY(CRY::Unseal(sealed.left(16), "right pass").isEmpty());
+    }
+
+    void titles() {
+        CRY cry;
+        cry.setKeyPool(RandomPool());
+        Record_Get::TitleAccess owner3;
+        owner3.owner = 3;
+        const QString title = QStringLiteral("Łódź bank ✓");
+        const QByteArray open = Record_Put::SealTitle(cry, 40, title, 3, false);
+        const QByteArray hidden = Record_Put::SealTitle(cry, 41, title, 3, true);
+        QCOMPARE(Record_Get::OpenTitle(cry, 40, open, owner3), title);
+        QCOMPARE(Record_Get::OpenTitle(cry, 41, hidden, owner3), title);
+        owner3.hidePrivate = true;
+        QCOMPARE(Record_Get::OpenTitle(cry, 40, open, owner3), title);
+        QVERIFY(Record_Get::OpenTitle(cry, 41, hidden, owner3).isEmpty());
+
+        Record_Get::TitleAccess someoneElse;
+        someoneElse.owner = 4;
+        QVERIFY(Record_Get::OpenTitle(cry, 40, open, someoneElse).isEmpty());
+        someoneElse.rightsOn.set(3);
+        QCOMPARE(Record_Get::OpenTitle(cry, 40, open, someoneElse), title);
+
+        // Owners outside a byte count as 0.
+        Record_Get::TitleAccess owner0;
+        QCOMPARE(Record_Get::OpenTitle(cry, 42, Record_Put::SealTitle(cry, 42, title, 300, false), owner0), title);
+
+        const QByteArray noise = Record_Put::SealTitle(cry, 43, QString());
+        QCOMPARE(noise.size(), 12);
+        QVERIFY(Record_Get::OpenTitle(cry, 43, noise, owner0).isEmpty());
+        QVERIFY(Record_Get::OpenTitle(cry, 43, QByteArray(), owner0).isEmpty());
+        QVERIFY(Record_Get::OpenTitle(cry, 41, open, owner3).isEmpty());
+    }
+
+    void rijndaelTextFraming() {
+        const QByteArray key = CRY::Hash256x80("key");
+        for (int m = 0; m <= 50; ++m) {
+            const QByteArray text(m, static_cast<char>('a' + m % 26));
+            const QByteArray block = CRY::RijndaelText(text, key, true, 192, 256);
+            QCOMPARE(block.size() % 24, 0);
+            QVERIFY(block.size() >= m + 1);
+            QCOMPARE(CRY::RijndaelText(block, key, false, 192, 256), text);
+        }
+        QVERIFY(CRY::RijndaelText("x", QByteArray(), true, 192, 256).isEmpty());
+        // A trailing partial block is cut off before decrypting.
+        const QByteArray block = CRY::RijndaelText("abc", key, true, 192, 256);
+        QCOMPARE(CRY::RijndaelText(block + "xyz", key, false, 192, 256), QByteArray("abc"));
+        int readable = 0;
+        for (int i = 0; i < 100; ++i) {
+            readable +=
+                CRY::RijndaelText(block, CRY::Hash256x80(QByteArray::number(i)), false, 192, 256).isEmpty() ? 0 : 1;
+        }
+        QVERIFY(readable < 5);
+    }
+
+    void digests() {
+        QVERIFY(CRY::Hash256x80(QByteArray()).isEmpty());
+        QCOMPARE(CRY::Hash256x80("abc").size(), 32);
+        QCOMPARE(CRY::Hash1x47(QByteArray()).size(), 20);
+        QVERIFY(CRY::Hash1x47("abc") != CRY::Hash1x47("abd"));
+    }
+
+    void wiping() {
+        QByteArray bytes("secret");
+        bytes.detach();
+        CRY::WipeBytes(bytes);
+        QVERIFY(bytes.isEmpty());
+        // A copy that shares the storage belongs to someone else: wiping one handle must not change it.
+        QByteArray shared("shared secret");
+        shared.detach();
+        const QByteArray other = shared;
+        CRY::WipeBytes(shared);
+        QVERIFY(shared.isEmpty());
+        QCOMPARE(other, QByteArray("shared secret"));
+
+        CRY::SecureBytes secure{1, 2, 3};
+        CRY::WipeBytes(secure);
+        QVERIFY(secure.empty());
+
+        QString text = QStringLiteral("passphrase");
+        text.detach();
+        CRY::WipeText(text);
+        QVERIFY(text.isEmpty());
+
+        CRY cry;
+        cry.setKeyPool(RandomPool());
+        cry.SelectKey(1);
+        QVERIFY(cry.hasKeyPool());
+        cry.wipeKeys();
+        QVERIFY(!cry.hasKeyPool());
+        QVERIFY(cry.RecordKey().empty());
+    }
 };
 
-void TestCry::recordTextsRoundTripAndBindToTheirRow() {
-    CRY cry;
-    cry.setKeyPool(RandomPool());
-    const QByteArray plain = AllBytes() + AllBytes();
-    for (const std::int32_t fpk : {1, 7, -5, 2147483647}) {
-        const QByteArray sealed = cry.Cipher(fpk, 1, plain);
-        QCOMPARE((sealed.size() - 10) % 8, 0);
-        QCOMPARE(cry.Cipher(fpk, 2, sealed), plain);
-    }
-    // Copied onto another row, a text deciphers but is refused.
-    const QByteArray sealed = cry.Cipher(7, 1, QByteArrayLiteral("secret"));
-    QVERIFY(cry.Cipher(8, 2, sealed).isEmpty());
-    // A second object with the same pool reads it: nothing but the pool is needed.
-    CRY other;
-    other.setKeyPool(cry.KeyPool());
-    QCOMPARE(other.Cipher(7, 2, sealed), QByteArray("secret"));
-}
-
-void TestCry::twoWritesShareNeitherKeyNorVector() {
-    CRY cry;
-    cry.setKeyPool(RandomPool());
-    std::set<QByteArray> vectors;
-    std::set<QByteArray> texts;
-    for (int i = 0; i < 50; ++i) {
-        const QByteArray sealed = cry.Cipher(3, 1, QByteArrayLiteral("same text"));
-        vectors.insert(sealed.mid(2, 8));
-        texts.insert(sealed);
-    }
-    QCOMPARE(vectors.size(), 50u);
-    QCOMPARE(texts.size(), 50u);
-}
-
-void TestCry::emptyRecordsHideTheirSize() {
-    ScriptedRandom random;
-    CRY cry(random);
-    cry.setKeyPool(RandomPool());
-    std::set<qsizetype> sizes;
-    for (int blanks = 0; blanks <= 12; ++blanks) {
-        random.setBlankCount(blanks);
-        const QByteArray sealed = cry.Cipher(11, 1, QByteArray());
-        sizes.insert(sealed.size());
-        const QByteArray plain = cry.Cipher(11, 2, sealed);
-        QCOMPARE(plain, QByteArray(blanks, ' '));
-        FieldValues values;
-        QCOMPARE(Record_Get::GetRecord(values, plain), 0);
-    }
-    QCOMPARE(sizes, (std::set<qsizetype>{2 + 8 + 8, 2 + 8 + 16, 2 + 8 + 24}));
-}
-
-void TestCry::malformedCipherTextsAreRefusedWithoutDecrypting_data() {
-    QTest::addColumn<QByteArray>("text");
-    QTest::newRow("empty") << QByteArray();
-    QTest::newRow("three bytes") << Hex("000102");
-    QTest::newRow("odd after selector") << Hex("0001"
-                                               "1112131415161718"
-                                               "0102030405060708"
-                                               "ff");
-    QTest::newRow("vector only") << Hex("0001"
-                                        "1112131415161718");
-    QTest::newRow("not whole blocks") << Hex("0001"
-                                             "1112131415161718"
-                                             "010203040506");
-}
-
-void TestCry::malformedCipherTextsAreRefusedWithoutDecrypting() {
-    QFETCH(QByteArray, text);
-    CRY cry;
-    cry.setKeyPool(RandomPool());
-    QVERIFY(cry.Cipher(1, 2, text).isEmpty());
-    QVERIFY(cry.Cipher(1, 6, text).isEmpty());
-}
-
-void TestCry::noPoolMeansNoCipher() {
-    CRY cry;
-    QVERIFY(cry.Cipher(1, 1, QByteArrayLiteral("x")).isEmpty());
-    QVERIFY(cry.Cipher(1, 5, QByteArrayLiteral("x")).isEmpty());
-    cry.setKeyPool(RandomPool());
-    const QByteArray sealed = cry.Cipher(1, 1, QByteArrayLiteral("x"));
-    cry.wipeKeys();
-    QVERIFY(cry.Cipher(1, 2, sealed).isEmpty());
-}
-
-void TestCry::unboundOperations() {
-    CRY cry;
-    cry.setKeyPool(RandomPool());
-    const QByteArray sealed = cry.Cipher(0, 5, Hex("00ff616263"));
-    QCOMPARE(cry.Cipher(12345, 6, sealed), Hex("00ff616263"));
-    // A single zero byte is what an unset value leaves: it reads as nothing.
-    QVERIFY(cry.Cipher(0, 6, cry.Cipher(0, 5, Hex("00"))).isEmpty());
-}
-
-void TestCry::recordKeyOperationsNeedAKey() {
-    CRY cry;
-    QList<int> messages;
-    cry.setMessageSink([&messages](int n) { messages << n; });
-    QVERIFY(cry.Cipher(0, 3, QByteArrayLiteral("abc")).isEmpty());
-    QVERIFY(cry.Cipher(0, 4, QByteArrayLiteral("abcdefghabcdefgh")).isEmpty());
-    QCOMPARE(messages, (QList<int>{34, 34}));
-
-    cry.setKeyPool(RandomPool());
-    cry.SelectKey(4711);
-    const QByteArray sealed = cry.Cipher(0, 3, QByteArrayLiteral("abc"));
-    QCOMPARE(sealed.size(), 16);
-    QCOMPARE(cry.Cipher(0, 4, sealed), QByteArray("abc"));
-    QCOMPARE(messages.size(), 2);
-}
-
-void TestCry::sealRoundTripsEveryByte() {
-    CRY cry;
-    const QByteArray pass = codepage::ToBytes(QStringLiteral("Pässwörd€1 long"));
-    const QByteArray text = AllBytes();
-    QCOMPARE(CRY::Unseal(cry.Seal(text, pass), pass), text);
-    QCOMPARE(CRY::Unseal(cry.Seal(QByteArray(), pass), pass), QByteArray());
-}
-
-void TestCry::sealPadsAFullBlock() {
-    ScriptedRandom random;
-    const QByteArray salt = Hex("000102030405060708090a0b0c0d0e0f");
-    random.setSalt(ByteData(salt), 16);
-    CRY cry(random);
-    const QByteArray sealed = cry.Seal(QByteArray(14, 'x'), "pw");
-    QCOMPARE(sealed.size(), 16 + 32);
-    QCOMPARE(CRY::Unseal(sealed, "pw"), QByteArray(14, 'x'));
-}
-
-void TestCry::sealRefusesWrongPassAndDamage() {
-    ScriptedRandom random;
-    const QByteArray salt = Hex("f0e1d2c3b4a5968778695a4b3c2d1e0f");
-    random.setSalt(ByteData(salt), 16);
-    CRY cry(random);
-    const QByteArray sealed = cry.Seal(QByteArrayLiteral("the keystring of a file"), "right pass");
-    QVERIFY(CRY::Unseal(sealed, "wrong pass").isEmpty());
-    QVERIFY(CRY::Unseal(sealed, QByteArray()).isEmpty());
-    // Damage in a block before the last garbles text that only the check byte guards, so about one change in
-    // 256 slips through; it can never give back the sealed text itself.
-    int slipped = 0;
-    for (qsizetype i = 0; i < sealed.size(); ++i) {
-        QByteArray damaged = sealed;
-        damaged[i] = static_cast<char>(damaged[i] ^ 0x01);
-        const QByteArray text = CRY::Unseal(damaged, "right pass");
-        QVERIFY(text != "the keystring of a file");
-        slipped += text.isEmpty() ? 0 : 1;
-    }
-    QVERIFY(slipped <= 2);
-    QVERIFY(CRY::Unseal(sealed.left(sealed.size() - 1), "right pass").isEmpty());
-    QVERIFY(CRY::Unseal(sealed.left(16), "right pass").isEmpty());
-}
-
-void TestCry::titles() {
-    CRY cry;
-    cry.setKeyPool(RandomPool());
-    Record_Get::TitleAccess owner3;
-    owner3.owner = 3;
-    const QString title = QStringLiteral("Łódź bank ✓");
-    const QByteArray open = Record_Put::SealTitle(cry, 40, title, 3, false);
-    const QByteArray hidden = Record_Put::SealTitle(cry, 41, title, 3, true);
-    QCOMPARE(Record_Get::OpenTitle(cry, 40, open, owner3), title);
-    QCOMPARE(Record_Get::OpenTitle(cry, 41, hidden, owner3), title);
-    owner3.hidePrivate = true;
-    QCOMPARE(Record_Get::OpenTitle(cry, 40, open, owner3), title);
-    QVERIFY(Record_Get::OpenTitle(cry, 41, hidden, owner3).isEmpty());
-
-    Record_Get::TitleAccess someoneElse;
-    someoneElse.owner = 4;
-    QVERIFY(Record_Get::OpenTitle(cry, 40, open, someoneElse).isEmpty());
-    someoneElse.rightsOn.set(3);
-    QCOMPARE(Record_Get::OpenTitle(cry, 40, open, someoneElse), title);
-
-    // Owners outside a byte count as 0.
-    Record_Get::TitleAccess owner0;
-    QCOMPARE(Record_Get::OpenTitle(cry, 42, Record_Put::SealTitle(cry, 42, title, 300, false), owner0), title);
-
-    const QByteArray noise = Record_Put::SealTitle(cry, 43, QString());
-    QCOMPARE(noise.size(), 12);
-    QVERIFY(Record_Get::OpenTitle(cry, 43, noise, owner0).isEmpty());
-    QVERIFY(Record_Get::OpenTitle(cry, 43, QByteArray(), owner0).isEmpty());
-    QVERIFY(Record_Get::OpenTitle(cry, 41, open, owner3).isEmpty());
-}
-
-void TestCry::rijndaelTextFraming() {
-    const QByteArray key = CRY::Hash256x80("key");
-    for (int m = 0; m <= 50; ++m) {
-        const QByteArray text(m, static_cast<char>('a' + m % 26));
-        const QByteArray block = CRY::RijndaelText(text, key, true, 192, 256);
-        QCOMPARE(block.size() % 24, 0);
-        QVERIFY(block.size() >= m + 1);
-        QCOMPARE(CRY::RijndaelText(block, key, false, 192, 256), text);
-    }
-    QVERIFY(CRY::RijndaelText("x", QByteArray(), true, 192, 256).isEmpty());
-    // A trailing partial block is cut off before decrypting.
-    const QByteArray block = CRY::RijndaelText("abc", key, true, 192, 256);
-    QCOMPARE(CRY::RijndaelText(block + "xyz", key, false, 192, 256), QByteArray("abc"));
-    int readable = 0;
-    for (int i = 0; i < 100; ++i) {
-        readable += CRY::RijndaelText(block, CRY::Hash256x80(QByteArray::number(i)), false, 192, 256).isEmpty() ? 0 : 1;
-    }
-    QVERIFY(readable < 5);
-}
-
-void TestCry::digests() {
-    QVERIFY(CRY::Hash256x80(QByteArray()).isEmpty());
-    QCOMPARE(CRY::Hash256x80("abc").size(), 32);
-    QCOMPARE(CRY::Hash1x47(QByteArray()).size(), 20);
-    QVERIFY(CRY::Hash1x47("abc") != CRY::Hash1x47("abd"));
-}
-
-void TestCry::wiping() {
-    QByteArray bytes("secret");
-    bytes.detach();
-    CRY::WipeBytes(bytes);
-    QVERIFY(bytes.isEmpty());
-    // A copy that shares the storage belongs to someone else: wiping one handle must not change it.
-    QByteArray shared("shared secret");
-    shared.detach();
-    const QByteArray other = shared;
-    CRY::WipeBytes(shared);
-    QVERIFY(shared.isEmpty());
-    QCOMPARE(other, QByteArray("shared secret"));
-
-    CRY::SecureBytes secure{1, 2, 3};
-    CRY::WipeBytes(secure);
-    QVERIFY(secure.empty());
-
-    QString text = QStringLiteral("passphrase");
-    text.detach();
-    CRY::WipeText(text);
-    QVERIFY(text.isEmpty());
-
-    CRY cry;
-    cry.setKeyPool(RandomPool());
-    cry.SelectKey(1);
-    QVERIFY(cry.hasKeyPool());
-    cry.wipeKeys();
-    QVERIFY(!cry.hasKeyPool());
-    QVERIFY(cry.RecordKey().empty());
-}
-
-QTEST_APPLESS_MAIN(TestCry)
+NCT_TEST_MAIN(TestCry)
 #include "tst_cry.moc"

@@ -1,4 +1,10 @@
-#include <QtTest>
+#include "store/conversion.h"
+#include "store/db.h"
+#include "store/random_source.h"
+#include "store/row.h"
+#include "store/sqlite.h"
+#include "support/test_main.h"
+#include "support/time_zone.h"
 
 #include <array>
 #include <cstdint>
@@ -9,28 +15,11 @@
 
 #include <sqlite3.h>
 #include <sys/wait.h>
-#include <time.h>
 #include <unistd.h>
-
-#include "store/conversion.h"
-#include "store/db.h"
-#include "store/random_source.h"
-#include "store/row.h"
-#include "store/sqlite.h"
 
 namespace {
 
 using Rows = std::map<std::int64_t, Row>;
-
-QByteArray readFile(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool writeFile(const QString& path, const QByteArray& data) {
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(data) == data.size();
-}
 
 QByteArray randomBytes(QRandomGenerator& random, qsizetype n) {
     QByteArray bytes(n, '\0');
@@ -144,10 +133,10 @@ std::pair<qsizetype, qsizetype> damageMiddleLeaf(const QString& path, const char
         return {0, 0};
     }
     const auto [page, cells, first] = leaves[leaves.size() / 2];
-    QByteArray bytes = readFile(path);
+    QByteArray bytes = FileBytes(path);
     bytes.replace((page - 1) * pageSize, pageSize, randomBytes(random, pageSize));
     bytes[(page - 1) * pageSize] = '\0';
-    return {first, writeFile(path, bytes) ? cells : 0};
+    return {first, WriteFile(path, bytes) ? cells : 0};
 }
 
 } // namespace
@@ -156,28 +145,422 @@ class TestDb : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
+    void init() {
+        m_dir = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_dir->isValid());
+        m_file = path(QStringLiteral("organiser.nct"));
+    }
 
-    void createdFile();
-    void createRefusesExistingPath();
+    // Other programs read these files, so the layout is pinned as a known answer: name, type, default, primary key.
+    void createdFile() {
+        QVERIFY(create());
+        sqlite::Connection connection;
+        QVERIFY(!connection.open(m_file, sqlite::Connection::Mode::ReadOnly));
 
-    void defaultRow();
-    void bytesRoundTrip();
+        // fD1's default is the insertion time, whose value defaultRow checks.
+        const QString layout =
+            QStringLiteral("fPK INTEGER - 1 fEtx BLOB - 0 fSec INTEGER 0 0 fSub INTEGER 0 0 fR1 INTEGER 0 0 "
+                           "fR2 INTEGER 0 0 fR3 INTEGER 0 0 fR4 INTEGER 0 0 fR5 INTEGER 0 0 fF1 INTEGER 0 0 "
+                           "fF2 INTEGER 0 0 fF3 INTEGER 0 0 fT1 BLOB - 0 fT2 BLOB - 0 fT3 BLOB - 0 "
+                           "fT4 BLOB - 0 fT5 BLOB - 0 fD1 REAL now 0 fD2 REAL 0 0 fG1 INTEGER 0 0 "
+                           "AE INTEGER 1 0");
+        QCOMPARE(scalar(connection, "SELECT group_concat(name || ' ' || type || ' ' || iif(name = 'fD1' AND dflt_value "
+                                    "NOT NULL, 'now', ifnull(dflt_value, '-')) || ' ' || pk, ' ') "
+                                    "FROM (SELECT * FROM pragma_table_info('tt') ORDER BY cid)")
+                     .toString(),
+                 layout);
+        // The program addresses columns by position, so its list must match the file's order.
+        for (int c = 0; c < kColumnCount; ++c) {
+            QCOMPARE(QString::fromLatin1(ColumnName(static_cast<Col>(c))),
+                     layout.section(QLatin1Char(' '), 4 * c, 4 * c));
+        }
 
-    void fillSeesFinalKey();
-    void refusedWritesLeaveRowsUnchanged();
-    void nestedInOuterTransaction();
-    void crashMidWrite_data();
-    void crashMidWrite();
+        // Eight one-column indexes in creation order; only the primary key's is unique.
+        QCOMPARE(scalar(connection,
+                        "SELECT group_concat(m.name || '(' || i.name || ')' || iif(l.\"unique\", '!', ''), "
+                        "' ') FROM (SELECT name FROM sqlite_master WHERE type = 'index' AND tbl_name = 'tt' "
+                        "ORDER BY rowid) m, pragma_index_info(m.name) i, pragma_index_list('tt') l "
+                        "WHERE l.name = m.name")
+                     .toString(),
+                 QStringLiteral("PrimaryKey(fPK)! fSec(fSec) fSub(fSub) fR1(fR1) fR2(fR2) fR3(fR3) fR4(fR4) fR5(fR5)"));
 
-    void fillNoise();
+        // The application id sits big-endian at offset 68 of the header.
+        QCOMPARE(FileBytes(m_file).mid(68, 4), QByteArray("NCT1"));
+        QCOMPARE(scalar(connection, "SELECT group_concat(name || '=' || value) FROM nct_properties").toString(),
+                 QStringLiteral("NctVersion=002.005.0000"));
+        QCOMPARE(db::VersionText(12, 3, 456), QStringLiteral("012.003.0456"));
+    }
 
-    void checkAndOpen_data();
-    void checkAndOpen();
+    void createRefusesExistingPath() {
+        const QString file = path(QStringLiteral("existing"));
+        const QByteArray before("a user's own file, not a database");
+        QVERIFY(WriteFile(file, before));
 
-    void compactShrinksAndKeepsRows();
-    void damagedFile();
-    void repairRefusesUnreadable();
+        const sqlite::Error e = db::CreateDatabaseFile(file);
+        QCOMPARE(e.number, 3204);
+        QVERIFY(!e.description.isEmpty());
+        QCOMPARE(FileBytes(file), before);
+    }
+
+    void defaultRow() {
+        QVERIFY(create());
+        // A zone far from UTC, so that a date taken in UTC instead of local time shows; the engine and Qt both read TZ.
+        const ScopedTimeZone farEast("<+14>-14");
+
+        sqlite::Connection connection;
+        QVERIFY(!connection.open(m_file, sqlite::Connection::Mode::ReadWrite));
+        const double before = CONVERSION::DateToOle(QDateTime::currentDateTime());
+        const std::int64_t fpk = AddNewRow(connection, [](std::int64_t, RowValues&) { return true; });
+        const double after = CONVERSION::DateToOle(QDateTime::currentDateTime());
+
+        const std::optional<Row> row = ReadRow(connection, fpk);
+        QVERIFY(row);
+        QCOMPARE(row->value(Col::AE), QVariant(qlonglong(1)));
+        QCOMPARE(row->value(Col::fD2), QVariant(0.0));
+        QVERIFY(row->isNull(Col::fEtx));
+        QCOMPARE(row->value(Col::fD1).typeId(), QMetaType::Double);
+        const double stamp = row->real(Col::fD1), slack = 5.0 / 86400.0;
+        QVERIFY(stamp >= before - slack && stamp <= after + slack);
+    }
+
+    // Cipher texts are arbitrary bytes, which any text conversion or truncation at a zero would corrupt; and readers
+    // tell "no value" from "empty value", so NULL and an empty blob must each survive adding and changing.
+    void bytesRoundTrip() {
+        // 37 is odd, so every run of 256 holds each byte value once, 0 and 255 included.
+        QByteArray value;
+        for (int i = 0; i < 2000; ++i) {
+            value.append(static_cast<char>(i * 37 % 256));
+        }
+
+        QVERIFY(create());
+        sqlite::Connection connection;
+        QVERIFY(!connection.open(m_file, sqlite::Connection::Mode::ReadWrite));
+        const auto add = [&](std::int64_t, RowValues& row) {
+            row.set(Col::fEtx, value);
+            row.set(Col::fT2, QByteArray(""));
+            row.set(Col::fT3, QByteArray());
+            row.set(Col::fT4, QByteArray("x"));
+            return true;
+        };
+        QCOMPARE(AddNewRow(connection, add), 1);
+        std::optional<Row> row = ReadRow(connection, 1);
+        QVERIFY(row);
+        QCOMPARE(row->bytes(Col::fEtx), value);
+        const char* kinds =
+            "SELECT typeof(fEtx) || length(fEtx) || typeof(fT2) || typeof(fT3) || length(ifnull(fT2, fT3)) FROM tt";
+        QCOMPARE(scalar(connection, kinds).toString(), QStringLiteral("blob2000blobnull0"));
+
+        const auto swap = [](RowValues& values) {
+            values.set(Col::fT2, QByteArray());
+            values.set(Col::fT3, QByteArray(""));
+            return true;
+        };
+        QCOMPARE(ChangeRow(connection, 1, swap).number, 0);
+        QCOMPARE(scalar(connection, kinds).toString(), QStringLiteral("blob2000nullblob0"));
+        connection.close();
+        // Columns the change did not set keep their values.
+        row->setValue(Col::fT2, QVariant());
+        row->setValue(Col::fT3, QByteArray(""));
+        QCOMPARE(difference(allRows(m_file), Rows{{1, *row}}), QString()); // read back from the file
+    }
+
+    void fillSeesFinalKey() {
+        QVERIFY(create(10));
+        sqlite::Connection connection;
+        QVERIFY(!connection.open(m_file, sqlite::Connection::Mode::ReadWrite));
+        // With the highest keys deleted the next key is one that was in use before, where a guessed key goes wrong.
+        QVERIFY(!connection.exec("DELETE FROM tt WHERE fPK>7"));
+        for (int i = 0; i < 5; ++i) {
+            std::int64_t seen = 0;
+            const std::int64_t fpk = AddNewRow(connection, [&](std::int64_t key, RowValues& row) {
+                seen = key;
+                // The program enciphers with the key, so what it writes must land in the row of that key.
+                row.set(Col::fEtx, QByteArray::number(key));
+                return true;
+            });
+            QVERIFY(fpk != 0);
+            QCOMPARE(fpk, seen);
+            QCOMPARE(ReadRow(connection, fpk)->bytes(Col::fEtx), QByteArray::number(fpk));
+        }
+        QCOMPARE(scalar(connection, "SELECT count(*) FROM tt").toLongLong(), 12);
+    }
+
+    // An abandoned fill and a change of a missing row fail without leaving a trace or an open transaction that a later
+    // commit would carry along.
+    void refusedWritesLeaveRowsUnchanged() {
+        QVERIFY(create(20));
+        const std::optional<Rows> before = allRows(m_file);
+        sqlite::Connection connection;
+        QVERIFY(!connection.open(m_file, sqlite::Connection::Mode::ReadWrite));
+        const auto write = [](RowValues& row, bool keep) {
+            row.set(Col::fEtx, QByteArray("never stored"));
+            return keep;
+        };
+
+        QCOMPARE(AddNewRow(connection, [&](std::int64_t, RowValues& row) { return write(row, false); }), 0);
+        QVERIFY(!inTransaction(connection));
+        QVERIFY(ChangeRow(connection, 2, [&](RowValues& row) { return write(row, false); }).number != 0);
+        QVERIFY(!inTransaction(connection));
+        const sqlite::Error e = ChangeRow(connection, 21, [&](RowValues& row) { return write(row, true); });
+        QVERIFY2(e.number != 0, "a change of a row that does not exist reported success");
+        QVERIFY(!e.description.isEmpty());
+        QVERIFY(!inTransaction(connection));
+        connection.close();
+        QCOMPARE(difference(before, allRows(m_file)), QString());
+    }
+
+    void nestedInOuterTransaction() {
+        QVERIFY(create(4));
+        const std::optional<Rows> before = allRows(m_file);
+        sqlite::Connection connection;
+        QVERIFY(!connection.open(m_file, sqlite::Connection::Mode::ReadWrite));
+        const auto mark = [](RowValues& row) {
+            row.set(Col::fEtx, QByteArray("inner"));
+            return true;
+        };
+
+        // Everything done inside an outer transaction goes away with it.
+        QVERIFY(!connection.exec("BEGIN"));
+        QVERIFY(AddNewRow(connection, [&](std::int64_t, RowValues& row) { return mark(row); }) != 0);
+        QCOMPARE(ChangeRow(connection, 1, mark).number, 0);
+        QVERIFY(inTransaction(connection)); // the inner writes must not end the outer transaction
+        QVERIFY(!connection.exec("ROLLBACK"));
+        QCOMPARE(difference(before, allRows(connection)), QString());
+
+        // An abandoned inner write undoes only itself; the outer transaction keeps what it did before.
+        QVERIFY(!connection.exec("BEGIN"));
+        const std::int64_t kept = AddNewRow(connection, [&](std::int64_t, RowValues& row) { return mark(row); });
+        QVERIFY(kept != 0);
+        QCOMPARE(AddNewRow(connection, [](std::int64_t, RowValues&) { return false; }), 0);
+        QVERIFY(ChangeRow(connection, 2, [](RowValues&) { return false; }).number != 0);
+        QVERIFY(inTransaction(connection));
+        QVERIFY(!connection.exec("COMMIT"));
+        connection.close();
+
+        std::optional<Rows> after = allRows(m_file);
+        QVERIFY(after);
+        QCOMPARE(after->at(kept).bytes(Col::fEtx), QByteArray("inner"));
+        after->erase(kept);
+        QCOMPARE(difference(before, after), QString());
+    }
+
+    void crashMidWrite_data() {
+        QTest::addColumn<bool>("change");
+        QTest::newRow("new row") << false;
+        QTest::newRow("change") << true;
+    }
+
+    // A program killed inside a write must leave the file as it was at the last commit.
+    void crashMidWrite() {
+        QFETCH(bool, change);
+        QVERIFY(create(200, 10, 300));
+        const std::optional<Rows> before = allRows(m_file);
+        const QByteArray bytesBefore = FileBytes(m_file);
+
+        const pid_t child = ::fork();
+        QVERIFY(child >= 0);
+        if (child == 0) {
+            sqlite::Connection connection;
+            connection.open(m_file, sqlite::Connection::Mode::ReadWrite);
+            // A tiny page cache and many uncommitted writes make the engine spill pages into the file before the
+            // crash, so that only the journal can restore it.
+            connection.exec("PRAGMA cache_size=1");
+            connection.exec("BEGIN");
+            const auto write = [&](int key, bool die) {
+                const auto fill = [&](RowValues& row) {
+                    row.set(Col::fEtx, QByteArray(3000, '\x5A'));
+                    return die ? ::_exit(0), false : true;
+                };
+                change ? void(ChangeRow(connection, key, fill))
+                       : void(AddNewRow(connection, [&](std::int64_t, RowValues& row) { return fill(row); }));
+            };
+            for (int key = 1; key <= 100; ++key) {
+                write(key, false);
+            }
+            write(150, true);
+            ::_exit(4); // the write never reached the callback, e.g. the file did not open
+        }
+        int status = 0;
+        QCOMPARE(::waitpid(child, &status, 0), child);
+        QVERIFY(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+        // Looked at before recovery removes the journal.
+        QVERIFY(QFileInfo::exists(m_file + QStringLiteral("-journal")));
+        QVERIFY2(FileBytes(m_file) != bytesBefore,
+                 "the crashed write never reached the file, so recovery went untested");
+
+        QCOMPARE(db::CheckDatabase(m_file).number, 0);
+        db::Database database;
+        QCOMPARE(database.Open(m_file).number, 0);
+        QCOMPARE(difference(before, allRows(database.connection())), QString());
+    }
+
+    // Texts are 8, 16 or 24 bytes and numbers lie in 0..2^31-1; 300 draws reach every length and the upper half of the
+    // range, and are all but certainly distinct unless the generator is a constant pattern. Unflagged columns keep
+    // the markers they held.
+    void fillNoise() {
+        NoiseColumns on;
+        on.onT1 = on.onT2 = on.onR1 = on.onR2 = on.onR3 = true;
+        std::set<qsizetype> lengths;
+        std::set<QByteArray> drawnTexts;
+        std::set<qlonglong> drawnNumbers;
+        for (int i = 0; i < 300; ++i) {
+            RowValues row;
+            for (int c = 1; c < kColumnCount; ++c) {
+                row.set(static_cast<Col>(c), QStringLiteral("marker"));
+            }
+            FillNoise(row, StrongRandom(), on);
+            QVERIFY(!row.get(Col::fPK));
+            for (int c = 1; c < kColumnCount; ++c) {
+                const Col col = static_cast<Col>(c);
+                const QVariant& v = *row.get(col);
+                if (col == Col::fT1 || col == Col::fT2) {
+                    QCOMPARE(v.typeId(), QMetaType::QByteArray);
+                    lengths.insert(v.toByteArray().size());
+                    drawnTexts.insert(v.toByteArray());
+                } else if (col >= Col::fR1 && col <= Col::fR3) {
+                    QVERIFY2(v.toLongLong() >= 0 && v.toLongLong() <= 2147483647, qPrintable(v.toString()));
+                    drawnNumbers.insert(v.toLongLong());
+                } else {
+                    QCOMPARE(v, QVariant(QStringLiteral("marker")));
+                }
+            }
+        }
+        QCOMPARE(lengths, (std::set<qsizetype>{8, 16, 24}));
+        QVERIFY(drawnTexts.size() > 590);
+        QVERIFY(drawnNumbers.size() > 890);
+        QVERIFY(*drawnNumbers.rbegin() > 1073741823);
+    }
+
+    void checkAndOpen_data() {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<int>("expected");
+        QTest::newRow("fresh file") << 0 << 0;
+        QTest::newRow("missing file") << 1 << 3024;
+        QTest::newRow("random bytes") << 2 << 3049;
+        // A valid database with a table of the same name but without our application id is not ours to touch.
+        QTest::newRow("foreign database") << 3 << 3049;
+        QTest::newRow("held by another") << 4 << 3734;
+    }
+
+    // Checking and opening tell the same faults apart, and neither changes the file.
+    void checkAndOpen() {
+        QFETCH(int, kind);
+        QFETCH(int, expected);
+        QRandomGenerator random(11);
+        db::Database holder;
+        if (kind == 2) {
+            QVERIFY(WriteFile(m_file, randomBytes(random, 8192)));
+        } else if (kind == 3) {
+            sqlite::Connection connection;
+            QVERIFY(!connection.open(m_file, sqlite::Connection::Mode::Create));
+            QVERIFY(!connection.exec("CREATE TABLE tt (fPK INTEGER PRIMARY KEY); INSERT INTO tt DEFAULT VALUES"));
+        } else if (kind != 1) {
+            QVERIFY(create(10));
+            QVERIFY(kind != 4 || holder.Open(m_file).number == 0);
+        }
+        const QByteArray before = FileBytes(m_file);
+
+        db::Database database;
+        for (const sqlite::Error& e : {db::CheckDatabase(m_file), database.Open(m_file)}) {
+            QCOMPARE(e.number, expected);
+            QCOMPARE(e.description.isEmpty(), expected == 0);
+        }
+        QCOMPARE(database.isOpen(), expected == 0);
+        QCOMPARE(FileBytes(m_file), before);
+        QCOMPARE(QFileInfo::exists(m_file), kind != 1);
+        if (kind == 4) {
+            // The holder keeps working while others are refused, and the lock goes with it.
+            QVERIFY(AddNewRow(holder.connection(), [](std::int64_t, RowValues&) { return true; }) == 11);
+            holder.Close();
+            QCOMPARE(database.Open(m_file).number, 0);
+        }
+    }
+
+    void compactShrinksAndKeepsRows() {
+        QVERIFY(create(600, 16, 2500));
+        const QString source = m_file;
+        {
+            sqlite::Connection connection;
+            QVERIFY(!connection.open(source, sqlite::Connection::Mode::ReadWrite));
+            QVERIFY(!connection.exec("DELETE FROM tt WHERE fPK % 10 <> 3"));
+        }
+        const std::optional<Rows> rows = allRows(source);
+        QVERIFY(rows);
+        QCOMPARE(rows->size(), size_t(60));
+        const QByteArray sourceBefore = FileBytes(source);
+
+        // A name with spaces and non-ASCII letters, as users choose them.
+        const QString destination = path(QStringLiteral("copy of organiser \u00E9t\u00E9.nct"));
+        QCOMPARE(db::CompactDatabase(source, destination).number, 0);
+        QVERIFY(QFileInfo(destination).size() < sourceBefore.size() / 2);
+        QCOMPARE(FileBytes(source), sourceBefore);
+        QCOMPARE(db::CheckDatabase(destination).number, 0);
+        sqlite::Connection copy;
+        QVERIFY(!copy.open(destination, sqlite::Connection::Mode::ReadOnly));
+        QCOMPARE(difference(rows, allRows(copy)), QString());
+        QCOMPARE(scalar(copy, "SELECT count(*) FROM sqlite_master WHERE tbl_name='tt' AND type='index'").toLongLong(),
+                 8);
+        copy.close();
+
+        // A second compaction onto the copy must not overwrite it.
+        const QByteArray destinationBefore = FileBytes(destination);
+        const sqlite::Error e = db::CompactDatabase(source, destination);
+        QCOMPARE(e.number, 3204);
+        QVERIFY(!e.description.isEmpty());
+        QCOMPARE(FileBytes(destination), destinationBefore);
+        QCOMPARE(FileBytes(source), sourceBefore);
+    }
+
+    // A file with a damaged page: checking finds it, compaction fails without leaving a half-made copy although the
+    // engine had begun copying, and repair salvages every row that can still be read.
+    void damagedFile() {
+        QVERIFY(create(3000, 22, 300));
+        std::optional<Rows> expected = allRows(m_file);
+        QVERIFY(expected);
+        QRandomGenerator random(23);
+        const auto [first, count] = damageMiddleLeaf(m_file, "tt", random);
+        QVERIFY(count > 0);
+        const QByteArray damaged = FileBytes(m_file);
+        QVERIFY2(!allRows(m_file), "the damage does not make reads fail");
+
+        sqlite::Error e = db::CheckDatabase(m_file);
+        QCOMPARE(e.number, 3049);
+        QVERIFY(!e.description.isEmpty());
+        const QString copy = path(QStringLiteral("copy.nct"));
+        e = db::CompactDatabase(m_file, copy);
+        QCOMPARE(e.number, 3049);
+        QVERIFY(!e.description.isEmpty());
+        QVERIFY(!QFileInfo::exists(copy));
+        QVERIFY(!QFileInfo::exists(copy + QStringLiteral("-journal")));
+        QCOMPARE(FileBytes(m_file), damaged);
+
+        QCOMPARE(db::RepairDatabase(m_file).number, 0);
+        QCOMPARE(FileBytes(m_file + QStringLiteral(".damaged")), damaged);
+        QVERIFY(!QFileInfo::exists(m_file + QStringLiteral(".repair")));
+        QCOMPARE(db::CheckDatabase(m_file).number, 0);
+        db::Database database;
+        QCOMPARE(database.Open(m_file).number, 0);
+        // Rows on the damaged page are lost; those on either side of it must come back unchanged.
+        const auto lost = std::next(expected->begin(), first);
+        expected->erase(lost, std::next(lost, count));
+        QCOMPARE(difference(allRows(database.connection()), expected), QString());
+        QCOMPARE(db::ReadProperty(database.connection(), QStringLiteral("NctVersion")), QStringLiteral("002.005.0000"));
+        // New keys continue after the salvaged ones.
+        QVERIFY(AddNewRow(database.connection(), [](std::int64_t, RowValues&) { return true; }) > 3000);
+    }
+
+    void repairRefusesUnreadable() {
+        QRandomGenerator random(24);
+        const QString file = path(QStringLiteral("noise.nct"));
+        const QByteArray noise = randomBytes(random, 32768);
+        QVERIFY(WriteFile(file, noise));
+
+        const sqlite::Error e = db::RepairDatabase(file);
+        QVERIFY(e.number != 0);
+        QVERIFY(!e.description.isEmpty());
+        QCOMPARE(FileBytes(file), noise);
+        QCOMPARE(QDir(m_dir->path()).entryList(QDir::Files), QStringList{QStringLiteral("noise.nct")});
+    }
 
 private:
     QString path(const QString& name) const { return m_dir->filePath(name); }
@@ -190,425 +573,5 @@ private:
     QString m_file;
 };
 
-void TestDb::init() {
-    m_dir = std::make_unique<QTemporaryDir>();
-    QVERIFY(m_dir->isValid());
-    m_file = path(QStringLiteral("organiser.nct"));
-}
-
-// Other programs read these files, so the layout is pinned as a known answer: name, type, default, primary key.
-void TestDb::createdFile() {
-    QVERIFY(create());
-    sqlite::Connection connection;
-    QVERIFY(!connection.open(m_file, sqlite::Connection::Mode::ReadOnly));
-
-    // fD1's default is the insertion time, whose value defaultRow checks.
-    const QString layout =
-        QStringLiteral("fPK INTEGER - 1 fEtx BLOB - 0 fSec INTEGER 0 0 fSub INTEGER 0 0 fR1 INTEGER 0 0 "
-                       "fR2 INTEGER 0 0 fR3 INTEGER 0 0 fR4 INTEGER 0 0 fR5 INTEGER 0 0 fF1 INTEGER 0 0 "
-                       "fF2 INTEGER 0 0 fF3 INTEGER 0 0 fT1 BLOB - 0 fT2 BLOB - 0 fT3 BLOB - 0 "
-                       "fT4 BLOB - 0 fT5 BLOB - 0 fD1 REAL now 0 fD2 REAL 0 0 fG1 INTEGER 0 0 "
-                       "AE INTEGER 1 0");
-    QCOMPARE(scalar(connection, "SELECT group_concat(name || ' ' || type || ' ' || iif(name = 'fD1' AND dflt_value "
-                                "NOT NULL, 'now', ifnull(dflt_value, '-')) || ' ' || pk, ' ') "
-                                "FROM (SELECT * FROM pragma_table_info('tt') ORDER BY cid)")
-                 .toString(),
-             layout);
-    // The program addresses columns by position, so its list must match the file's order.
-    for (int c = 0; c < kColumnCount; ++c) {
-        QCOMPARE(QString::fromLatin1(ColumnName(static_cast<Col>(c))), layout.section(QLatin1Char(' '), 4 * c, 4 * c));
-    }
-
-    // Eight one-column indexes in creation order; only the primary key's is unique.
-    QCOMPARE(scalar(connection, "SELECT group_concat(m.name || '(' || i.name || ')' || iif(l.\"unique\", '!', ''), "
-                                "' ') FROM (SELECT name FROM sqlite_master WHERE type = 'index' AND tbl_name = 'tt' "
-                                "ORDER BY rowid) m, pragma_index_info(m.name) i, pragma_index_list('tt') l "
-                                "WHERE l.name = m.name")
-                 .toString(),
-             QStringLiteral("PrimaryKey(fPK)! fSec(fSec) fSub(fSub) fR1(fR1) fR2(fR2) fR3(fR3) fR4(fR4) fR5(fR5)"));
-
-    // The application id sits big-endian at offset 68 of the header.
-    QCOMPARE(readFile(m_file).mid(68, 4), QByteArray("NCT1"));
-    QCOMPARE(scalar(connection, "SELECT group_concat(name || '=' || value) FROM nct_properties").toString(),
-             QStringLiteral("NctVersion=002.005.0000"));
-    QCOMPARE(db::VersionText(12, 3, 456), QStringLiteral("012.003.0456"));
-}
-
-void TestDb::createRefusesExistingPath() {
-    const QString file = path(QStringLiteral("existing"));
-    const QByteArray before("a user's own file, not a database");
-    QVERIFY(writeFile(file, before));
-
-    const sqlite::Error e = db::CreateDatabaseFile(file);
-    QCOMPARE(e.number, 3204);
-    QVERIFY(!e.description.isEmpty());
-    QCOMPARE(readFile(file), before);
-}
-
-void TestDb::defaultRow() {
-    QVERIFY(create());
-    // A zone far from UTC, so that a date taken in UTC instead of local time shows; the engine and Qt both read TZ.
-    const QByteArray oldTz = qgetenv("TZ");
-    const bool hadTz = qEnvironmentVariableIsSet("TZ");
-    qputenv("TZ", "<+14>-14");
-    ::tzset();
-    const auto restore = qScopeGuard([&] {
-        hadTz ? qputenv("TZ", oldTz) : qunsetenv("TZ");
-        ::tzset();
-    });
-
-    sqlite::Connection connection;
-    QVERIFY(!connection.open(m_file, sqlite::Connection::Mode::ReadWrite));
-    const double before = CONVERSION::DateToOle(QDateTime::currentDateTime());
-    const std::int64_t fpk = AddNewRow(connection, [](std::int64_t, RowValues&) { return true; });
-    const double after = CONVERSION::DateToOle(QDateTime::currentDateTime());
-
-    const std::optional<Row> row = ReadRow(connection, fpk);
-    QVERIFY(row);
-    QCOMPARE(row->value(Col::AE), QVariant(qlonglong(1)));
-    QCOMPARE(row->value(Col::fD2), QVariant(0.0));
-    QVERIFY(row->isNull(Col::fEtx));
-    QCOMPARE(row->value(Col::fD1).typeId(), QMetaType::Double);
-    const double stamp = row->real(Col::fD1), slack = 5.0 / 86400.0;
-    QVERIFY(stamp >= before - slack && stamp <= after + slack);
-}
-
-// Cipher texts are arbitrary bytes, which any text conversion or truncation at a zero would corrupt; and readers
-// tell "no value" from "empty value", so NULL and an empty blob must each survive adding and changing.
-void TestDb::bytesRoundTrip() {
-    // 37 is odd, so every run of 256 holds each byte value once, 0 and 255 included.
-    QByteArray value;
-    for (int i = 0; i < 2000; ++i) {
-        value.append(static_cast<char>(i * 37 % 256));
-    }
-
-    QVERIFY(create());
-    sqlite::Connection connection;
-    QVERIFY(!connection.open(m_file, sqlite::Connection::Mode::ReadWrite));
-    const auto add = [&](std::int64_t, RowValues& row) {
-        row.set(Col::fEtx, value);
-        row.set(Col::fT2, QByteArray(""));
-        row.set(Col::fT3, QByteArray());
-        row.set(Col::fT4, QByteArray("x"));
-        return true;
-    };
-    QCOMPARE(AddNewRow(connection, add), 1);
-    std::optional<Row> row = ReadRow(connection, 1);
-    QVERIFY(row);
-    QCOMPARE(row->bytes(Col::fEtx), value);
-    const char* kinds =
-        "SELECT typeof(fEtx) || length(fEtx) || typeof(fT2) || typeof(fT3) || length(ifnull(fT2, fT3)) FROM tt";
-    QCOMPARE(scalar(connection, kinds).toString(), QStringLiteral("blob2000blobnull0"));
-
-    const auto swap = [](RowValues& values) {
-        values.set(Col::fT2, QByteArray());
-        values.set(Col::fT3, QByteArray(""));
-        return true;
-    };
-    QCOMPARE(ChangeRow(connection, 1, swap).number, 0);
-    QCOMPARE(scalar(connection, kinds).toString(), QStringLiteral("blob2000nullblob0"));
-    connection.close();
-    // Columns the change did not set keep their values.
-    row->setValue(Col::fT2, QVariant());
-    row->setValue(Col::fT3, QByteArray(""));
-    QCOMPARE(difference(allRows(m_file), Rows{{1, *row}}), QString()); // read back from the file
-}
-
-void TestDb::fillSeesFinalKey() {
-    QVERIFY(create(10));
-    sqlite::Connection connection;
-    QVERIFY(!connection.open(m_file, sqlite::Connection::Mode::ReadWrite));
-    // With the highest keys deleted the next key is one that was in use before, where a guessed key goes wrong.
-    QVERIFY(!connection.exec("DELETE FROM tt WHERE fPK>7"));
-    for (int i = 0; i < 5; ++i) {
-        std::int64_t seen = 0;
-        const std::int64_t fpk = AddNewRow(connection, [&](std::int64_t key, RowValues& row) {
-            seen = key;
-            // The program enciphers with the key, so what it writes must land in the row of that key.
-            row.set(Col::fEtx, QByteArray::number(key));
-            return true;
-        });
-        QVERIFY(fpk != 0);
-        QCOMPARE(fpk, seen);
-        QCOMPARE(ReadRow(connection, fpk)->bytes(Col::fEtx), QByteArray::number(fpk));
-    }
-    QCOMPARE(scalar(connection, "SELECT count(*) FROM tt").toLongLong(), 12);
-}
-
-// An abandoned fill and a change of a missing row fail without leaving a trace or an open transaction that a later
-// commit would carry along.
-void TestDb::refusedWritesLeaveRowsUnchanged() {
-    QVERIFY(create(20));
-    const std::optional<Rows> before = allRows(m_file);
-    sqlite::Connection connection;
-    QVERIFY(!connection.open(m_file, sqlite::Connection::Mode::ReadWrite));
-    const auto write = [](RowValues& row, bool keep) {
-        row.set(Col::fEtx, QByteArray("never stored"));
-        return keep;
-    };
-
-    QCOMPARE(AddNewRow(connection, [&](std::int64_t, RowValues& row) { return write(row, false); }), 0);
-    QVERIFY(!inTransaction(connection));
-    QVERIFY(ChangeRow(connection, 2, [&](RowValues& row) { return write(row, false); }).number != 0);
-    QVERIFY(!inTransaction(connection));
-    const sqlite::Error e = ChangeRow(connection, 21, [&](RowValues& row) { return write(row, true); });
-    QVERIFY2(e.number != 0, "a change of a row that does not exist reported success");
-    QVERIFY(!e.description.isEmpty());
-    QVERIFY(!inTransaction(connection));
-    connection.close();
-    QCOMPARE(difference(before, allRows(m_file)), QString());
-}
-
-void TestDb::nestedInOuterTransaction() {
-    QVERIFY(create(4));
-    const std::optional<Rows> before = allRows(m_file);
-    sqlite::Connection connection;
-    QVERIFY(!connection.open(m_file, sqlite::Connection::Mode::ReadWrite));
-    const auto mark = [](RowValues& row) {
-        row.set(Col::fEtx, QByteArray("inner"));
-        return true;
-    };
-
-    // Everything done inside an outer transaction goes away with it.
-    QVERIFY(!connection.exec("BEGIN"));
-    QVERIFY(AddNewRow(connection, [&](std::int64_t, RowValues& row) { return mark(row); }) != 0);
-    QCOMPARE(ChangeRow(connection, 1, mark).number, 0);
-    QVERIFY(inTransaction(connection)); // the inner writes must not end the outer transaction
-    QVERIFY(!connection.exec("ROLLBACK"));
-    QCOMPARE(difference(before, allRows(connection)), QString());
-
-    // An abandoned inner write undoes only itself; the outer transaction keeps what it did before.
-    QVERIFY(!connection.exec("BEGIN"));
-    const std::int64_t kept = AddNewRow(connection, [&](std::int64_t, RowValues& row) { return mark(row); });
-    QVERIFY(kept != 0);
-    QCOMPARE(AddNewRow(connection, [](std::int64_t, RowValues&) { return false; }), 0);
-    QVERIFY(ChangeRow(connection, 2, [](RowValues&) { return false; }).number != 0);
-    QVERIFY(inTransaction(connection));
-    QVERIFY(!connection.exec("COMMIT"));
-    connection.close();
-
-    std::optional<Rows> after = allRows(m_file);
-    QVERIFY(after);
-    QCOMPARE(after->at(kept).bytes(Col::fEtx), QByteArray("inner"));
-    after->erase(kept);
-    QCOMPARE(difference(before, after), QString());
-}
-
-void TestDb::crashMidWrite_data() {
-    QTest::addColumn<bool>("change");
-    QTest::newRow("new row") << false;
-    QTest::newRow("change") << true;
-}
-
-// A program killed inside a write must leave the file as it was at the last commit.
-void TestDb::crashMidWrite() {
-    QFETCH(bool, change);
-    QVERIFY(create(200, 10, 300));
-    const std::optional<Rows> before = allRows(m_file);
-    const QByteArray bytesBefore = readFile(m_file);
-
-    const pid_t child = ::fork();
-    QVERIFY(child >= 0);
-    if (child == 0) {
-        sqlite::Connection connection;
-        connection.open(m_file, sqlite::Connection::Mode::ReadWrite);
-        // A tiny page cache and many uncommitted writes make the engine spill pages into the file before the
-        // crash, so that only the journal can restore it.
-        connection.exec("PRAGMA cache_size=1");
-        connection.exec("BEGIN");
-        const auto write = [&](int key, bool die) {
-            const auto fill = [&](RowValues& row) {
-                row.set(Col::fEtx, QByteArray(3000, '\x5A'));
-                return die ? ::_exit(0), false : true;
-            };
-            change ? void(ChangeRow(connection, key, fill))
-                   : void(AddNewRow(connection, [&](std::int64_t, RowValues& row) { return fill(row); }));
-        };
-        for (int key = 1; key <= 100; ++key) {
-            write(key, false);
-        }
-        write(150, true);
-        ::_exit(4); // the write never reached the callback, e.g. the file did not open
-    }
-    int status = 0;
-    QCOMPARE(::waitpid(child, &status, 0), child);
-    QVERIFY(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-    // Looked at before recovery removes the journal.
-    QVERIFY(QFileInfo::exists(m_file + QStringLiteral("-journal")));
-    QVERIFY2(readFile(m_file) != bytesBefore, "the crashed write never reached the file, so recovery went untested");
-
-    QCOMPARE(db::CheckDatabase(m_file).number, 0);
-    db::Database database;
-    QCOMPARE(database.Open(m_file).number, 0);
-    QCOMPARE(difference(before, allRows(database.connection())), QString());
-}
-
-// Texts are 8, 16 or 24 bytes and numbers lie in 0..2^31-1; 300 draws reach every length and the upper half of the
-// range, and are all but certainly distinct unless the generator is a constant pattern. Unflagged columns keep
-// the markers they held.
-void TestDb::fillNoise() {
-    NoiseColumns on;
-    on.onT1 = on.onT2 = on.onR1 = on.onR2 = on.onR3 = true;
-    std::set<qsizetype> lengths;
-    std::set<QByteArray> drawnTexts;
-    std::set<qlonglong> drawnNumbers;
-    for (int i = 0; i < 300; ++i) {
-        RowValues row;
-        for (int c = 1; c < kColumnCount; ++c) {
-            row.set(static_cast<Col>(c), QStringLiteral("marker"));
-        }
-        FillNoise(row, StrongRandom(), on);
-        QVERIFY(!row.get(Col::fPK));
-        for (int c = 1; c < kColumnCount; ++c) {
-            const Col col = static_cast<Col>(c);
-            const QVariant& v = *row.get(col);
-            if (col == Col::fT1 || col == Col::fT2) {
-                QCOMPARE(v.typeId(), QMetaType::QByteArray);
-                lengths.insert(v.toByteArray().size());
-                drawnTexts.insert(v.toByteArray());
-            } else if (col >= Col::fR1 && col <= Col::fR3) {
-                QVERIFY2(v.toLongLong() >= 0 && v.toLongLong() <= 2147483647, qPrintable(v.toString()));
-                drawnNumbers.insert(v.toLongLong());
-            } else {
-                QCOMPARE(v, QVariant(QStringLiteral("marker")));
-            }
-        }
-    }
-    QCOMPARE(lengths, (std::set<qsizetype>{8, 16, 24}));
-    QVERIFY(drawnTexts.size() > 590);
-    QVERIFY(drawnNumbers.size() > 890);
-    QVERIFY(*drawnNumbers.rbegin() > 1073741823);
-}
-
-void TestDb::checkAndOpen_data() {
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<int>("expected");
-    QTest::newRow("fresh file") << 0 << 0;
-    QTest::newRow("missing file") << 1 << 3024;
-    QTest::newRow("random bytes") << 2 << 3049;
-    // A valid database with a table of the same name but without our application id is not ours to touch.
-    QTest::newRow("foreign database") << 3 << 3049;
-    QTest::newRow("held by another") << 4 << 3734;
-}
-
-// Checking and opening tell the same faults apart, and neither changes the file.
-void TestDb::checkAndOpen() {
-    QFETCH(int, kind);
-    QFETCH(int, expected);
-    QRandomGenerator random(11);
-    db::Database holder;
-    if (kind == 2) {
-        QVERIFY(writeFile(m_file, randomBytes(random, 8192)));
-    } else if (kind == 3) {
-        sqlite::Connection connection;
-        QVERIFY(!connection.open(m_file, sqlite::Connection::Mode::Create));
-        QVERIFY(!connection.exec("CREATE TABLE tt (fPK INTEGER PRIMARY KEY); INSERT INTO tt DEFAULT VALUES"));
-    } else if (kind != 1) {
-        QVERIFY(create(10));
-        QVERIFY(kind != 4 || holder.Open(m_file).number == 0);
-    }
-    const QByteArray before = readFile(m_file);
-
-    db::Database database;
-    for (const sqlite::Error& e : {db::CheckDatabase(m_file), database.Open(m_file)}) {
-        QCOMPARE(e.number, expected);
-        QCOMPARE(e.description.isEmpty(), expected == 0);
-    }
-    QCOMPARE(database.isOpen(), expected == 0);
-    QCOMPARE(readFile(m_file), before);
-    QCOMPARE(QFileInfo::exists(m_file), kind != 1);
-    if (kind == 4) {
-        // The holder keeps working while others are refused, and the lock goes with it.
-        QVERIFY(AddNewRow(holder.connection(), [](std::int64_t, RowValues&) { return true; }) == 11);
-        holder.Close();
-        QCOMPARE(database.Open(m_file).number, 0);
-    }
-}
-
-void TestDb::compactShrinksAndKeepsRows() {
-    QVERIFY(create(600, 16, 2500));
-    const QString source = m_file;
-    {
-        sqlite::Connection connection;
-        QVERIFY(!connection.open(source, sqlite::Connection::Mode::ReadWrite));
-        QVERIFY(!connection.exec("DELETE FROM tt WHERE fPK % 10 <> 3"));
-    }
-    const std::optional<Rows> rows = allRows(source);
-    QVERIFY(rows);
-    QCOMPARE(rows->size(), size_t(60));
-    const QByteArray sourceBefore = readFile(source);
-
-    // A name with spaces and non-ASCII letters, as users choose them.
-    const QString destination = path(QStringLiteral("copy of organiser \u00E9t\u00E9.nct"));
-    QCOMPARE(db::CompactDatabase(source, destination).number, 0);
-    QVERIFY(QFileInfo(destination).size() < sourceBefore.size() / 2);
-    QCOMPARE(readFile(source), sourceBefore);
-    QCOMPARE(db::CheckDatabase(destination).number, 0);
-    sqlite::Connection copy;
-    QVERIFY(!copy.open(destination, sqlite::Connection::Mode::ReadOnly));
-    QCOMPARE(difference(rows, allRows(copy)), QString());
-    QCOMPARE(scalar(copy, "SELECT count(*) FROM sqlite_master WHERE tbl_name='tt' AND type='index'").toLongLong(), 8);
-    copy.close();
-
-    // A second compaction onto the copy must not overwrite it.
-    const QByteArray destinationBefore = readFile(destination);
-    const sqlite::Error e = db::CompactDatabase(source, destination);
-    QCOMPARE(e.number, 3204);
-    QVERIFY(!e.description.isEmpty());
-    QCOMPARE(readFile(destination), destinationBefore);
-    QCOMPARE(readFile(source), sourceBefore);
-}
-
-// A file with a damaged page: checking finds it, compaction fails without leaving a half-made copy although the
-// engine had begun copying, and repair salvages every row that can still be read.
-void TestDb::damagedFile() {
-    QVERIFY(create(3000, 22, 300));
-    std::optional<Rows> expected = allRows(m_file);
-    QVERIFY(expected);
-    QRandomGenerator random(23);
-    const auto [first, count] = damageMiddleLeaf(m_file, "tt", random);
-    QVERIFY(count > 0);
-    const QByteArray damaged = readFile(m_file);
-    QVERIFY2(!allRows(m_file), "the damage does not make reads fail");
-
-    sqlite::Error e = db::CheckDatabase(m_file);
-    QCOMPARE(e.number, 3049);
-    QVERIFY(!e.description.isEmpty());
-    const QString copy = path(QStringLiteral("copy.nct"));
-    e = db::CompactDatabase(m_file, copy);
-    QCOMPARE(e.number, 3049);
-    QVERIFY(!e.description.isEmpty());
-    QVERIFY(!QFileInfo::exists(copy));
-    QVERIFY(!QFileInfo::exists(copy + QStringLiteral("-journal")));
-    QCOMPARE(readFile(m_file), damaged);
-
-    QCOMPARE(db::RepairDatabase(m_file).number, 0);
-    QCOMPARE(readFile(m_file + QStringLiteral(".damaged")), damaged);
-    QVERIFY(!QFileInfo::exists(m_file + QStringLiteral(".repair")));
-    QCOMPARE(db::CheckDatabase(m_file).number, 0);
-    db::Database database;
-    QCOMPARE(database.Open(m_file).number, 0);
-    // Rows on the damaged page are lost; those on either side of it must come back unchanged.
-    const auto lost = std::next(expected->begin(), first);
-    expected->erase(lost, std::next(lost, count));
-    QCOMPARE(difference(allRows(database.connection()), expected), QString());
-    QCOMPARE(db::ReadProperty(database.connection(), QStringLiteral("NctVersion")), QStringLiteral("002.005.0000"));
-    // New keys continue after the salvaged ones.
-    QVERIFY(AddNewRow(database.connection(), [](std::int64_t, RowValues&) { return true; }) > 3000);
-}
-
-void TestDb::repairRefusesUnreadable() {
-    QRandomGenerator random(24);
-    const QString file = path(QStringLiteral("noise.nct"));
-    const QByteArray noise = randomBytes(random, 32768);
-    QVERIFY(writeFile(file, noise));
-
-    const sqlite::Error e = db::RepairDatabase(file);
-    QVERIFY(e.number != 0);
-    QVERIFY(!e.description.isEmpty());
-    QCOMPARE(readFile(file), noise);
-    QCOMPARE(QDir(m_dir->path()).entryList(QDir::Files), QStringList{QStringLiteral("noise.nct")});
-}
-
-QTEST_APPLESS_MAIN(TestDb)
+NCT_TEST_MAIN(TestDb)
 #include "tst_db.moc"

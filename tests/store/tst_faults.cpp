@@ -1,25 +1,17 @@
-#include <QRandomGenerator>
-#include <QTemporaryDir>
-#include <QtTest>
-
-#include <memory>
-#include <set>
-
-#include <QThread>
-#include <csignal>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include "shell/open_sequence.h"
-#include "shell/session.h"
 #include "store/backup.h"
 #include "store/check.h"
 #include "store/db.h"
 #include "store/keys.h"
 #include "store/users.h"
 #include "store/version.h"
-#include "support/scripted_prompter.h"
-#include "support/test_databases.h"
+#include "support/test_main.h"
+
+#include <csignal>
+#include <memory>
+#include <set>
+
+#include <sys/wait.h>
+#include <unistd.h>
 
 // A program killed in the middle of its work must leave a file that opens with the passphrase that was valid
 // before or after, holding every record committed before. A child process repeats one kind of work until it
@@ -37,11 +29,6 @@ enum Work { RecordWrite, UserSave, PassphraseChange, Compaction, Backup, Restore
 // What the child tells the parent, one line per finished step: 'R' ready, 'M' memo committed (its key),
 // 'P' passphrase now in use, 'S' restored.
 using Report = std::pair<char, qint64>;
-
-QByteArray readFile(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 // Opens a file through the store alone, as far as the key pool and the version record. 0 or the error.
 int openStore(Store& store, const QString& path, const QString& passphrase) {
@@ -181,127 +168,118 @@ QString verify(const QString& path, const QString& passphrase, std::set<std::int
 class TestFaults : public QObject {
     Q_OBJECT
 private Q_SLOTS:
-    void init();
-    void killedDuringWork_data();
-    void killedDuringWork();
+    void init() {
+        m_dir = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_dir->isValid());
+    }
+
+    void killedDuringWork_data() {
+        QTest::addColumn<int>("work");
+        QTest::newRow("record write") << int(RecordWrite);
+        QTest::newRow("user save") << int(UserSave);
+        QTest::newRow("passphrase change") << int(PassphraseChange);
+        QTest::newRow("compaction") << int(Compaction);
+        QTest::newRow("backup") << int(Backup);
+        QTest::newRow("restore") << int(Restore);
+    }
+
+    void killedDuringWork() {
+        QFETCH(int, work);
+        const QString path = m_dir->filePath(QStringLiteral("data.nct"));
+        const QString backups = m_dir->filePath(QStringLiteral("backups"));
+        QVERIFY(QDir().mkpath(backups));
+        QStringList extra{backups, QString()};
+        std::set<std::int64_t> committed;
+        std::set<std::int64_t> memos[2];
+        QByteArrayList databases{QByteArray(), QByteArray()};
+        if (work == Restore) {
+            // Two backups of files of the same name, told apart by their passphrases and memos, are restored by turns
+            // over each other, so that every kill finds a former file and a restored one.
+            for (int k = 0; k < 2; ++k) {
+                const QString folder = m_dir->filePath(QStringLiteral("source%1").arg(k));
+                QVERIFY(QDir().mkpath(folder));
+                const QString file = created(QDir(folder).filePath(QStringLiteral("data.nct")), k, memos[k]);
+                databases[k] = FileBytes(file);
+                extra[k] = m_dir->filePath(QStringLiteral("backup%1.ncz").arg(k));
+                ScriptedPrompter prompter;
+                QVERIFY(ZLib::ProcessFile(true, file, extra[k], prompter) > 0);
+            }
+            extra << m_dir->path();
+            QVERIFY(QFile::copy(m_dir->filePath(QStringLiteral("source0/data.nct")), path));
+        } else {
+            QCOMPARE(created(path, 0, committed), path);
+        }
+        auto which = [&databases](const QString& file) { return int(databases.indexOf(FileBytes(file))); };
+        int passphrase = 0;
+        int reportsSeen = 0;
+
+        for (int run = 0; run < kRuns; ++run) {
+            // Every other run is killed counting from the first finished step rather than from the start.
+            const qint64 delay = run / 2 * 4000 + QRandomGenerator::global()->bounded(4000);
+            const QString where = QStringLiteral("run %1, killed %2 us later").arg(run).arg(delay);
+            if (work != Restore) {
+                extra[1] = QString::number(run);
+            }
+            const QList<Report> reports =
+                runAndKill(static_cast<Work>(work), path, passphrase, extra, delay, run % 2 == 1);
+            QVERIFY2(reports.isEmpty() || reports.last().first != 'X',
+                     qPrintable(where + QStringLiteral(": not killed")));
+            reportsSeen += static_cast<int>(reports.size());
+            // The passphrase in force is the last one the child reported done, or the one it was changing to.
+            for (const Report& report : reports) {
+                if (report.first == 'M') {
+                    committed.insert(report.second);
+                } else if (report.first == 'P') {
+                    passphrase = static_cast<int>(report.second);
+                }
+            }
+            QString checked = path;
+            if (work == Restore) {
+                // Always a whole file under data.nct, the former or the restored one.
+                passphrase = which(path);
+                QVERIFY2(passphrase >= 0, qPrintable(where + QStringLiteral(": no complete database under data.nct")));
+                committed = memos[passphrase];
+                // Checked on a copy, so that the next run finds the bytes as they were.
+                checked = CopyWritable(path, m_dir->filePath(QStringLiteral("opened.nct")));
+            }
+            const sqlite::Error check = db::CheckDatabase(checked);
+            QVERIFY2(!check, qPrintable(where + QStringLiteral(": ") + check.description));
+
+            QString problem = verify(checked, kPassphrases[passphrase], committed);
+            if (work == PassphraseChange && !problem.isEmpty()) {
+                // Killed after the new passphrase was sealed but before the child could say so.
+                passphrase = 1 - passphrase;
+                problem = verify(checked, kPassphrases[passphrase], committed);
+            }
+            std::set<std::int64_t> none;
+            QCOMPARE(verify(checked, kPassphrases[1 - passphrase], none),
+                     QStringLiteral("does not open (%1)").arg(StoreError::WrongPassphrase));
+            QVERIFY2(problem.isEmpty(), qPrintable(where + QStringLiteral(": ") + problem));
+            // Every file under a backup's name is complete; a cut one would only be under a temporary name.
+            for (const QString& name : QDir(backups).entryList({QStringLiteral("*.ncz")}, QDir::Files)) {
+                QVERIFY2(ZLib::UnpackBackup(FileBytes(QDir(backups).filePath(name))).ok,
+                         qPrintable(where + QStringLiteral(": %1 does not expand").arg(name)));
+            }
+        }
+        // Half the kills at least fell among the work, not before it.
+        QVERIFY2(reportsSeen >= kRuns / 2, qPrintable(QStringLiteral("only %1 steps were done").arg(reportsSeen)));
+        QVERIFY(work != Backup || QDir(backups).entryList({QStringLiteral("*.ncz")}, QDir::Files).size() > 1);
+    }
 
 private:
     // A new file under `passphrase` with some memos, closed again.
     QString created(const QString& path, int passphrase, std::set<std::int64_t>& memos);
 
-    QTemporaryDir m_config;
     std::unique_ptr<QTemporaryDir> m_dir;
 };
 
-void TestFaults::init() {
-    // The settings store (last file, last user) must not reach the real one of whoever runs the tests.
-    qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_config.path()));
-    m_dir = std::make_unique<QTemporaryDir>();
-    QVERIFY(m_config.isValid() && m_dir->isValid());
-}
-
 QString TestFaults::created(const QString& path, int passphrase, std::set<std::int64_t>& memos) {
-    TestSession maker;
-    if (CreateDatabase(maker, path, kPassphrases[passphrase]) != 0) {
-        return {};
-    }
-    for (int i = 0; i < 20; ++i) {
-        memos.insert(AddRecord(maker.store(), kMemo));
-    }
-    open_sequence::CloseDatabase(maker.session);
-    return path;
+    return MadeDatabase(path, kPassphrases[passphrase], [&memos](Store& store) {
+        for (int i = 0; i < 20; ++i) {
+            memos.insert(AddRecord(store, kMemo));
+        }
+    });
 }
 
-void TestFaults::killedDuringWork_data() {
-    QTest::addColumn<int>("work");
-    QTest::newRow("record write") << int(RecordWrite);
-    QTest::newRow("user save") << int(UserSave);
-    QTest::newRow("passphrase change") << int(PassphraseChange);
-    QTest::newRow("compaction") << int(Compaction);
-    QTest::newRow("backup") << int(Backup);
-    QTest::newRow("restore") << int(Restore);
-}
-
-void TestFaults::killedDuringWork() {
-    QFETCH(int, work);
-    const QString path = m_dir->filePath(QStringLiteral("data.nct"));
-    const QString backups = m_dir->filePath(QStringLiteral("backups"));
-    QVERIFY(QDir().mkpath(backups));
-    QStringList extra{backups, QString()};
-    std::set<std::int64_t> committed;
-    std::set<std::int64_t> memos[2];
-    QByteArrayList databases{QByteArray(), QByteArray()};
-    if (work == Restore) {
-        // Two backups of files of the same name, told apart by their passphrases and memos, are restored by turns
-        // over each other, so that every kill finds a former file and a restored one.
-        for (int k = 0; k < 2; ++k) {
-            const QString folder = m_dir->filePath(QStringLiteral("source%1").arg(k));
-            QVERIFY(QDir().mkpath(folder));
-            const QString file = created(QDir(folder).filePath(QStringLiteral("data.nct")), k, memos[k]);
-            databases[k] = readFile(file);
-            extra[k] = m_dir->filePath(QStringLiteral("backup%1.ncz").arg(k));
-            ScriptedPrompter prompter;
-            QVERIFY(ZLib::ProcessFile(true, file, extra[k], prompter) > 0);
-        }
-        extra << m_dir->path();
-        QVERIFY(QFile::copy(m_dir->filePath(QStringLiteral("source0/data.nct")), path));
-    } else {
-        QCOMPARE(created(path, 0, committed), path);
-    }
-    auto which = [&databases](const QString& file) { return int(databases.indexOf(readFile(file))); };
-    int passphrase = 0;
-    int reportsSeen = 0;
-
-    for (int run = 0; run < kRuns; ++run) {
-        // Every other run is killed counting from the first finished step rather than from the start.
-        const qint64 delay = run / 2 * 4000 + QRandomGenerator::global()->bounded(4000);
-        const QString where = QStringLiteral("run %1, killed %2 us later").arg(run).arg(delay);
-        if (work != Restore) {
-            extra[1] = QString::number(run);
-        }
-        const QList<Report> reports = runAndKill(static_cast<Work>(work), path, passphrase, extra, delay, run % 2 == 1);
-        QVERIFY2(reports.isEmpty() || reports.last().first != 'X', qPrintable(where + QStringLiteral(": not killed")));
-        reportsSeen += static_cast<int>(reports.size());
-        // The passphrase in force is the last one the child reported done, or the one it was changing to.
-        for (const Report& report : reports) {
-            if (report.first == 'M') {
-                committed.insert(report.second);
-            } else if (report.first == 'P') {
-                passphrase = static_cast<int>(report.second);
-            }
-        }
-        QString checked = path;
-        if (work == Restore) {
-            // Always a whole file under data.nct, the former or the restored one.
-            passphrase = which(path);
-            QVERIFY2(passphrase >= 0, qPrintable(where + QStringLiteral(": no complete database under data.nct")));
-            committed = memos[passphrase];
-            // Checked on a copy, so that the next run finds the bytes as they were.
-            checked = CopyWritable(path, m_dir->filePath(QStringLiteral("opened.nct")));
-        }
-        const sqlite::Error check = db::CheckDatabase(checked);
-        QVERIFY2(!check, qPrintable(where + QStringLiteral(": ") + check.description));
-
-        QString problem = verify(checked, kPassphrases[passphrase], committed);
-        if (work == PassphraseChange && !problem.isEmpty()) {
-            // Killed after the new passphrase was sealed but before the child could say so.
-            passphrase = 1 - passphrase;
-            problem = verify(checked, kPassphrases[passphrase], committed);
-        }
-        std::set<std::int64_t> none;
-        QCOMPARE(verify(checked, kPassphrases[1 - passphrase], none),
-                 QStringLiteral("does not open (%1)").arg(StoreError::WrongPassphrase));
-        QVERIFY2(problem.isEmpty(), qPrintable(where + QStringLiteral(": ") + problem));
-        // Every file under a backup's name is complete; a cut one would only be under a temporary name.
-        for (const QString& name : QDir(backups).entryList({QStringLiteral("*.ncz")}, QDir::Files)) {
-            QVERIFY2(ZLib::UnpackBackup(readFile(QDir(backups).filePath(name))).ok,
-                     qPrintable(where + QStringLiteral(": %1 does not expand").arg(name)));
-        }
-    }
-    // Half the kills at least fell among the work, not before it.
-    QVERIFY2(reportsSeen >= kRuns / 2, qPrintable(QStringLiteral("only %1 steps were done").arg(reportsSeen)));
-    QVERIFY(work != Backup || QDir(backups).entryList({QStringLiteral("*.ncz")}, QDir::Files).size() > 1);
-}
-
-QTEST_GUILESS_MAIN(TestFaults)
+NCT_TEST_MAIN(TestFaults)
 #include "tst_faults.moc"

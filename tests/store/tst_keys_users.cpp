@@ -1,17 +1,10 @@
-#include <QtTest>
-
-#include <optional>
-
 #include "shell/catalogue/messages.h"
-#include "shell/open_sequence.h"
-#include "shell/session.h"
 #include "store/codepage.h"
 #include "store/keys.h"
-#include "store/row.h"
-#include "store/sqlite.h"
 #include "store/users.h"
-#include "support/scripted_prompter.h"
-#include "support/test_databases.h"
+#include "support/test_main.h"
+
+#include <optional>
 
 namespace {
 
@@ -67,324 +60,298 @@ QByteArray keystringOf(Store& store) {
 class TestKeysUsers : public QObject {
     Q_OBJECT
 
-    // Opening a file remembers it in the settings store; keep that out of the real one.
-    QTemporaryDir m_settings;
     QTemporaryDir m_dir;
 
 private Q_SLOTS:
-    void initTestCase();
-    void createdFileHoldsKeyMaterial();
-    void twoFilesShareNoKeyMaterial();
-    void passphraseFindsItsUser_data();
-    void passphraseFindsItsUser();
-    void wrongPassphraseFindsNoUser();
-    void verifierHealedOrAccepted_data();
-    void verifierHealedOrAccepted();
-    void movedUserRowIsFatal();
-    void defaultPin();
-    void preferencesRoundTrip();
-    void unreadablePreferencesAreReplaced();
-    void listSettings();
-    void poolRowIsHealed_data();
-    void poolRowIsHealed();
-    void lostPoolIsFatal_data();
-    void lostPoolIsFatal();
-    void confirmPassphrase();
-    void rekey();
+    void createdFileHoldsKeyMaterial() {
+        const QString path = m_dir.filePath(QStringLiteral("new.nct"));
+        const QString pass = QStringLiteral("a new passphrase 1");
+        std::int64_t record = 0;
+        CRY::SecureBytes pool;
+        {
+            TestSession run;
+            QCOMPARE(CreateDatabase(run, path, pass), 0);
+            Store& store = run.store();
+            QCOMPARE(store.user.name, QStringLiteral("Admin"));
+            QCOMPARE(store.user.level, 0);
+            QVERIFY(run.prompter.passphraseRequests.value(0).confirmWanted);
+
+            // The layers: keystring under the digest, pool under the keystring, the second copy under both.
+            sqlite::Connection& db = store.connection();
+            const Row poolRow = *firstRow(db, 1, 1);
+            const Row copyRow = *firstRow(db, 1, 2);
+            const Row userRow = *firstRow(db, 2);
+            QCOMPARE(poolRow.integer(Col::AE) + copyRow.integer(Col::AE) + userRow.integer(Col::AE), 3);
+            const QByteArray keystring = keystringOf(store);
+            QCOMPARE(keystring.size(), keys::kKeystringBytes);
+            const QByteArray poolText = SecureText(store.cry.KeyPool());
+            QCOMPARE(CRY::Unseal(poolRow.bytes(Col::fEtx), keystring), poolText);
+            QCOMPARE(poolRow.bytes(Col::fT1), CRY::Hash256x80(keystring));
+            QCOMPARE(CRY::Unseal(CRY::Unseal(copyRow.bytes(Col::fEtx), CRY::Hash256x80(keystring)), keystring),
+                     poolText);
+            QCOMPARE(userRow.bytes(Col::fT3).left(24), users::Verifier(digestOf(pass)));
+
+            record = AddRecord(store, "kept across the reopen");
+            pool = store.cry.KeyPool();
+            open_sequence::CloseDatabase(run.session);
+        }
+        TestSession run;
+        QCOMPARE(OpenDatabase(run, path, pass), 0);
+        QVERIFY(run.store().cry.KeyPool() == pool);
+        QCOMPARE(ReadRecord(run.store(), record), QByteArray("kept across the reopen"));
+    }
+
+    void twoFilesShareNoKeyMaterial() {
+        const QString pass = QStringLiteral("the same passphrase");
+        TestSession a;
+        TestSession b;
+        QCOMPARE(CreateDatabase(a, m_dir.filePath(QStringLiteral("a.nct")), pass), 0);
+        QCOMPARE(CreateDatabase(b, m_dir.filePath(QStringLiteral("b.nct")), pass), 0);
+        QVERIFY(a.store().cry.KeyPool() != b.store().cry.KeyPool());
+        QVERIFY(keystringOf(a.store()) != keystringOf(b.store()));
+        // Neither keystring opens the other file's pool, and records of one file are noise to the other.
+        QVERIFY(
+            CRY::Unseal(firstRow(b.store().connection(), 1, 1)->bytes(Col::fEtx), keystringOf(a.store())).isEmpty());
+        const std::int64_t inA = AddRecord(a.store(), "only for a");
+        QCOMPARE(AddRecord(b.store(), "only for b"), inA);
+        const QByteArray cipherA = ReadRow(a.store().connection(), inA)->bytes(Col::fEtx);
+        QVERIFY(b.store().cry.Cipher(static_cast<std::int32_t>(inA), 2, cipherA).isEmpty());
+    }
+
+    void passphraseFindsItsUser_data() {
+        QTest::addColumn<QString>("passphrase");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("key");
+        QTest::newRow("first") << QStringLiteral("first user pass 1") << QStringLiteral("Admin") << 3;
+        QTest::newRow("second") << QStringLiteral("second user pass 2") << QStringLiteral("Second") << 12;
+    }
+
+    void passphraseFindsItsUser() {
+        QFETCH(QString, passphrase);
+        QFETCH(QString, name);
+        TestSession run;
+        QCOMPARE(OpenDatabase(run, oracle(QStringLiteral("two-users.nct")), passphrase), 0);
+        QCOMPARE(run.store().user.name, name);
+        QTEST(run.store().user.fPK, "key");
+        QVERIFY(allDecipher(run.store()));
+        QVERIFY(run.prompter.shown.isEmpty());
+    }
+
+    void wrongPassphraseFindsNoUser() {
+        ScriptedPrompter prompter;
+        Store store(prompter);
+        QVERIFY(!store.database.Open(oracle(QStringLiteral("two-users.nct"))));
+        QString wrong = QStringLiteral("first user pass 2");
+        keys::SetDigests(store, wrong);
+        QCOMPARE(keys::LoadKeyPool(store), StoreError::WrongPassphrase);
+        QVERIFY(!store.cry.hasKeyPool());
+    }
+
+    void verifierHealedOrAccepted_data() {
+        QTest::addColumn<QByteArray>("stored");
+        QTest::addColumn<bool>("healed");
+        QTest::newRow("damaged") << QByteArray(29, '\x5a') << true;
+        QTest::newRow("5 bytes of noise after it") << users::Verifier(digestOf(kHorse)) + QByteArray("noise") << false;
+    }
+
+    void verifierHealedOrAccepted() {
+        QFETCH(QByteArray, stored);
+        QFETCH(bool, healed);
+        const QString path = oracle(QStringLiteral("basic.nct"));
+        QVERIFY(tamper(path, "UPDATE tt SET fT3=?, AE=1 WHERE fSec=2", stored));
+        TestSession run;
+        QCOMPARE(OpenDatabase(run, path, kHorse), 0);
+        const Row user = *firstRow(run.store().connection(), 2);
+        QCOMPARE(user.bytes(Col::fT3).left(24), users::Verifier(digestOf(kHorse)));
+        QCOMPARE(user.bytes(Col::fT3) == stored, !healed);
+        QCOMPARE(user.integer(Col::AE), healed ? 1 | 2 : 1);
+        // What is stored now is what the next check of the passphrase reads.
+        run.prompter.passphrases.enqueue(kHorse);
+        QVERIFY(keys::ConfirmPassphrase(run.store(), false));
+    }
+
+    void movedUserRowIsFatal() {
+        // A user row is bound to its key: copied under another key, it is refused.
+        const QString path = oracle(QStringLiteral("basic.nct"));
+        QVERIFY(tamper(path, "INSERT INTO tt (fSec, fSub, fEtx, fT1, fT3) SELECT 2, fSub, fEtx, fT1, fT3 FROM tt "
+                             "WHERE fSec=2; DELETE FROM tt WHERE fPK=3"));
+        TestSession run;
+        QCOMPARE(OpenDatabase(run, path, kHorse), StoreError::Fatal);
+        QCOMPARE(run.prompter.numbers(), QList<int>{96});
+    }
+
+    void defaultPin() {
+        QCOMPARE(users::DefaultPin(CRY::Hash1x47(codepage::ToBytes(QStringLiteral("abc")))), QStringLiteral("1392365"));
+        // Without the digests at hand the PIN comes from the passphrase asked again.
+        ScriptedPrompter prompter;
+        Store store(prompter);
+        prompter.passphrases.enqueue(QStringLiteral("abc"));
+        QCOMPARE(users::LoadUserOptions(store, {}).PinCode, QStringLiteral("1392365"));
+        QCOMPARE(prompter.passphraseRequests.size(), 1);
+    }
+
+    void preferencesRoundTrip() {
+        const QString path = m_dir.filePath(QStringLiteral("prefs.nct"));
+        const QString pass = QStringLiteral("preferences pass");
+        TestSession run;
+        QCOMPARE(CreateDatabase(run, path, pass), 0);
+        Preferences& prefs = run.store().preferences;
+        QCOMPARE(prefs.toBlob(), Preferences::Defaults().toBlob());
+        prefs.IdleMinutes = 17;
+        prefs.LastCategory = {1, 2, 3, 4, 5};
+        prefs.ShowPrivateAtStart = true;
+        const QByteArray saved = prefs.toBlob();
+        QCOMPARE(users::SavePreferences(run.store()), 0);
+        // Dropped without the closing save: only what SavePreferences wrote can come back.
+        run.store().database.Close();
+        QCOMPARE(OpenDatabase(run, path, pass), 0);
+        QCOMPARE(run.store().preferences.toBlob(), saved);
+        QVERIFY(run.session.ShowPrivate);
+    }
+
+    void unreadablePreferencesAreReplaced() {
+        const QString path = oracle(QStringLiteral("basic.nct"));
+        QVERIFY(tamper(path, "UPDATE tt SET fT1=(SELECT fT1 FROM tt WHERE fPK=10) WHERE fSec=2"));
+        TestSession run;
+        QCOMPARE(OpenDatabase(run, path, kHorse), 0);
+        Store& store = run.store();
+        const QByteArray defaults = Preferences::Defaults().toBlob();
+        QCOMPARE(store.preferences.toBlob(), defaults);
+        // Written at once, not at closing.
+        const Row user = *ReadRow(store.connection(), store.user.fPK);
+        QCOMPARE(store.cry.Cipher(store.user.fPK, 2, user.bytes(Col::fT1)).mid(4), defaults);
+        QVERIFY(run.prompter.shown.isEmpty());
+    }
+
+    void listSettings() {
+        const QString path = oracle(QStringLiteral("two-users.nct"));
+        const QString admin = QStringLiteral("first user pass 1");
+        const QByteArray mine = QByteArray(1, 9) + QByteArray("Phone\x11Room\x11\x11\x11\x11\x11\x11Last");
+        TestSession run;
+        QCOMPARE(OpenDatabase(run, path, admin), 0);
+        QCOMPARE(users::LoadListSettings(run.store()), users::DefaultListSettings());
+        QCOMPARE(users::SaveListSettings(run.store(), mine), 0);
+        open_sequence::CloseDatabase(run.session);
+
+        QCOMPARE(OpenDatabase(run, path, admin), 0);
+        QCOMPARE(users::LoadListSettings(run.store()), mine);
+        open_sequence::CloseDatabase(run.session);
+        // They are the user's own: the other user still has the defaults.
+        QCOMPARE(OpenDatabase(run, path, QStringLiteral("second user pass 2")), 0);
+        QCOMPARE(users::LoadListSettings(run.store()), users::DefaultListSettings());
+    }
+
+    void poolRowIsHealed_data() {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<QString>("passphrase");
+        QTest::addColumn<bool>("rowWasGone");
+        QTest::newRow("damaged") << QStringLiteral("pool-damaged.nct") << QStringLiteral("Pässwörd€1 long") << false;
+        QTest::newRow("gone") << QStringLiteral("pool-row-gone.nct") << kHorse << true;
+    }
+
+    void poolRowIsHealed() {
+        QFETCH(QString, file);
+        QFETCH(QString, passphrase);
+        QFETCH(bool, rowWasGone);
+        const QString path = oracle(file);
+        QByteArray healed;
+        {
+            TestSession run;
+            QCOMPARE(OpenDatabase(run, path, passphrase), 0);
+            QVERIFY(run.prompter.shown.isEmpty());
+            Store& store = run.store();
+            const Row row = *firstRow(store.connection(), 1, 1);
+            // A damaged row is rewritten in place and marked; a lost one comes back as a new row.
+            QCOMPARE(row.integer(Col::AE), rowWasGone ? 1 : 1 | 2);
+            QVERIFY(rowWasGone ? row.integer(Col::fPK) > 11 : row.integer(Col::fPK) == 1);
+            QCOMPARE(CRY::Unseal(row.bytes(Col::fEtx), keystringOf(store)), SecureText(store.cry.KeyPool()));
+            QVERIFY(allDecipher(store));
+            healed = row.bytes(Col::fEtx);
+            open_sequence::CloseDatabase(run.session);
+        }
+        // The next opening finds the row sound and leaves it as it is.
+        TestSession run;
+        QCOMPARE(OpenDatabase(run, path, passphrase), 0);
+        QCOMPARE(firstRow(run.store().connection(), 1, 1)->bytes(Col::fEtx), healed);
+    }
+
+    void lostPoolIsFatal_data() {
+        QTest::addColumn<QByteArray>("sql");
+        QTest::addColumn<QString>("code");
+        QTest::newRow("both rows gone") << QByteArray("DELETE FROM tt WHERE fSec=1 AND fSub IN (1, 2)")
+                                        << QStringLiteral("105");
+        QTest::newRow("row gone, copy unreadable")
+            << QByteArray("DELETE FROM tt WHERE fSec=1 AND fSub=1; UPDATE tt SET fEtx=randomblob(336) WHERE fSec=1 AND "
+                          "fSub=2")
+            << QStringLiteral("106");
+    }
+
+    void lostPoolIsFatal() {
+        QFETCH(QByteArray, sql);
+        QFETCH(QString, code);
+        const QString path = oracle(QStringLiteral("basic.nct"));
+        QVERIFY(tamper(path, sql));
+        TestSession run;
+        QCOMPARE(OpenDatabase(run, path, kHorse), StoreError::Fatal);
+        QCOMPARE(run.prompter.numbers(), QList<int>{83});
+        QCOMPARE(run.prompter.shown[0].text, MsgText(83) + code);
+    }
+
+    void confirmPassphrase() {
+        TestSession run;
+        QCOMPARE(OpenDatabase(run, oracle(QStringLiteral("basic.nct")), kHorse), 0);
+        ScriptedPrompter& prompter = run.prompter;
+        prompter.passphrases << kHorse << QStringLiteral("correct horse 2");
+        QVERIFY(keys::ConfirmPassphrase(run.store(), false));
+        QVERIFY(prompter.shown.isEmpty() && prompter.waits.isEmpty());
+        // A wrong one is told and costs one wait.
+        QVERIFY(!keys::ConfirmPassphrase(run.store(), false));
+        QCOMPARE(prompter.numbers(), QList<int>{85});
+        QCOMPARE(prompter.waits, QList<int>{1200});
+    }
+
+    void rekey() {
+        const QString path = m_dir.filePath(QStringLiteral("rekey.nct"));
+        const QString oldPass = QStringLiteral("old passphrase 1");
+        const QString newPass = QStringLiteral("new passphrase 2");
+        std::int64_t record = 0;
+        {
+            TestSession run;
+            QCOMPARE(CreateDatabase(run, path, oldPass), 0);
+            Store& store = run.store();
+            record = AddRecord(store, "survives the change");
+            // The user row cannot be written: the change fails half way and the old passphrase stays.
+            QVERIFY(!store.connection().exec("CREATE TEMP TRIGGER refuse_user BEFORE UPDATE ON tt WHEN OLD.fSec=2 "
+                                             "BEGIN SELECT RAISE(ABORT, 'refused'); END"));
+            run.prompter.passphrases.enqueue(oldPass);
+            QVERIFY(!keys::ChangePassphrase(store, [&](Store& target) {
+                QString typed = newPass;
+                keys::SetDigests(target, typed);
+                return 0;
+            }));
+            QCOMPARE(run.prompter.numbers(), QList<int>{124});
+            QCOMPARE(SecureText(store.PassDigest), digestOf(oldPass));
+            open_sequence::CloseDatabase(run.session);
+        }
+        {
+            TestSession run;
+            QCOMPARE(OpenDatabase(run, path, oldPass), 0);
+            run.prompter.passphrases << oldPass << newPass;
+            QVERIFY(open_sequence::ChangePassphraseCommand(run.session));
+            QVERIFY(run.prompter.shown.isEmpty());
+            open_sequence::CloseDatabase(run.session);
+        }
+        TestSession refused;
+        QCOMPARE(OpenDatabase(refused, path, oldPass), StoreError::Fatal);
+        QCOMPARE(refused.prompter.numbers(), QList<int>{85});
+        TestSession run;
+        QCOMPARE(OpenDatabase(run, path, newPass), 0);
+        QCOMPARE(ReadRecord(run.store(), record), QByteArray("survives the change"));
+    }
 
 private:
     QString oracle(const QString& name) { return CopyOracle(m_dir, name); }
 };
 
-void TestKeysUsers::initTestCase() {
-    QVERIFY(m_settings.isValid() && m_dir.isValid());
-    RedirectSettings(m_settings.path());
-}
-
-void TestKeysUsers::createdFileHoldsKeyMaterial() {
-    const QString path = m_dir.filePath(QStringLiteral("new.nct"));
-    const QString pass = QStringLiteral("a new passphrase 1");
-    std::int64_t record = 0;
-    CRY::SecureBytes pool;
-    {
-        TestSession run;
-        QCOMPARE(CreateDatabase(run, path, pass), 0);
-        Store& store = run.store();
-        QCOMPARE(store.user.name, QStringLiteral("Admin"));
-        QCOMPARE(store.user.level, 0);
-        QVERIFY(run.prompter.passphraseRequests.value(0).confirmWanted);
-
-        // The layers: keystring under the digest, pool under the keystring, the second copy under both.
-        sqlite::Connection& db = store.connection();
-        const Row poolRow = *firstRow(db, 1, 1);
-        const Row copyRow = *firstRow(db, 1, 2);
-        const Row userRow = *firstRow(db, 2);
-        QCOMPARE(poolRow.integer(Col::AE) + copyRow.integer(Col::AE) + userRow.integer(Col::AE), 3);
-        const QByteArray keystring = keystringOf(store);
-        QCOMPARE(keystring.size(), keys::kKeystringBytes);
-        const QByteArray poolText = SecureText(store.cry.KeyPool());
-        QCOMPARE(CRY::Unseal(poolRow.bytes(Col::fEtx), keystring), poolText);
-        QCOMPARE(poolRow.bytes(Col::fT1), CRY::Hash256x80(keystring));
-        QCOMPARE(CRY::Unseal(CRY::Unseal(copyRow.bytes(Col::fEtx), CRY::Hash256x80(keystring)), keystring), poolText);
-        QCOMPARE(userRow.bytes(Col::fT3).left(24), users::Verifier(digestOf(pass)));
-
-        record = AddRecord(store, "kept across the reopen");
-        pool = store.cry.KeyPool();
-        open_sequence::CloseDatabase(run.session);
-    }
-    TestSession run;
-    QCOMPARE(OpenDatabase(run, path, pass), 0);
-    QVERIFY(run.store().cry.KeyPool() == pool);
-    QCOMPARE(ReadRecord(run.store(), record), QByteArray("kept across the reopen"));
-}
-
-void TestKeysUsers::twoFilesShareNoKeyMaterial() {
-    const QString pass = QStringLiteral("the same passphrase");
-    TestSession a;
-    TestSession b;
-    QCOMPARE(CreateDatabase(a, m_dir.filePath(QStringLiteral("a.nct")), pass), 0);
-    QCOMPARE(CreateDatabase(b, m_dir.filePath(QStringLiteral("b.nct")), pass), 0);
-    QVERIFY(a.store().cry.KeyPool() != b.store().cry.KeyPool());
-    QVERIFY(keystringOf(a.store()) != keystringOf(b.store()));
-    // Neither keystring opens the other file's pool, and records of one file are noise to the other.
-    QVERIFY(CRY::Unseal(firstRow(b.store().connection(), 1, 1)->bytes(Col::fEtx), keystringOf(a.store())).isEmpty());
-    const std::int64_t inA = AddRecord(a.store(), "only for a");
-    QCOMPARE(AddRecord(b.store(), "only for b"), inA);
-    const QByteArray cipherA = ReadRow(a.store().connection(), inA)->bytes(Col::fEtx);
-    QVERIFY(b.store().cry.Cipher(static_cast<std::int32_t>(inA), 2, cipherA).isEmpty());
-}
-
-void TestKeysUsers::passphraseFindsItsUser_data() {
-    QTest::addColumn<QString>("passphrase");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<int>("key");
-    QTest::newRow("first") << QStringLiteral("first user pass 1") << QStringLiteral("Admin") << 3;
-    QTest::newRow("second") << QStringLiteral("second user pass 2") << QStringLiteral("Second") << 12;
-}
-
-void TestKeysUsers::passphraseFindsItsUser() {
-    QFETCH(QString, passphrase);
-    QFETCH(QString, name);
-    QFETCH(int, key);
-    TestSession run;
-    QCOMPARE(OpenDatabase(run, oracle(QStringLiteral("two-users.nct")), passphrase), 0);
-    QCOMPARE(run.store().user.name, name);
-    QCOMPARE(run.store().user.fPK, key);
-    QVERIFY(allDecipher(run.store()));
-    QVERIFY(run.prompter.shown.isEmpty());
-}
-
-void TestKeysUsers::wrongPassphraseFindsNoUser() {
-    ScriptedPrompter prompter;
-    Store store(prompter);
-    QVERIFY(!store.database.Open(oracle(QStringLiteral("two-users.nct"))));
-    QString wrong = QStringLiteral("first user pass 2");
-    keys::SetDigests(store, wrong);
-    QCOMPARE(keys::LoadKeyPool(store), StoreError::WrongPassphrase);
-    QVERIFY(!store.cry.hasKeyPool());
-}
-
-void TestKeysUsers::verifierHealedOrAccepted_data() {
-    QTest::addColumn<QByteArray>("stored");
-    QTest::addColumn<bool>("healed");
-    QTest::newRow("damaged") << QByteArray(29, '\x5a') << true;
-    QTest::newRow("5 bytes of noise after it") << users::Verifier(digestOf(kHorse)) + QByteArray("noise") << false;
-}
-
-void TestKeysUsers::verifierHealedOrAccepted() {
-    QFETCH(QByteArray, stored);
-    QFETCH(bool, healed);
-    const QString path = oracle(QStringLiteral("basic.nct"));
-    QVERIFY(tamper(path, "UPDATE tt SET fT3=?, AE=1 WHERE fSec=2", stored));
-    TestSession run;
-    QCOMPARE(OpenDatabase(run, path, kHorse), 0);
-    const Row user = *firstRow(run.store().connection(), 2);
-    QCOMPARE(user.bytes(Col::fT3).left(24), users::Verifier(digestOf(kHorse)));
-    QCOMPARE(user.bytes(Col::fT3) == stored, !healed);
-    QCOMPARE(user.integer(Col::AE), healed ? 1 | 2 : 1);
-    // What is stored now is what the next check of the passphrase reads.
-    run.prompter.passphrases.enqueue(kHorse);
-    QVERIFY(keys::ConfirmPassphrase(run.store(), false));
-}
-
-void TestKeysUsers::movedUserRowIsFatal() {
-    // A user row is bound to its key: copied under another key, it is refused.
-    const QString path = oracle(QStringLiteral("basic.nct"));
-    QVERIFY(tamper(path, "INSERT INTO tt (fSec, fSub, fEtx, fT1, fT3) SELECT 2, fSub, fEtx, fT1, fT3 FROM tt "
-                         "WHERE fSec=2; DELETE FROM tt WHERE fPK=3"));
-    TestSession run;
-    QCOMPARE(OpenDatabase(run, path, kHorse), StoreError::Fatal);
-    QCOMPARE(run.prompter.numbers(), QList<int>{96});
-}
-
-void TestKeysUsers::defaultPin() {
-    QCOMPARE(users::DefaultPin(CRY::Hash1x47(codepage::ToBytes(QStringLiteral("abc")))), QStringLiteral("1392365"));
-    // Without the digests at hand the PIN comes from the passphrase asked again.
-    ScriptedPrompter prompter;
-    Store store(prompter);
-    prompter.passphrases.enqueue(QStringLiteral("abc"));
-    QCOMPARE(users::LoadUserOptions(store, {}).PinCode, QStringLiteral("1392365"));
-    QCOMPARE(prompter.passphraseRequests.size(), 1);
-}
-
-void TestKeysUsers::preferencesRoundTrip() {
-    const QString path = m_dir.filePath(QStringLiteral("prefs.nct"));
-    const QString pass = QStringLiteral("preferences pass");
-    TestSession run;
-    QCOMPARE(CreateDatabase(run, path, pass), 0);
-    Preferences& prefs = run.store().preferences;
-    QCOMPARE(prefs.toBlob(), Preferences::Defaults().toBlob());
-    prefs.IdleMinutes = 17;
-    prefs.LastCategory = {1, 2, 3, 4, 5};
-    prefs.ShowPrivateAtStart = true;
-    const QByteArray saved = prefs.toBlob();
-    QCOMPARE(users::SavePreferences(run.store()), 0);
-    // Dropped without the closing save: only what SavePreferences wrote can come back.
-    run.store().database.Close();
-    QCOMPARE(OpenDatabase(run, path, pass), 0);
-    QCOMPARE(run.store().preferences.toBlob(), saved);
-    QVERIFY(run.session.ShowPrivate);
-}
-
-void TestKeysUsers::unreadablePreferencesAreReplaced() {
-    const QString path = oracle(QStringLiteral("basic.nct"));
-    QVERIFY(tamper(path, "UPDATE tt SET fT1=(SELECT fT1 FROM tt WHERE fPK=10) WHERE fSec=2"));
-    TestSession run;
-    QCOMPARE(OpenDatabase(run, path, kHorse), 0);
-    Store& store = run.store();
-    const QByteArray defaults = Preferences::Defaults().toBlob();
-    QCOMPARE(store.preferences.toBlob(), defaults);
-    // Written at once, not at closing.
-    const Row user = *ReadRow(store.connection(), store.user.fPK);
-    QCOMPARE(store.cry.Cipher(store.user.fPK, 2, user.bytes(Col::fT1)).mid(4), defaults);
-    QVERIFY(run.prompter.shown.isEmpty());
-}
-
-void TestKeysUsers::listSettings() {
-    const QString path = oracle(QStringLiteral("two-users.nct"));
-    const QString admin = QStringLiteral("first user pass 1");
-    const QByteArray mine = QByteArray(1, 9) + QByteArray("Phone\x11Room\x11\x11\x11\x11\x11\x11Last");
-    TestSession run;
-    QCOMPARE(OpenDatabase(run, path, admin), 0);
-    QCOMPARE(users::LoadListSettings(run.store()), users::DefaultListSettings());
-    QCOMPARE(users::SaveListSettings(run.store(), mine), 0);
-    open_sequence::CloseDatabase(run.session);
-
-    QCOMPARE(OpenDatabase(run, path, admin), 0);
-    QCOMPARE(users::LoadListSettings(run.store()), mine);
-    open_sequence::CloseDatabase(run.session);
-    // They are the user's own: the other user still has the defaults.
-    QCOMPARE(OpenDatabase(run, path, QStringLiteral("second user pass 2")), 0);
-    QCOMPARE(users::LoadListSettings(run.store()), users::DefaultListSettings());
-}
-
-void TestKeysUsers::poolRowIsHealed_data() {
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<QString>("passphrase");
-    QTest::addColumn<bool>("rowWasGone");
-    QTest::newRow("damaged") << QStringLiteral("pool-damaged.nct") << QStringLiteral("Pässwörd€1 long") << false;
-    QTest::newRow("gone") << QStringLiteral("pool-row-gone.nct") << kHorse << true;
-}
-
-void TestKeysUsers::poolRowIsHealed() {
-    QFETCH(QString, file);
-    QFETCH(QString, passphrase);
-    QFETCH(bool, rowWasGone);
-    const QString path = oracle(file);
-    QByteArray healed;
-    {
-        TestSession run;
-        QCOMPARE(OpenDatabase(run, path, passphrase), 0);
-        QVERIFY(run.prompter.shown.isEmpty());
-        Store& store = run.store();
-        const Row row = *firstRow(store.connection(), 1, 1);
-        // A damaged row is rewritten in place and marked; a lost one comes back as a new row.
-        QCOMPARE(row.integer(Col::AE), rowWasGone ? 1 : 1 | 2);
-        QVERIFY(rowWasGone ? row.integer(Col::fPK) > 11 : row.integer(Col::fPK) == 1);
-        QCOMPARE(CRY::Unseal(row.bytes(Col::fEtx), keystringOf(store)), SecureText(store.cry.KeyPool()));
-        QVERIFY(allDecipher(store));
-        healed = row.bytes(Col::fEtx);
-        open_sequence::CloseDatabase(run.session);
-    }
-    // The next opening finds the row sound and leaves it as it is.
-    TestSession run;
-    QCOMPARE(OpenDatabase(run, path, passphrase), 0);
-    QCOMPARE(firstRow(run.store().connection(), 1, 1)->bytes(Col::fEtx), healed);
-}
-
-void TestKeysUsers::lostPoolIsFatal_data() {
-    QTest::addColumn<QByteArray>("sql");
-    QTest::addColumn<QString>("code");
-    QTest::newRow("both rows gone") << QByteArray("DELETE FROM tt WHERE fSec=1 AND fSub IN (1, 2)")
-                                    << QStringLiteral("105");
-    QTest::newRow("row gone, copy unreadable")
-        << QByteArray("DELETE FROM tt WHERE fSec=1 AND fSub=1; UPDATE tt SET fEtx=randomblob(336) WHERE fSec=1 AND "
-                      "fSub=2")
-        << QStringLiteral("106");
-}
-
-void TestKeysUsers::lostPoolIsFatal() {
-    QFETCH(QByteArray, sql);
-    QFETCH(QString, code);
-    const QString path = oracle(QStringLiteral("basic.nct"));
-    QVERIFY(tamper(path, sql));
-    TestSession run;
-    QCOMPARE(OpenDatabase(run, path, kHorse), StoreError::Fatal);
-    QCOMPARE(run.prompter.numbers(), QList<int>{83});
-    QCOMPARE(run.prompter.shown[0].text, MsgText(83) + code);
-}
-
-void TestKeysUsers::confirmPassphrase() {
-    TestSession run;
-    QCOMPARE(OpenDatabase(run, oracle(QStringLiteral("basic.nct")), kHorse), 0);
-    ScriptedPrompter& prompter = run.prompter;
-    prompter.passphrases << kHorse << QStringLiteral("correct horse 2");
-    QVERIFY(keys::ConfirmPassphrase(run.store(), false));
-    QVERIFY(prompter.shown.isEmpty() && prompter.waits.isEmpty());
-    // A wrong one is told and costs one wait.
-    QVERIFY(!keys::ConfirmPassphrase(run.store(), false));
-    QCOMPARE(prompter.numbers(), QList<int>{85});
-    QCOMPARE(prompter.waits, QList<int>{1200});
-}
-
-void TestKeysUsers::rekey() {
-    const QString path = m_dir.filePath(QStringLiteral("rekey.nct"));
-    const QString oldPass = QStringLiteral("old passphrase 1");
-    const QString newPass = QStringLiteral("new passphrase 2");
-    std::int64_t record = 0;
-    {
-        TestSession run;
-        QCOMPARE(CreateDatabase(run, path, oldPass), 0);
-        Store& store = run.store();
-        record = AddRecord(store, "survives the change");
-        // The user row cannot be written: the change fails half way and the old passphrase stays.
-        QVERIFY(!store.connection().exec("CREATE TEMP TRIGGER refuse_user BEFORE UPDATE ON tt WHEN OLD.fSec=2 "
-                                         "BEGIN SELECT RAISE(ABORT, 'refused'); END"));
-        run.prompter.passphrases.enqueue(oldPass);
-        QVERIFY(!keys::ChangePassphrase(store, [&](Store& target) {
-            QString typed = newPass;
-            keys::SetDigests(target, typed);
-            return 0;
-        }));
-        QCOMPARE(run.prompter.numbers(), QList<int>{124});
-        QCOMPARE(SecureText(store.PassDigest), digestOf(oldPass));
-        open_sequence::CloseDatabase(run.session);
-    }
-    {
-        TestSession run;
-        QCOMPARE(OpenDatabase(run, path, oldPass), 0);
-        run.prompter.passphrases << oldPass << newPass;
-        QVERIFY(open_sequence::ChangePassphraseCommand(run.session));
-        QVERIFY(run.prompter.shown.isEmpty());
-        open_sequence::CloseDatabase(run.session);
-    }
-    TestSession refused;
-    QCOMPARE(OpenDatabase(refused, path, oldPass), StoreError::Fatal);
-    QCOMPARE(refused.prompter.numbers(), QList<int>{85});
-    TestSession run;
-    QCOMPARE(OpenDatabase(run, path, newPass), 0);
-    QCOMPARE(ReadRecord(run.store(), record), QByteArray("survives the change"));
-}
-
-QTEST_GUILESS_MAIN(TestKeysUsers)
+NCT_TEST_MAIN(TestKeysUsers)
 #include "tst_keys_users.moc"
