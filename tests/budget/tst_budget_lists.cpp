@@ -3,28 +3,13 @@
 #include "store/conversion.h"
 #include "store/record_get.h"
 #include "store/record_put.h"
-#include "support/test_databases.h"
-
-#include <QFile>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QRandomGenerator>
-#include <QtTest>
+#include "support/test_main.h"
 
 #include <memory>
 
 namespace {
 
 const QString kPass = QStringLiteral("Budget lists pass 1");
-
-QByteArray Vector(const char* key) {
-    QFile file(QStringLiteral(NCT_TEST_DATA_DIR "/store-vectors.json"));
-    if (!file.open(QIODevice::ReadOnly)) {
-        return {};
-    }
-    const QJsonObject lists = QJsonDocument::fromJson(file.readAll()).object().value("lists").toObject();
-    return QByteArray::fromHex(lists.value(QLatin1String(key)).toString().toLatin1());
-}
 
 QByteArray Header(std::int32_t user, char section = 17) {
     return CONVERSION::NumToBytes(user, 4) + QByteArray(1, section);
@@ -36,7 +21,6 @@ struct Fixture {
     QString path = dir.filePath(QStringLiteral("lists.nct"));
     std::unique_ptr<TestSession> run = std::make_unique<TestSession>();
 
-    Fixture() { RedirectSettings(dir.filePath(QStringLiteral("settings"))); }
     bool create() { return CreateDatabase(*run, path, kPass) == 0; }
     bool reopen() {
         open_sequence::CloseDatabase(run->session);
@@ -84,175 +68,166 @@ struct Fixture {
 class TestBudgetLists : public QObject {
     Q_OBJECT
 private Q_SLOTS:
-    void knownAnswers();
-    void firstUseAndForeignRows();
-    void roundTripThroughFile();
-    void refusedTexts_data();
-    void refusedTexts();
-    void truncatedAndHostileTexts();
-    void namesAndEntries();
-    void repairTouchesOnlyTheOwnersMode();
+    void knownAnswers() {
+        const QByteArray budgets = ListVector("budgets_hex");
+        const QByteArray modes = ListVector("paymodes_hex");
+        QVERIFY(!budgets.isEmpty() && !modes.isEmpty());
+        QCOMPARE(budget::BudgetListText(3, budget::DefaultBudgets()).toHex(), budgets.toHex());
+        QCOMPARE(budget::PayModesText(3, budget::DefaultPayModes()).toHex(), modes.toHex());
+        Fixture::compare(*budget::ParseBudgetList(3, budgets), budget::DefaultBudgets());
+        QCOMPARE(budget::ParsePayModes(3, modes)->ids, budget::DefaultPayModes().ids);
+        QCOMPARE(budget::ParsePayModes(3, modes)->names, budget::DefaultPayModes().names);
+    }
+
+    void firstUseAndForeignRows() {
+        Fixture f;
+        QVERIFY(f.create());
+        const std::optional<budget::BudgetList> list = budget::LoadBudgets(f.store());
+        QVERIFY(list);
+        QCOMPARE(list->ids, (QVector<std::uint8_t>{0, 1, 2}));
+        QCOMPARE(list->names, (QStringList{"Budget 1", "Budget 2", "Budget 3"}));
+        QCOMPARE(budget::LoadPayModes(f.store())->names.value(8), QStringLiteral("Bankomat"));
+        const std::int64_t key = f.listRows(budget::kBudgetListSection).value(0);
+        const std::optional<Row> row = ReadRow(f.store().connection(), key);
+        QCOMPARE(row->integer(Col::fR1), std::int64_t{f.store().user.fPK});
+        QVERIFY(!row->bytes(Col::fT1).isEmpty());
+
+        // Creating the defaults again replaces the row instead of adding a second one.
+        QCOMPARE(budget::SaveBudgets(f.store(), budget::BudgetList{}), 0);
+        QVERIFY(!budget::LoadBudgets(f.store()));
+        QCOMPARE(budget::CreateDefaultBudgets(f.store()), 0);
+        QCOMPARE(f.listRows(budget::kBudgetListSection).size(), 1);
+        QCOMPARE(budget::LoadBudgets(f.store())->count(), 3);
+
+        // The row of another user is refused and not replaced behind the user's back.
+        const std::int64_t now = f.listRows(budget::kBudgetListSection).value(0);
+        const QByteArray foreign = budget::BudgetListText(f.store().user.fPK + 1, budget::DefaultBudgets());
+        QVERIFY(!ChangeRow(f.store().connection(), now, [&](RowValues& values) {
+            values.set(Col::fEtx, f.store().cry.Cipher(static_cast<std::int32_t>(now), 1, foreign));
+            return true;
+        }));
+        QVERIFY(!budget::LoadBudgets(f.store()));
+        QCOMPARE(f.listRows(budget::kBudgetListSection), QList<std::int64_t>{now});
+    }
+
+    void roundTripThroughFile() {
+        Fixture f;
+        QVERIFY(f.create());
+        budget::BudgetList list;
+        for (int id = 255; id >= 0; --id) {
+            list.append(static_cast<std::uint8_t>(id), QStringLiteral("B%1 \u03A9").arg(id), id % 2 == 0, id % 3 == 0);
+        }
+        budget::PayModes modes;
+        modes.ids = {511, 255, 1, -1};
+        modes.names = {QStringLiteral("Vale"), QStringLiteral("Cr\u00E9dit"), QString(), QStringLiteral("x")};
+        QCOMPARE(budget::SaveBudgets(f.store(), list), 0);
+        QCOMPARE(budget::SavePayModes(f.store(), modes), 0);
+        QCOMPARE(budget::SaveBudgets(f.store(), list), 0); // a second save changes the row in place
+        QVERIFY(f.reopen());
+
+        const std::optional<budget::BudgetList> read = budget::LoadBudgets(f.store());
+        QVERIFY(read);
+        Fixture::compare(*read, list);
+        QCOMPARE(budget::LoadPayModes(f.store())->ids, modes.ids);
+        QCOMPARE(budget::LoadPayModes(f.store())->names, modes.names);
+        QCOMPARE(f.listRows(budget::kBudgetListSection).size(), 1);
+        QCOMPARE(f.listRows(budget::kPayModeSection).size(), 1);
+    }
+
+    void refusedTexts_data() {
+        QTest::addColumn<QByteArray>("plain");
+        const QByteArray entry("\x00\xFF"
+                               "A\xFF\x01\xFF\x00",
+                               7);
+        QTest::newRow("empty") << QByteArray();
+        QTest::newRow("short") << Header(3).left(4);
+        QTest::newRow("header only") << Header(3);
+        QTest::newRow("other user") << Header(4) + entry;
+        QTest::newRow("wrong section byte") << Header(3, 9) + entry;
+    }
+
+    void refusedTexts() {
+        QFETCH(QByteArray, plain);
+        QVERIFY(!budget::ParseBudgetList(3, plain));
+        QVERIFY(!budget::ParsePayModes(3, plain));
+    }
+
+    void truncatedAndHostileTexts() {
+        // A truncated last entry keeps what it has; the rest counts as empty and 0.
+        const std::optional<budget::BudgetList> cut =
+            budget::ParseBudgetList(3, Header(3) + QByteArray("\x04\xFF"
+                                                              "Car\xFF\x01\xFF\x00"
+                                                              "\xFF\x09\xFF"
+                                                              "Bo",
+                                                              14));
+        QVERIFY(cut);
+        QCOMPARE(cut->ids, (QVector<std::uint8_t>{4, 9}));
+        QCOMPARE(cut->names, (QStringList{"Car", "Bo"}));
+        QCOMPARE(cut->showPrivate, (QVector<bool>{true, false}));
+        const std::optional<budget::PayModes> modes = budget::ParsePayModes(3, Header(3) + QByteArray("\xFF\x01\xFF"
+                                                                                                      "Tip\xFF\x05",
+                                                                                                      8));
+        QCOMPARE(modes->ids, (QVector<std::int16_t>{511, 5}));
+        QCOMPARE(modes->names, (QStringList{"Tip", QString()}));
+
+        QRandomGenerator random(20261122);
+        for (int i = 0; i < 2000; ++i) {
+            QByteArray tail(static_cast<int>(random.bounded(40)), '\0');
+            for (char& c : tail) {
+                // Many separators, so that every path of the reader is walked.
+                c = random.bounded(3) == 0 ? '\xFF' : static_cast<char>(random.bounded(256));
+            }
+            const std::optional<budget::BudgetList> list = budget::ParseBudgetList(3, Header(3) + tail);
+            QCOMPARE(list.has_value(), !tail.isEmpty());
+            QVERIFY(!list || list->requestPin.size() == list->names.size());
+            QVERIFY(budget::ParsePayModes(3, Header(3) + tail).has_value() == !tail.isEmpty());
+        }
+    }
+
+    void namesAndEntries() {
+        QVERIFY(budget::NameFitsList(QStringLiteral("Groceries")));
+        QVERIFY(!budget::NameFitsList(QStringLiteral("Caf\u00FF")));
+        // The refusal is by the stored bytes: beside a character outside the code page the text is UTF-8, which
+        // never holds the separator.
+        QVERIFY(budget::NameFitsList(QStringLiteral("\u03A9 and \u00FF")));
+
+        budget::PayModes modes;
+        modes.ids = {4, 2};
+        modes.names = {QStringLiteral("Four"), QStringLiteral("Two")};
+        const ListEntries all = budget::PayModeEntries(modes, true);
+        QCOMPARE(all, (ListEntries{{"< All >", -1}, {"<N.S.>", 0}, {"Four", 4}, {"Two", 2}}));
+        QCOMPARE(budget::PayModeEntries(modes, false), all.mid(2));
+    }
+
+    void repairTouchesOnlyTheOwnersMode() {
+        Fixture f;
+        QVERIFY(f.create());
+        const int owner = f.store().user.level;
+        const std::int64_t mine = f.addTransaction(owner, 5);
+        const std::int64_t mineOtherBudget = f.addTransaction(owner, 5, 2);
+        const std::int64_t otherMode = f.addTransaction(owner, 4);
+        const std::int64_t otherOwner = f.addTransaction((owner + 1) % 256, 5);
+        const std::int64_t noMode = f.addTransaction(owner, -1);
+        const std::int64_t unreadable = AddRecord(f.store(), "x", budget::kBudgetSection);
+        QVERIFY(mine && mineOtherBudget && otherMode && otherOwner && noMode && unreadable);
+        QVERIFY(!ChangeRow(f.store().connection(), unreadable, [](RowValues& row) {
+            row.set(Col::fEtx, QByteArray("not a record"));
+            return true;
+        }));
+        const QByteArray untouched = ReadRecord(f.store(), otherOwner);
+
+        QCOMPARE(budget::RepairPayMode(f.store(), 5), 2);
+        QCOMPARE(f.field(mine, 7), QVariant(0));
+        QCOMPARE(f.field(mineOtherBudget, 7), QVariant(0));
+        QCOMPARE(f.field(mine, 2).toString(), QStringLiteral("Rent"));
+        QCOMPARE(f.field(otherMode, 7), QVariant(4));
+        QCOMPARE(ReadRecord(f.store(), otherOwner), untouched);
+        QVERIFY(!f.field(noMode, 7).isValid());
+        QCOMPARE(ReadRow(f.store().connection(), unreadable)->bytes(Col::fEtx), QByteArray("not a record"));
+        QCOMPARE(ReadRow(f.store().connection(), mine)->integer(Col::AE) & 1, std::int64_t{1});
+        QCOMPARE(budget::RepairPayMode(f.store(), 5), 0);
+    }
 };
 
-void TestBudgetLists::knownAnswers() {
-    const QByteArray budgets = Vector("budgets_hex");
-    const QByteArray modes = Vector("paymodes_hex");
-    QVERIFY(!budgets.isEmpty() && !modes.isEmpty());
-    QCOMPARE(budget::BudgetListText(3, budget::DefaultBudgets()).toHex(), budgets.toHex());
-    QCOMPARE(budget::PayModesText(3, budget::DefaultPayModes()).toHex(), modes.toHex());
-    Fixture::compare(*budget::ParseBudgetList(3, budgets), budget::DefaultBudgets());
-    QCOMPARE(budget::ParsePayModes(3, modes)->ids, budget::DefaultPayModes().ids);
-    QCOMPARE(budget::ParsePayModes(3, modes)->names, budget::DefaultPayModes().names);
-}
-
-void TestBudgetLists::firstUseAndForeignRows() {
-    Fixture f;
-    QVERIFY(f.create());
-    const std::optional<budget::BudgetList> list = budget::LoadBudgets(f.store());
-    QVERIFY(list);
-    QCOMPARE(list->ids, (QVector<std::uint8_t>{0, 1, 2}));
-    QCOMPARE(list->names, (QStringList{"Budget 1", "Budget 2", "Budget 3"}));
-    QCOMPARE(budget::LoadPayModes(f.store())->names.value(8), QStringLiteral("Bankomat"));
-    const std::int64_t key = f.listRows(budget::kBudgetListSection).value(0);
-    const std::optional<Row> row = ReadRow(f.store().connection(), key);
-    QCOMPARE(row->integer(Col::fR1), std::int64_t{f.store().user.fPK});
-    QVERIFY(!row->bytes(Col::fT1).isEmpty());
-
-    // Creating the defaults again replaces the row instead of adding a second one.
-    QCOMPARE(budget::SaveBudgets(f.store(), budget::BudgetList{}), 0);
-    QVERIFY(!budget::LoadBudgets(f.store()));
-    QCOMPARE(budget::CreateDefaultBudgets(f.store()), 0);
-    QCOMPARE(f.listRows(budget::kBudgetListSection).size(), 1);
-    QCOMPARE(budget::LoadBudgets(f.store())->count(), 3);
-
-    // The row of another user is refused and not replaced behind the user's back.
-    const std::int64_t now = f.listRows(budget::kBudgetListSection).value(0);
-    const QByteArray foreign = budget::BudgetListText(f.store().user.fPK + 1, budget::DefaultBudgets());
-    QVERIFY(!ChangeRow(f.store().connection(), now, [&](RowValues& values) {
-        values.set(Col::fEtx, f.store().cry.Cipher(static_cast<std::int32_t>(now), 1, foreign));
-        return true;
-    }));
-    QVERIFY(!budget::LoadBudgets(f.store()));
-    QCOMPARE(f.listRows(budget::kBudgetListSection), QList<std::int64_t>{now});
-}
-
-void TestBudgetLists::roundTripThroughFile() {
-    Fixture f;
-    QVERIFY(f.create());
-    budget::BudgetList list;
-    for (int id = 255; id >= 0; --id) {
-        list.append(static_cast<std::uint8_t>(id), QStringLiteral("B%1 \u03A9").arg(id), id % 2 == 0, id % 3 == 0);
-    }
-    budget::PayModes modes;
-    modes.ids = {511, 255, 1, -1};
-    modes.names = {QStringLiteral("Vale"), QStringLiteral("Cr\u00E9dit"), QString(), QStringLiteral("x")};
-    QCOMPARE(budget::SaveBudgets(f.store(), list), 0);
-    QCOMPARE(budget::SavePayModes(f.store(), modes), 0);
-    QCOMPARE(budget::SaveBudgets(f.store(), list), 0); // a second save changes the row in place
-    QVERIFY(f.reopen());
-
-    const std::optional<budget::BudgetList> read = budget::LoadBudgets(f.store());
-    QVERIFY(read);
-    Fixture::compare(*read, list);
-    QCOMPARE(budget::LoadPayModes(f.store())->ids, modes.ids);
-    QCOMPARE(budget::LoadPayModes(f.store())->names, modes.names);
-    QCOMPARE(f.listRows(budget::kBudgetListSection).size(), 1);
-    QCOMPARE(f.listRows(budget::kPayModeSection).size(), 1);
-}
-
-void TestBudgetLists::refusedTexts_data() {
-    QTest::addColumn<QByteArray>("plain");
-    const QByteArray entry("\x00\xFF"
-                           "A\xFF\x01\xFF\x00",
-                           7);
-    QTest::newRow("empty") << QByteArray();
-    QTest::newRow("short") << Header(3).left(4);
-    QTest::newRow("header only") << Header(3);
-    QTest::newRow("other user") << Header(4) + entry;
-    QTest::newRow("wrong section byte") << Header(3, 9) + entry;
-}
-
-void TestBudgetLists::refusedTexts() {
-    QFETCH(QByteArray, plain);
-    QVERIFY(!budget::ParseBudgetList(3, plain));
-    QVERIFY(!budget::ParsePayModes(3, plain));
-}
-
-void TestBudgetLists::truncatedAndHostileTexts() {
-    // A truncated last entry keeps what it has; the rest counts as empty and 0.
-    const std::optional<budget::BudgetList> cut =
-        budget::ParseBudgetList(3, Header(3) + QByteArray("\x04\xFF"
-                                                          "Car\xFF\x01\xFF\x00"
-                                                          "\xFF\x09\xFF"
-                                                          "Bo",
-                                                          14));
-    QVERIFY(cut);
-    QCOMPARE(cut->ids, (QVector<std::uint8_t>{4, 9}));
-    QCOMPARE(cut->names, (QStringList{"Car", "Bo"}));
-    QCOMPARE(cut->showPrivate, (QVector<bool>{true, false}));
-    const std::optional<budget::PayModes> modes = budget::ParsePayModes(3, Header(3) + QByteArray("\xFF\x01\xFF"
-                                                                                                  "Tip\xFF\x05",
-                                                                                                  8));
-    QCOMPARE(modes->ids, (QVector<std::int16_t>{511, 5}));
-    QCOMPARE(modes->names, (QStringList{"Tip", QString()}));
-
-    QRandomGenerator random(20261122);
-    for (int i = 0; i < 2000; ++i) {
-        QByteArray tail(static_cast<int>(random.bounded(40)), '\0');
-        for (char& c : tail) {
-            // Many separators, so that every path of the reader is walked.
-            c = random.bounded(3) == 0 ? '\xFF' : static_cast<char>(random.bounded(256));
-        }
-        const std::optional<budget::BudgetList> list = budget::ParseBudgetList(3, Header(3) + tail);
-        QCOMPARE(list.has_value(), !tail.isEmpty());
-        QVERIFY(!list || list->requestPin.size() == list->names.size());
-        QVERIFY(budget::ParsePayModes(3, Header(3) + tail).has_value() == !tail.isEmpty());
-    }
-}
-
-void TestBudgetLists::namesAndEntries() {
-    QVERIFY(budget::NameFitsList(QStringLiteral("Groceries")));
-    QVERIFY(!budget::NameFitsList(QStringLiteral("Caf\u00FF")));
-    // The refusal is by the stored bytes: beside a character outside the code page the text is UTF-8, which
-    // never holds the separator.
-    QVERIFY(budget::NameFitsList(QStringLiteral("\u03A9 and \u00FF")));
-
-    budget::PayModes modes;
-    modes.ids = {4, 2};
-    modes.names = {QStringLiteral("Four"), QStringLiteral("Two")};
-    const ListEntries all = budget::PayModeEntries(modes, true);
-    QCOMPARE(all, (ListEntries{{"< All >", -1}, {"<N.S.>", 0}, {"Four", 4}, {"Two", 2}}));
-    QCOMPARE(budget::PayModeEntries(modes, false), all.mid(2));
-}
-
-void TestBudgetLists::repairTouchesOnlyTheOwnersMode() {
-    Fixture f;
-    QVERIFY(f.create());
-    const int owner = f.store().user.level;
-    const std::int64_t mine = f.addTransaction(owner, 5);
-    const std::int64_t mineOtherBudget = f.addTransaction(owner, 5, 2);
-    const std::int64_t otherMode = f.addTransaction(owner, 4);
-    const std::int64_t otherOwner = f.addTransaction((owner + 1) % 256, 5);
-    const std::int64_t noMode = f.addTransaction(owner, -1);
-    const std::int64_t unreadable = AddRecord(f.store(), "x", budget::kBudgetSection);
-    QVERIFY(mine && mineOtherBudget && otherMode && otherOwner && noMode && unreadable);
-    QVERIFY(!ChangeRow(f.store().connection(), unreadable, [](RowValues& row) {
-        row.set(Col::fEtx, QByteArray("not a record"));
-        return true;
-    }));
-    const QByteArray untouched = ReadRecord(f.store(), otherOwner);
-
-    QCOMPARE(budget::RepairPayMode(f.store(), 5), 2);
-    QCOMPARE(f.field(mine, 7), QVariant(0));
-    QCOMPARE(f.field(mineOtherBudget, 7), QVariant(0));
-    QCOMPARE(f.field(mine, 2).toString(), QStringLiteral("Rent"));
-    QCOMPARE(f.field(otherMode, 7), QVariant(4));
-    QCOMPARE(ReadRecord(f.store(), otherOwner), untouched);
-    QVERIFY(!f.field(noMode, 7).isValid());
-    QCOMPARE(ReadRow(f.store().connection(), unreadable)->bytes(Col::fEtx), QByteArray("not a record"));
-    QCOMPARE(ReadRow(f.store().connection(), mine)->integer(Col::AE) & 1, std::int64_t{1});
-    QCOMPARE(budget::RepairPayMode(f.store(), 5), 0);
-}
-
-QTEST_GUILESS_MAIN(TestBudgetLists)
+NCT_TEST_MAIN(TestBudgetLists)
 #include "tst_budget_lists.moc"

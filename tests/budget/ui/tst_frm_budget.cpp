@@ -3,25 +3,8 @@
 #include "budget/ui/frm_budget.h"
 #include "budget/ui/frm_edit_budget.h"
 #include "sections/categories/categories.h"
-#include "support/test_databases.h"
+#include "support/gui.h"
 
-#include <QAction>
-#include <QApplication>
-#include <QCheckBox>
-#include <QComboBox>
-#include <QDateEdit>
-#include <QLabel>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QPlainTextEdit>
-#include <QPushButton>
-#include <QTabWidget>
-#include <QTimer>
-#include <QToolButton>
-#include <QTreeWidget>
-#include <QtTest>
-
-#include <functional>
 #include <tuple>
 
 namespace {
@@ -31,9 +14,7 @@ const QString kPass = QStringLiteral("Budget form pass 1");
 
 // Runs `fill` on the transaction editor once it is shown modally, then presses its OK unless `fill` closed it.
 void AnswerEditor(const std::function<void(frmEditBudget&)>& fill) {
-    QTimer::singleShot(0, [fill] {
-        auto* editor = qobject_cast<frmEditBudget*>(QApplication::activeModalWidget());
-        QVERIFY(editor != nullptr);
+    WhenModal<frmEditBudget>([fill](frmEditBudget* editor) {
         fill(*editor);
         if (editor->isVisible()) {
             editor->cmdOK->click();
@@ -94,11 +75,6 @@ class TestFrmBudget : public QObject {
     }
 
 private Q_SLOTS:
-    void initTestCase() {
-        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
-        RedirectSettings(m_dir.filePath(QStringLiteral("settings")));
-    }
-
     // Every test starts from a file of its own, with two categories and private records shown.
     void init() {
         const QString path = m_dir.filePath(QStringLiteral("%1.nct").arg(QTest::currentTestFunction()));
@@ -397,5 +373,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestFrmBudget)
+NCT_GUI_TEST_MAIN(TestFrmBudget)
 #include "tst_frm_budget.moc"

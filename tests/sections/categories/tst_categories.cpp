@@ -1,14 +1,8 @@
 #include "sections/categories/categories.h"
 
-#include "shell/open_sequence.h"
-#include "store/codepage.h"
 #include "store/conversion.h"
 #include "store/record_put.h"
-#include "support/test_databases.h"
-
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QtTest>
+#include "support/test_main.h"
 
 #include <memory>
 
@@ -71,8 +65,6 @@ class TestCategories : public QObject {
 
 private Q_SLOTS:
     void initTestCase() {
-        QVERIFY(m_dir.isValid());
-        RedirectSettings(m_dir.filePath(QStringLiteral("settings")));
         m_path = m_dir.filePath(QStringLiteral("lists.nct"));
         m_run = std::make_unique<TestSession>();
         QCOMPARE(CreateDatabase(*m_run, m_path, kPassphrase), 0);
@@ -100,12 +92,7 @@ private Q_SLOTS:
     }
 
     void knownPlainTextOfABudgetList() {
-        QFile file(QStringLiteral(NCT_TEST_DATA_DIR "/store-vectors.json"));
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QJsonObject lists =
-            QJsonDocument::fromJson(file.readAll()).object().value(QLatin1String("lists")).toObject();
-        const QByteArray expected =
-            QByteArray::fromHex(lists.value(QLatin1String("category_hex")).toString().toLatin1());
+        const QByteArray expected = ListVector("category_hex");
         QVERIFY(!expected.isEmpty());
 
         const std::int32_t user = store().user.fPK;
@@ -186,13 +173,11 @@ private Q_SLOTS:
     void entriesOfAList() {
         QFETCH(QString, list);
         QFETCH(int, flags);
-        QFETCH(QStringList, expected);
-        QFETCH(QString, expectedTag);
         ListEntries entries;
         const QString tag =
             AddCategoryEntries(entries, list, FillFlags{(flags & 1) != 0, (flags & 2) != 0, (flags & 4) != 0});
-        QCOMPARE(texts(entries), expected);
-        QCOMPARE(tag, expectedTag);
+        QTEST(texts(entries), "expected");
+        QTEST(tag, "expectedTag");
     }
 
     void idsAndJoining() {
@@ -246,5 +231,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestCategories)
+NCT_TEST_MAIN(TestCategories)
 #include "tst_categories.moc"

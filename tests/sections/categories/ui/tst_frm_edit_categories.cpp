@@ -2,11 +2,7 @@
 
 #include "sections/categories/categories.h"
 #include "shell/ui/list_controls.h"
-#include "support/test_databases.h"
-
-#include <QListWidget>
-#include <QPushButton>
-#include <QtTest>
+#include "support/gui.h"
 
 #include <memory>
 
@@ -41,18 +37,15 @@ class TestFrmEditCategories : public QObject {
 
 private Q_SLOTS:
     void initTestCase() {
-        QVERIFY(m_dir.isValid());
-        RedirectSettings(m_dir.filePath(QStringLiteral("settings")));
         m_run = std::make_unique<TestSession>();
         QCOMPARE(CreateDatabase(*m_run, m_dir.filePath(QStringLiteral("edit.nct")), QStringLiteral("four pale owls")),
                  0);
     }
 
     void init() {
-        prompter().shown.clear();
+        prompter().forget();
         prompter().replies.clear();
         prompter().inputs.clear();
-        prompter().inputTitles.clear();
         QCOMPARE(SaveCategoryText(store(), QStringLiteral("Rent;2;Food;1;Kept;255;Odd;0"), 14), 0);
     }
 
@@ -60,8 +53,6 @@ private Q_SLOTS:
         frmEditCategories form(store(), 14, 0);
         form.show();
         QVERIFY(QTest::qWaitForWindowExposed(&form));
-        QCOMPARE(form.windowTitle(), QStringLiteral("Categories"));
-        QCOMPARE(form.cmdEsc->text(), QStringLiteral("Esc"));
         QCOMPARE(form.focusWidget(), form.cmdNew);
         QCOMPARE(shownEntries(form.CatList), (QStringList{"Food=1", "Kept=255", "Odd=0", "Rent=2"}));
 
@@ -166,5 +157,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestFrmEditCategories)
+NCT_GUI_TEST_MAIN(TestFrmEditCategories)
 #include "tst_frm_edit_categories.moc"
