@@ -8,32 +8,16 @@ namespace {
 
 const QString kPassphrase = QStringLiteral("correct horse battery");
 
-// Answers from the script, but runs busy work on a worker thread as the GUI does, and notes the thread each
-// question was asked on.
-class WorkerPrompter final : public Prompter {
+// Answers from the script, and runs busy work on a worker thread as the GUI does when told so.
+class WorkerPrompter final : public ScriptedPrompter {
 public:
-    explicit WorkerPrompter(ScriptedPrompter& script)
-        : m_script(script) {}
-
+    bool onWorker = false;
     int busyCalls = 0;
-    QList<QThread*> askedOn;
 
-    Reply message(int number, const QString& text, Buttons buttons, Icon icon) override {
-        return note(m_script.message(number, text, buttons, icon));
-    }
-    PassphraseReply passphrase(const PassphraseRequest& request) override { return note(m_script.passphrase(request)); }
-    QString chooseNewFile(const QString& title, const QString& filter) override {
-        return note(m_script.chooseNewFile(title, filter));
-    }
-    QString chooseExistingFile(const QString& title, const QString& filter) override {
-        return note(m_script.chooseExistingFile(title, filter));
-    }
-    QString chooseFolder(const QString& prompt, const QString& start) override {
-        return note(m_script.chooseFolder(prompt, start));
-    }
-    void status(const QString& text) override { m_script.status(text); }
-    void penaltyWait(int milliseconds) override { m_script.penaltyWait(milliseconds); }
-    int busy(const QString&, const std::function<int()>& work) override {
+    int busy(const QString& text, const std::function<int()>& work) override {
+        if (!onWorker) {
+            return ScriptedPrompter::busy(text, work);
+        }
         ++busyCalls;
         int result = 0;
         const std::unique_ptr<QThread> worker(QThread::create([&] { result = work(); }));
@@ -44,24 +28,13 @@ public:
         worker->wait();
         return result;
     }
-
-private:
-    template <typename T> T note(T answer) {
-        askedOn.append(QThread::currentThread());
-        return answer;
-    }
-
-    ScriptedPrompter& m_script;
 };
 
 // One run of the program, its busy work on the calling thread or, as in the GUI, on a worker.
 struct Run {
-    explicit Run(bool onWorker = false)
-        : session(onWorker ? static_cast<Prompter&>(worker) : prompter) {}
-
-    ScriptedPrompter prompter;
-    WorkerPrompter worker{prompter};
-    Session session;
+    explicit Run(bool onWorker = false) { prompter.onWorker = onWorker; }
+    WorkerPrompter prompter;
+    Session session{prompter};
     Store& store() { return session.store(); }
 };
 
@@ -116,8 +89,8 @@ private Q_SLOTS:
         QCOMPARE(QFileInfo(run.session.DbPath), QFileInfo(restoreTo + QStringLiteral("/mydata.nct")));
         if (worker) {
             // Both commands worked behind the busy window, and every question reached the person's thread.
-            QCOMPARE(run.worker.busyCalls, 2);
-            QCOMPARE(run.worker.askedOn, QList<QThread*>(run.worker.askedOn.size(), QThread::currentThread()));
+            QCOMPARE(run.prompter.busyCalls, 2);
+            QCOMPARE(run.prompter.askedOn, QList<QThread*>(run.prompter.askedOn.size(), QThread::currentThread()));
         }
 
         // The restored file asks for its own passphrase, and holds what the backup held.
