@@ -19,8 +19,7 @@ QString memosDiffer(const QString& file, const QMap<std::int64_t, QByteArray>& m
     if (OpenDatabase(opening, file, kPassphrase) != 0) {
         return QStringLiteral("does not open");
     }
-    sqlite::Statement count = opening.store().connection().prepare("SELECT count(*) FROM tt WHERE fSec=14");
-    if (!count.step() || count.int64(0) != memos.size()) {
+    if (Scalar(opening.store().connection(), QStringLiteral("SELECT count(*) FROM tt WHERE fSec=14")) != memos.size()) {
         return QStringLiteral("not %1 memos").arg(memos.size());
     }
     for (auto it = memos.begin(); it != memos.end(); ++it) {
@@ -60,39 +59,30 @@ private Q_SLOTS:
         QCOMPARE(db::CreateDatabaseFile(file).number, 0);
         sqlite::Connection connection;
         QCOMPARE(connection.open(file, sqlite::Connection::Mode::ReadWrite).number, 0);
-        sqlite::Statement insert = connection.prepare("INSERT INTO tt (fPK, fSec, fT1, fEtx) VALUES (?, ?, ?, ?)");
-        auto add = [&insert](std::int64_t fpk, int sec, const QString& token) {
-            insert.reset();
-            insert.bind(1, fpk).bind(2, static_cast<std::int64_t>(sec)).bind(4, QByteArray::number(fpk));
-            if (token == QLatin1String("~")) {
-                insert.bindNull(3);
-            } else {
-                insert.bind(3, token.toUpper().toLatin1());
-            }
-            return !insert.step() && !insert.error();
-        };
         // Rows of another section with the same titles come first and are no copies. The rest go in from the
         // highest key down, so that "first" can only mean the lowest key.
-        QVERIFY(add(51, 18, QStringLiteral("A")) && add(52, 18, QStringLiteral("C")));
+        QString rows = QStringLiteral("(51, 18, 'A'), (52, 18, 'C')");
         QStringList expected{QStringLiteral("51"), QStringLiteral("52")};
         const QStringList tokens = titles.split(u' ');
-        for (qsizetype i = tokens.size() - 1; i >= 0; --i) {
-            QVERIFY(add(100 + i, section, tokens[i]));
+        for (int i = static_cast<int>(tokens.size()) - 1; i >= 0; --i) {
+            const QString title = tokens[i] == u'~' ? QStringLiteral("NULL") : u'\'' + tokens[i].toUpper() + u'\'';
+            rows += QStringLiteral(", (%1, %2, %3)").arg(100 + i).arg(section).arg(title);
         }
-        for (qsizetype i = 0; i < tokens.size(); ++i) {
+        for (int i = 0; i < tokens.size(); ++i) {
             if (tokens[i] == tokens[i].toUpper()) {
                 expected << QString::number(100 + i);
             }
         }
-        insert = sqlite::Statement();
-
+        const QString insert =
+            QStringLiteral("INSERT INTO tt (fPK, fSec, fT1, fEtx) SELECT column1, column2, CAST(column3 "
+                           "AS BLOB), CAST(column1 AS BLOB) FROM (VALUES %1)")
+                .arg(rows);
+        QVERIFY(!connection.exec(insert.toUtf8().constData()));
         QCOMPARE(check::RemoveDuplicates(connection), static_cast<int>(tokens.size() + 2 - expected.size()));
-        QStringList remaining;
-        sqlite::Statement select = connection.prepare("SELECT fEtx FROM tt ORDER BY fPK");
-        while (select.step()) {
-            remaining << QString::fromLatin1(select.bytes(0));
-        }
-        QCOMPARE(remaining, expected);
+        QCOMPARE(
+            Scalar(connection, QStringLiteral("SELECT group_concat(fEtx, ' ') FROM (SELECT fEtx FROM tt ORDER BY fPK)"))
+                .toString(),
+            expected.join(u' '));
         QCOMPARE(check::RemoveDuplicates(connection), 0);
     }
 
@@ -154,12 +144,9 @@ private Q_SLOTS:
         QCOMPARE(size, packed.size());
         const QByteArray storedPath = QFileInfo(file).absoluteFilePath().toLatin1();
         const qsizetype n = storedPath.size();
-        const auto s = static_cast<quint32>(source.size());
-        QByteArray trailer = storedPath + char(n) + '\x03';
-        for (int shift = 0; shift < 32; shift += 8) {
-            trailer.append(static_cast<char>((s >> shift) & 0xFF));
-        }
-        QCOMPARE(packed.right(n + 6), trailer);
+        QByteArray size4(4, '\0');
+        qToLittleEndian(static_cast<quint32>(source.size()), size4.data());
+        QCOMPARE(packed.right(n + 6), storedPath + char(n) + '\x03' + size4);
         const QByteArray stream = packed.left(packed.size() - n - 6);
         QByteArray plain(source.size(), '\0');
         uLongf length = static_cast<uLongf>(plain.size());

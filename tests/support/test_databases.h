@@ -84,6 +84,12 @@ inline QByteArray ReadRecord(Store& store, std::int64_t fpk) {
     return row ? store.cry.Cipher(static_cast<std::int32_t>(fpk), 2, row->bytes(Col::fEtx)) : QByteArray();
 }
 
+// The first value `sql` gives, or an invalid variant.
+inline QVariant Scalar(sqlite::Connection& connection, const QString& sql) {
+    sqlite::Statement select = connection.prepare(sql.toUtf8().constData());
+    return select.step() ? select.value(0) : QVariant();
+}
+
 // A writable copy of `source` at `target`, replacing any file there; `target`, or empty when it failed.
 inline QString CopyWritable(const QString& source, const QString& target) {
     QFile::remove(target);
