@@ -10,23 +10,28 @@ constexpr int kSunday = 1;
 constexpr int kMonday = 2;
 constexpr int kSaturday = 7;
 
-QDate D(const char* iso) {
-    return QDate::fromString(QString::fromLatin1(iso), Qt::ISODate);
+QDate D(const QString& iso) {
+    return QDate::fromString(iso, Qt::ISODate);
 }
 
-PeriodState State(const char* from, const char* to, const QString& year, const QString& week, int pointer) {
+// The tables write a period as "from|to|year|week".
+PeriodState State(const QString& text, int pointer) {
+    const QStringList parts = text.split(u'|');
     PeriodState state;
-    state.from = D(from);
-    state.to = D(to);
-    state.yearText = year;
-    state.weekText = week;
+    state.from = D(parts.value(0));
+    state.to = D(parts.value(1));
+    state.yearText = parts.value(2);
+    state.weekText = parts.value(3);
     state.pointer = pointer;
     return state;
 }
 
-} // namespace
+QString Text(const PeriodState& state) {
+    return QStringList{state.from.toString(Qt::ISODate), state.to.toString(Qt::ISODate), state.yearText, state.weekText}
+        .join(u'|');
+}
 
-Q_DECLARE_METATYPE(PeriodState)
+} // namespace
 
 class TestPeriods : public QObject {
     Q_OBJECT
@@ -57,6 +62,7 @@ private Q_SLOTS:
         QTest::newRow("same day, Monday first, 53") << D("2000-12-31") << kMonday << D("2000-12-25") << 53;
         QTest::newRow("bad first day counts as Sunday") << D("2023-01-02") << 0 << D("2023-01-01") << 1;
     }
+
     void weeks() {
         QFETCH(QDate, date);
         QFETCH(int, firstDay);
@@ -70,112 +76,91 @@ private Q_SLOTS:
         QTest::addColumn<int>("index");
         QTest::addColumn<QDate>("today");
         QTest::addColumn<QString>("yearText");
-        QTest::addColumn<QDate>("from");
-        QTest::addColumn<QDate>("to");
-        QTest::addColumn<QString>("yearAfter");
-        QTest::addColumn<QString>("weekAfter");
-        const QDate today(2024, 5, 15);
-        const QString y("2023");
-        const QString w("W 9");
-        const auto row = [&](int index, const QDate& from, const QDate& to) {
-            QTest::addRow("%d", index) << index << today << y << from << to << y << w;
+        QTest::addColumn<QString>("after");
+        const auto row = [](const QString& name, int index, const QString& today, const QString& year,
+                            const QString& after) {
+            QTest::newRow(qPrintable(name)) << index << D(today) << year << after;
         };
         // The year, its halves, quarters and months (periods 0 to 18), each from its first day to its last.
         int period = 0;
         for (const int months : {12, 6, 3, 1}) {
-            for (int first = 1; first <= 12; first += months) {
+            for (int first = 1; first <= 12; first += months, ++period) {
                 const QDate from(2023, first, 1);
-                row(period++, from, from.addMonths(months).addDays(-1));
+                const QDate to = from.addMonths(months).addDays(-1);
+                row(QString::number(period), period, "2024-05-15", "2023",
+                    from.toString(Qt::ISODate) + u'|' + to.toString(Qt::ISODate) + QStringLiteral("|2023|W 9"));
             }
         }
-        row(19, D("2023-01-01"), D("2023-05-15"));
-        row(20, D("2023-05-15"), D("2023-05-15"));
-        QTest::newRow("21 ignores the year") << 21 << today << y << D("2024-05-12") << D("2024-05-18") << y << "W 20";
-        row(22, D("2000-01-01"), D("2024-05-15"));
-        QTest::newRow("19 on 29 Feb, common year")
-            << 19 << D("2024-02-29") << y << D("2023-01-01") << D("2023-02-28") << y << w;
-        QTest::newRow("20 on 29 Feb, common year")
-            << 20 << D("2024-02-29") << y << D("2023-02-28") << D("2023-02-28") << y << w;
-        QTest::newRow("year text not a number")
-            << 0 << today << "abc" << D("2024-01-01") << D("2024-12-31") << "2024" << w;
-        QTest::newRow("year before the limit")
-            << 7 << today << "1900" << D("1907-07-03") << D("1907-07-03") << "1907" << w;
-        QTest::newRow("year after the limit")
-            << 0 << today << "3000" << D("2076-01-01") << D("2076-03-31") << "2076" << w;
+        row("19", 19, "2024-05-15", "2023", "2023-01-01|2023-05-15|2023|W 9");
+        row("20", 20, "2024-05-15", "2023", "2023-05-15|2023-05-15|2023|W 9");
+        row("21 ignores the year", 21, "2024-05-15", "2023", "2024-05-12|2024-05-18|2023|W 20");
+        row("22", 22, "2024-05-15", "2023", "2000-01-01|2024-05-15|2023|W 9");
+        row("19 on 29 Feb, common year", 19, "2024-02-29", "2023", "2023-01-01|2023-02-28|2023|W 9");
+        row("20 on 29 Feb, common year", 20, "2024-02-29", "2023", "2023-02-28|2023-02-28|2023|W 9");
+        row("year text not a number", 0, "2024-05-15", "abc", "2024-01-01|2024-12-31|2024|W 9");
+        row("year before the limit", 7, "2024-05-15", "1900", "1907-07-03|1907-07-03|1907|W 9");
+        row("year after the limit", 0, "2024-05-15", "3000", "2076-01-01|2076-03-31|2076|W 9");
     }
+
     void select() {
         QFETCH(int, index);
         QFETCH(QDate, today);
         QFETCH(QString, yearText);
-        PeriodState state = State("2010-01-01", "2010-01-01", yearText, "W 9", kPeriodByHand);
+        PeriodState state = State(QStringLiteral("2010-01-01|2010-01-01|%1|W 9").arg(yearText), kPeriodByHand);
         SelectPeriod(state, index, today, kSunday);
-        QTEST(state.from, "from");
-        QTEST(state.to, "to");
-        QTEST(state.yearText, "yearAfter");
-        QTEST(state.weekText, "weekAfter");
+        QTEST(Text(state), "after");
         QCOMPARE(state.pointer, index);
     }
 
     void move_data() {
-        QTest::addColumn<PeriodState>("before");
-        QTest::addColumn<int>("unit");
-        QTest::addColumn<bool>("up");
+        QTest::addColumn<int>("pointer");
+        QTest::addColumn<QString>("before");
+        QTest::addColumn<QString>("step"); // the unit, and + for up
         QTest::addColumn<int>("firstDay");
-        QTest::addColumn<PeriodState>("after");
-        const int week = kPeriodWeek;
-        QTest::newRow("year") << State("2024-01-01", "2024-02-29", "2024", "W 3", 19) << 0 << true << kSunday
-                              << State("2025-01-01", "2025-02-28", "2025", "W 3", 19);
-        QTest::newRow("year, week keeps its number")
-            << State("2022-05-15", "2022-05-21", "2022", "W 21", week) << 0 << true << kSunday
-            << State("2023-05-21", "2023-05-27", "2023", "W 21", week);
-        QTest::newRow("year, week back again") << State("2023-05-21", "2023-05-27", "2023", "W 21", week) << 0 << false
-                                               << kSunday << State("2022-05-15", "2022-05-21", "2022", "W 21", week);
-        QTest::newRow("year past the upper limit") << State("2076-01-01", "2076-03-31", "2076", "W 1", 0) << 0 << true
-                                                   << kSunday << State("2076-03-31", "2076-03-31", "2076", "W 1", 0);
-        QTest::newRow("year past the lower limit") << State("1907-07-03", "1907-12-31", "1907", "W 1", 0) << 0 << false
-                                                   << kSunday << State("1907-07-03", "1907-07-03", "1907", "W 1", 0);
-        QTest::newRow("week up into 1 January") << State("2024-12-22", "2024-12-28", "2024", "W 52", week) << 1 << true
-                                                << kSunday << State("2024-12-29", "2025-01-04", "2025", "W 1", week);
-        QTest::newRow("week up after 1 January") << State("2024-12-29", "2025-01-04", "2025", "W 1", week) << 1 << true
-                                                 << kSunday << State("2025-01-05", "2025-01-11", "2025", "W 2", week);
-        QTest::newRow("week down into 1 January")
-            << State("2025-01-05", "2025-01-11", "2025", "W 2", week) << 1 << false << kSunday
-            << State("2024-12-29", "2025-01-04", "2025", "W 1", week);
-        QTest::newRow("week down into the old year")
-            << State("2024-12-29", "2025-01-04", "2025", "W 1", week) << 1 << false << kSunday
-            << State("2024-12-22", "2024-12-28", "2024", "W 52", week);
-        QTest::newRow("week down, year already shown")
-            << State("2024-12-29", "2025-01-04", "2024", "W 53", week) << 1 << false << kSunday
-            << State("2024-12-22", "2024-12-28", "2024", "W 52", week);
+        QTest::addColumn<QString>("after");
+        const auto row = [](const char* name, int pointer, const char* before, const char* step, const char* after,
+                            int firstDay = kSunday) {
+            QTest::newRow(name) << pointer << QString::fromLatin1(before) << QString::fromLatin1(step) << firstDay
+                                << QString::fromLatin1(after);
+        };
+        const int w = kPeriodWeek;
+        row("year", 19, "2024-01-01|2024-02-29|2024|W 3", "year+", "2025-01-01|2025-02-28|2025|W 3");
+        row("year, week keeps its number", w, "2022-05-15|2022-05-21|2022|W 21", "year+",
+            "2023-05-21|2023-05-27|2023|W 21");
+        row("year, week back again", w, "2023-05-21|2023-05-27|2023|W 21", "year-", "2022-05-15|2022-05-21|2022|W 21");
+        row("year past the upper limit", 0, "2076-01-01|2076-03-31|2076|W 1", "year+",
+            "2076-03-31|2076-03-31|2076|W 1");
+        row("year past the lower limit", 0, "1907-07-03|1907-12-31|1907|W 1", "year-",
+            "1907-07-03|1907-07-03|1907|W 1");
+        row("week up into 1 January", w, "2024-12-22|2024-12-28|2024|W 52", "week+", "2024-12-29|2025-01-04|2025|W 1");
+        row("week up after 1 January", w, "2024-12-29|2025-01-04|2025|W 1", "week+", "2025-01-05|2025-01-11|2025|W 2");
+        row("week down into 1 January", w, "2025-01-05|2025-01-11|2025|W 2", "week-", "2024-12-29|2025-01-04|2025|W 1");
+        row("week down into the old year", w, "2024-12-29|2025-01-04|2025|W 1", "week-",
+            "2024-12-22|2024-12-28|2024|W 52");
+        row("week down, year already shown", w, "2024-12-29|2025-01-04|2024|W 53", "week-",
+            "2024-12-22|2024-12-28|2024|W 52");
         // Chosen on 30 December, the week holds 1 January but shows the old year until it is stepped.
-        QTest::newRow("week up from a freshly chosen year-end week")
-            << State("2024-12-29", "2025-01-04", "2024", "W 53", week) << 1 << true << kSunday
-            << State("2025-01-05", "2025-01-11", "2025", "W 2", week);
-        QTest::newRow("week up, Monday first, 1 January begins a week")
-            << State("2023-12-25", "2023-12-31", "2023", "W 53", week) << 1 << true << kMonday
-            << State("2024-01-01", "2024-01-07", "2024", "W 1", week);
-        QTest::newRow("week down, Monday first, into the old year")
-            << State("2024-01-01", "2024-01-07", "2024", "W 1", week) << 1 << false << kMonday
-            << State("2023-12-25", "2023-12-31", "2023", "W 53", week);
-        QTest::newRow("day into 29 February") << State("2024-02-28", "2024-02-28", "2024", "W 9", 20) << 2 << true
-                                              << kSunday << State("2024-02-29", "2024-02-29", "2024", "W 9", 20);
-        QTest::newRow("day across the year") << State("2024-12-31", "2025-01-05", "2024", "W 9", 25) << 2 << true
-                                             << kSunday << State("2025-01-01", "2025-01-06", "2024", "W 9", 25);
-        QTest::newRow("day below the limit") << State("1907-07-03", "1907-07-03", "1907", "W 9", 20) << 2 << false
-                                             << kSunday << State("1907-07-03", "1907-07-03", "1907", "W 9", 20);
+        row("week up from a freshly chosen year-end week", w, "2024-12-29|2025-01-04|2024|W 53", "week+",
+            "2025-01-05|2025-01-11|2025|W 2");
+        row("week up, Monday first, 1 January begins a week", w, "2023-12-25|2023-12-31|2023|W 53", "week+",
+            "2024-01-01|2024-01-07|2024|W 1", kMonday);
+        row("week down, Monday first, into the old year", w, "2024-01-01|2024-01-07|2024|W 1", "week-",
+            "2023-12-25|2023-12-31|2023|W 53", kMonday);
+        row("day into 29 February", 20, "2024-02-28|2024-02-28|2024|W 9", "day+", "2024-02-29|2024-02-29|2024|W 9");
+        row("day across the year", 25, "2024-12-31|2025-01-05|2024|W 9", "day+", "2025-01-01|2025-01-06|2024|W 9");
+        row("day below the limit", 20, "1907-07-03|1907-07-03|1907|W 9", "day-", "1907-07-03|1907-07-03|1907|W 9");
     }
+
     void move() {
-        QFETCH(PeriodState, before);
-        QFETCH(int, unit);
-        QFETCH(bool, up);
+        QFETCH(int, pointer);
+        QFETCH(QString, before);
+        QFETCH(QString, step);
         QFETCH(int, firstDay);
-        QFETCH(PeriodState, after);
-        MovePeriod(before, unit, up, firstDay);
-        QCOMPARE(before.from, after.from);
-        QCOMPARE(before.to, after.to);
-        QCOMPARE(before.yearText, after.yearText);
-        QCOMPARE(before.weekText, after.weekText);
-        QCOMPARE(before.pointer, after.pointer);
+        PeriodState state = State(before, pointer);
+        const int unit = static_cast<int>(QStringList({"year", "week", "day"}).indexOf(step.chopped(1)));
+        MovePeriod(state, unit, step.endsWith(u'+'), firstDay);
+        QTEST(Text(state), "after");
+        QCOMPARE(state.pointer, pointer);
     }
 
     void byHand_data() {
@@ -190,30 +175,29 @@ private Q_SLOTS:
         QTest::newRow("to above the limit") << false << D("2100-01-01") << D("2024-01-01") << D("2076-03-31");
         QTest::newRow("to below the limit") << false << D("1800-01-01") << D("1907-07-03") << D("1907-07-03");
         QTest::newRow("to before from") << false << D("2023-06-01") << D("2023-06-01") << D("2023-06-01");
+        QTest::newRow("no date changes nothing") << true << QDate() << D("2024-01-01") << D("2024-12-31");
     }
+
     void byHand() {
         QFETCH(bool, setFrom);
         QFETCH(QDate, value);
-        PeriodState state = State("2024-01-01", "2024-12-31", "2024", "W 1", 0);
+        PeriodState state = State(QStringLiteral("2024-01-01|2024-12-31|2024|W 1"), 0);
         setFrom ? SetFromByHand(state, value) : SetToByHand(state, value);
         QTEST(state.from, "from");
         QTEST(state.to, "to");
-        QCOMPARE(state.pointer, kPeriodByHand);
+        QCOMPARE(state.pointer, value.isValid() ? kPeriodByHand : 0);
     }
 
     void invalidDates() {
-        PeriodState state = State("2024-01-01", "2024-12-31", "2024", "W 1", 0);
-        SetFromByHand(state, QDate());
+        PeriodState state = State(QStringLiteral("2024-01-01|2024-12-31|2024|W 1"), 0);
         SetToByHand(state, QDate());
-        QCOMPARE(state.from, D("2024-01-01"));
-        QCOMPARE(state.to, D("2024-12-31"));
+        QCOMPARE(Text(state), QStringLiteral("2024-01-01|2024-12-31|2024|W 1"));
         QCOMPARE(state.pointer, 0);
 
         PeriodState empty;
         MovePeriod(empty, 1, true, kSunday);
         QVERIFY(!empty.from.isValid());
         QCOMPARE(empty.weekText, QString());
-
         SelectPeriod(empty, kPeriodTotal, QDate(), kSunday);
         QCOMPARE(empty.from, QDate(2000, 1, 1));
         QCOMPARE(empty.to, QDate::currentDate());
@@ -223,23 +207,18 @@ private Q_SLOTS:
 
     void controls_data() {
         QTest::addColumn<int>("pointer");
-        QTest::addColumn<bool>("year");
-        QTest::addColumn<bool>("week");
-        QTest::addColumn<bool>("toDate");
-        QTest::addColumn<bool>("shown");
-        QTest::newRow("year") << 0 << true << false << true << true;
-        QTest::newRow("day") << 20 << false << false << false << true;
-        QTest::newRow("week") << 21 << true << true << true << true;
-        QTest::newRow("total") << 22 << false << false << true << true;
-        QTest::newRow("by hand") << 25 << true << false << true << false;
+        QTest::addColumn<QList<bool>>("shown"); // year controls, week controls, to-date, pointer
+        QTest::newRow("year") << 0 << QList<bool>{true, false, true, true};
+        QTest::newRow("day") << 20 << QList<bool>{false, false, false, true};
+        QTest::newRow("week") << 21 << QList<bool>{true, true, true, true};
+        QTest::newRow("total") << 22 << QList<bool>{false, false, true, true};
+        QTest::newRow("by hand") << 25 << QList<bool>{true, false, true, false};
     }
+
     void controls() {
         QFETCH(int, pointer);
         const PeriodControls c = ControlsFor(pointer);
-        QTEST(c.yearControls, "year");
-        QTEST(c.weekControls, "week");
-        QTEST(c.toDate, "toDate");
-        QTEST(c.pointer, "shown");
+        QTEST((QList<bool>{c.yearControls, c.weekControls, c.toDate, c.pointer}), "shown");
     }
 };
 
