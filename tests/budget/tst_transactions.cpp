@@ -33,7 +33,7 @@ Transaction Make(const QDate& date, const char* amount, int dcwb, int category =
 }
 
 ListEntries Payments() {
-    return {{QStringLiteral("< All >"), -1}, {QStringLiteral("<N.S.>"), 0}, {QStringLiteral("Cash"), 1}};
+    return {{"< All >", -1}, {"<N.S.>", 0}, {"Cash", 1}};
 }
 
 } // namespace
@@ -170,13 +170,7 @@ private Q_SLOTS:
         Put(Make(march, "8", 3, 2));              // private debit
         Put(Make(QDate(2026, 4, 1), "16", 0, 1)); // next month
         Put(Make(march, "32", 0, 1), 1);          // another budget
-        ListContext context{{{QStringLiteral("All"), -1},
-                             {QStringLiteral("Food"), 1},
-                             {QStringLiteral("Rent"), 2},
-                             {QStringLiteral("Unfiled"), 0}},
-                            Payments(),
-                            true,
-                            QLocale()};
+        ListContext context{{{"All", -1}, {"Food", 1}, {"Rent", 2}, {"Unfiled", 0}}, Payments(), true, QLocale()};
         const auto amounts = [&](const std::function<void(ListFilter&)>& set) {
             ListFilter filter;
             filter.month = march;
@@ -213,8 +207,7 @@ private Q_SLOTS:
         t.partner = QStringLiteral("Bank");
         t.noteFlag = true;
         const std::int32_t key = Put(t);
-        const ListContext context{
-            {{QStringLiteral("All"), -1}, {QStringLiteral("< Unfiled >"), 0}}, Payments(), true, QLocale()};
+        const ListContext context{{{"All", -1}, {"< Unfiled >", 0}}, Payments(), true, QLocale()};
         ListFilter filter;
         filter.month = t.datePaid;
         const TransactionList list = ReloadList(store(), filter, context);
@@ -338,11 +331,8 @@ private Q_SLOTS:
         Put(Make(day.addDays(3), "4", 3, 2, 0));   // Rent, private debit
         Put(Make(day.addDays(4), "100", 0, 2, 1)); // Rent, cash
         Put(Make(day.addYears(-1), "1000", 0, 1)); // outside the period
-        const ListEntries categories = BalanceCategories({{QStringLiteral("All"), -1},
-                                                          {QStringLiteral("Food"), 1},
-                                                          {QStringLiteral("Rent"), 2},
-                                                          {QStringLiteral("Unfiled"), 0},
-                                                          {QStringLiteral("Edit"), 9999}});
+        const ListEntries categories =
+            BalanceCategories({{"All", -1}, {"Food", 1}, {"Rent", 2}, {"Unfiled", 0}, {"Edit", 9999}});
         QCOMPARE(categories.size(), 3);
         const Balance all = RefreshTotals(store(), {0, day, day.addDays(30), kPayModeAll}, categories);
         QCOMPARE(all.sums[0][0], Money("11"));
@@ -370,7 +360,7 @@ private Q_SLOTS:
 
     void anOverflowIsReportedNotWrapped() {
         QVector<BalanceItem> items(2, BalanceItem{true, 0, 0, 0, Currency{std::numeric_limits<std::int64_t>::max()}});
-        const Balance balance = SumBalance(items, kPayModeAll, {{QStringLiteral("Unfiled"), 0}});
+        const Balance balance = SumBalance(items, kPayModeAll, {{"Unfiled", 0}});
         QVERIFY(balance.overflow);
         QVERIFY(!ResultTexts(balance, true));
         Balance edge;
@@ -385,7 +375,7 @@ private Q_SLOTS:
         t.note = QStringLiteral("=cmd");
         Put(t);
         Put(Make(day, "20", 3, 1, 0, QStringLiteral("Secret")));
-        const ListEntries entries{{QStringLiteral("All"), -1}, {QStringLiteral("Food"), 1}, {QStringLiteral("U"), 0}};
+        const ListEntries entries{{"All", -1}, {"Food", 1}, {"U", 0}};
         const BalanceQuery query{0, day, day, kPayModeAll};
         BalanceExport data;
         data.balance = RefreshTotals(store(), query, BalanceCategories(entries));

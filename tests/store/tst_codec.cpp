@@ -74,17 +74,11 @@ private Q_SLOTS:
 
         FieldValues read(d.names.size());
         QCOMPARE(Record_Get::GetRecord(read, blob), 10);
-        QCOMPARE(read[0].toInt(), 200);
         QCOMPARE(read[1].typeId(), QMetaType::Bool);
-        QCOMPARE(read[1].toBool(), false);
-        QCOMPARE(read[2].toString(), values[2].toString());
-        QCOMPARE(read[3].toInt(), -300);
-        QCOMPARE(read[4].toInt(), -123456789);
-        QCOMPARE(read[5].value<Currency>().units, 123400);
-        QCOMPARE(read[6].toDouble(), 0.75);
-        QCOMPARE(read[7].toString(), values[7].toString());
-        QCOMPARE(read[8].toDateTime(), At(2024, 3, 15, 14, 30));
-        QCOMPARE(read[9].toDouble(), 0.5);
+        values[9] = 0.5; // a part keeps its fraction alone
+        for (int i = 0; i < values.size(); ++i) {
+            QVERIFY2(read[i] == values[i], qPrintable(d.names[i]));
+        }
     }
 
     void integerBoundaries_data() {

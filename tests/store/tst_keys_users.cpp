@@ -165,9 +165,13 @@ private Q_SLOTS:
         QCOMPARE(user.bytes(Col::fT3).left(24), users::Verifier(digestOf(kHorse)));
         QCOMPARE(user.bytes(Col::fT3) == stored, !healed);
         QCOMPARE(user.integer(Col::AE), healed ? 1 | 2 : 1);
-        // What is stored now is what the next check of the passphrase reads.
-        run.prompter.passphrases.enqueue(kHorse);
+        // What is stored now is what the next check of the passphrase reads; a wrong one is told and costs a wait.
+        run.prompter.passphrases << kHorse << QStringLiteral("correct horse 2");
         QVERIFY(keys::ConfirmPassphrase(run.store(), false));
+        QVERIFY(run.prompter.shown.isEmpty() && run.prompter.waits.isEmpty());
+        QVERIFY(!keys::ConfirmPassphrase(run.store(), false));
+        QCOMPARE(run.prompter.numbers(), QList<int>{85});
+        QCOMPARE(run.prompter.waits, QList<int>{1200});
     }
 
     void movedUserRowIsFatal() {
@@ -295,19 +299,6 @@ private Q_SLOTS:
         QCOMPARE(OpenDatabase(run, path, kHorse), StoreError::Fatal);
         QCOMPARE(run.prompter.numbers(), QList<int>{83});
         QCOMPARE(run.prompter.shown[0].text, MsgText(83) + code);
-    }
-
-    void confirmPassphrase() {
-        TestSession run;
-        QCOMPARE(OpenDatabase(run, oracle(QStringLiteral("basic.nct")), kHorse), 0);
-        ScriptedPrompter& prompter = run.prompter;
-        prompter.passphrases << kHorse << QStringLiteral("correct horse 2");
-        QVERIFY(keys::ConfirmPassphrase(run.store(), false));
-        QVERIFY(prompter.shown.isEmpty() && prompter.waits.isEmpty());
-        // A wrong one is told and costs one wait.
-        QVERIFY(!keys::ConfirmPassphrase(run.store(), false));
-        QCOMPARE(prompter.numbers(), QList<int>{85});
-        QCOMPARE(prompter.waits, QList<int>{1200});
     }
 
     void rekey() {

@@ -46,6 +46,10 @@ struct Fixture {
         return frame->activeSectionForm() != nullptr ? frame->activeSectionForm()->objectName() : QString();
     }
     Preferences& preferences() { return session.store().preferences; }
+    void idle(int minutes, int action) {
+        preferences().IdleMinutes = minutes;
+        preferences().IdleAction = action;
+    }
     void minutes(int m) { now += static_cast<std::int64_t>(m) * 60'000; }
     // One beat of the idle watch, as the timer gives it.
     bool tick() { return QMetaObject::invokeMethod(&frame->timerTimeout, "timeout"); }
@@ -98,30 +102,26 @@ private Q_SLOTS:
     // The frame's way out ends the application's event loop; the test run goes on, so the loop is made usable
     // again.
     void cleanup() {
+        m_f.reset();
         QTimer::singleShot(0, qApp, [] { QCoreApplication::exit(0); });
         QCoreApplication::exec();
     }
 
     void firstRunMakesTheDefaultFile() {
         Fixture f(QStringLiteral("17"), lockPath());
-        f.prompter.replies.enqueue(Prompter::Reply::Yes);
-        f.prompter.passphrases.enqueue(kPassphrase);
+        f.prompter.replies << Prompter::Reply::Yes;
+        f.prompter.passphrases << kPassphrase;
         QVERIFY(f.frame->Load());
-
-        const QString expected = QDir(file_choice::DefaultFolder()).filePath(QStringLiteral("mydata.nct"));
-        QCOMPARE(f.prompter.numbers(), QList<int>{160});
-        QVERIFY(QFileInfo::exists(expected));
-        // Only the new passphrase was asked, and the frame opens on the start screen naming the file.
-        QCOMPARE(f.prompter.passphraseRequests.size(), 1);
-        QVERIFY(f.frame->isVisible());
-        QVERIFY(f.frame->activeSectionForm() == nullptr);
+        // What the offer asks is the shell's part; the frame opens on the start screen naming the new file.
+        QVERIFY(QFileInfo::exists(QDir(file_choice::DefaultFolder()).filePath(QStringLiteral("mydata.nct"))));
+        QVERIFY(f.frame->isVisible() && f.frame->activeSectionForm() == nullptr);
         QCOMPARE(f.splashText(QStringLiteral("lblFile")), QStringLiteral("mydata.nct"));
     }
 
     void threeWrongPassphrasesEndTheProgram() {
         Settings().setValue(QStringLiteral("MostRecentFiles/1"), freshFile(QStringLiteral("last.nct")));
         Fixture f(QStringLiteral("17"), lockPath());
-        // The attempts themselves are the open sequence's tests.
+        // How the attempts go is the open sequence's part; the frame ends the program after them.
         f.prompter.passphrases << QStringLiteral("wrong guess 1") << QStringLiteral("wrong guess 2")
                                << QStringLiteral("wrong guess 3");
         f.prompter.replies << Prompter::Reply::Retry << Prompter::Reply::Retry;
@@ -173,93 +173,86 @@ private Q_SLOTS:
 
     void sectionBarFollowsTheSectionList() {
         QFETCH(QString, list);
-        std::unique_ptr<Fixture> f = started(list);
-        QVERIFY(f);
-        QVERIFY(f->find<QToolBar>(QStringLiteral("optSection"))->isVisible());
+        QVERIFY(start(list));
+        QVERIFY(m_f->find<QToolBar>(QStringLiteral("optSection"))->isVisible());
         QList<int> shown;
         for (const int section : {12, 15, 11, 14, 13, 16, 17}) {
-            if (f->action(QStringLiteral("op%1").arg(section))->isVisible()) {
+            if (m_f->action(QStringLiteral("op%1").arg(section))->isVisible()) {
                 shown.append(section);
             }
         }
         QTEST(shown, "buttons");
         // With several sections the start screen stays: no section opens by itself.
-        QVERIFY(!f->frame->timerSplash.isActive());
+        QVERIFY(!m_f->frame->timerSplash.isActive());
     }
 
     void singleSectionBuildOpensItsSectionAfterTheSplash() {
-        std::unique_ptr<Fixture> f = started(QStringLiteral("17"));
-        QVERIFY(f);
-        QVERIFY(!f->find<QToolBar>(QStringLiteral("optSection"))->isVisible());
+        QVERIFY(start(QStringLiteral("17")));
+        QVERIFY(!m_f->find<QToolBar>(QStringLiteral("optSection"))->isVisible());
         // The start screen stays in view first, then the one section opens.
-        QVERIFY(f->frame->timerSplash.isActive());
-        QCOMPARE(f->frame->timerSplash.interval(), 1300);
-        QVERIFY(f->frame->activeSectionForm() == nullptr);
-        QTRY_COMPARE_WITH_TIMEOUT(f->formName(), QStringLiteral("frmBudget"), 5000);
+        QVERIFY(m_f->frame->timerSplash.isActive());
+        QCOMPARE(m_f->frame->timerSplash.interval(), 1300);
+        QVERIFY(m_f->frame->activeSectionForm() == nullptr);
+        QTRY_COMPARE_WITH_TIMEOUT(m_f->formName(), QStringLiteral("frmBudget"), 5000);
         // The section's commands stand in the frame's menu while the section is open, and go with it.
-        QVERIFY(f->menuShown(QStringLiteral("mnuBudget")));
-        QVERIFY(f->action(QStringLiteral("mnuBudgetAdd")) != nullptr);
-        f->frame->GotoSection(0);
+        QVERIFY(m_f->menuShown(QStringLiteral("mnuBudget")));
+        QVERIFY(m_f->action(QStringLiteral("mnuBudgetAdd")) != nullptr);
+        m_f->frame->GotoSection(0);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        QVERIFY(f->find<QMenu>(QStringLiteral("mnuBudget"))->actions().isEmpty());
+        QVERIFY(m_f->find<QMenu>(QStringLiteral("mnuBudget"))->actions().isEmpty());
     }
 
     void sectionSwitchBuildsANewFormEachTime() {
-        std::unique_ptr<Fixture> f = started(QStringLiteral("0"));
-        QVERIFY(f);
-        f->fillSectionMenus();
+        QVERIFY(start(QStringLiteral("0")));
+        m_f->fillSectionMenus();
         QPointer<QWidget> former;
         // Every entry builds the form anew, even of the same section; the one before is gone.
         for (const int section : {12, 15, 15}) {
-            f->frame->GotoSection(section);
+            m_f->frame->GotoSection(section);
             QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
             QVERIFY(former.isNull());
-            former = f->frame->activeSectionForm();
+            former = m_f->frame->activeSectionForm();
         }
-        QCOMPARE(f->formName(), QStringLiteral("frmTodo"));
-        QVERIFY(f->menuShown(QStringLiteral("mnuTodo")));
-        QVERIFY(!f->menuShown(QStringLiteral("mnuCalendar")));
-        f->action(QStringLiteral("mnuFileCloseSection"))->trigger();
+        QCOMPARE(m_f->formName(), QStringLiteral("frmTodo"));
+        QVERIFY(m_f->menuShown(QStringLiteral("mnuTodo")));
+        QVERIFY(!m_f->menuShown(QStringLiteral("mnuCalendar")));
+        m_f->action(QStringLiteral("mnuFileCloseSection"))->trigger();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QVERIFY(former.isNull());
-        QVERIFY(!f->menuShown(QStringLiteral("mnuTodo")));
+        QVERIFY(!m_f->menuShown(QStringLiteral("mnuTodo")));
     }
 
     void idleHidesPrivateRecords() {
-        std::unique_ptr<Fixture> f = started(QStringLiteral("0"));
-        QVERIFY(f);
-        f->preferences().IdleMinutes = 5;
-        f->preferences().IdleAction = 0;
-        f->prompter.passphrases.enqueue(kPassphrase);
-        f->action(QStringLiteral("mnuViewShowPrivate"))->trigger();
-        QVERIFY(f->session.ShowPrivate);
-        f->frame->GotoSection(kMemos);
+        QVERIFY(start(QStringLiteral("0")));
+        m_f->idle(5, 0);
+        m_f->prompter.passphrases.enqueue(kPassphrase);
+        m_f->action(QStringLiteral("mnuViewShowPrivate"))->trigger();
+        QVERIFY(m_f->session.ShowPrivate);
+        m_f->frame->GotoSection(kMemos);
 
-        f->minutes(5);
-        QVERIFY(f->tick());
-        QVERIFY(!f->session.ShowPrivate);
-        QCOMPARE(f->prompter.numbers(), QList<int>{190});
+        m_f->minutes(5);
+        QVERIFY(m_f->tick());
+        QVERIFY(!m_f->session.ShowPrivate);
+        QCOMPARE(m_f->prompter.numbers(), QList<int>{190});
         // The section stays; only its private records went.
-        QCOMPARE(f->formName(), QStringLiteral("frmNotepad"));
+        QCOMPARE(m_f->formName(), QStringLiteral("frmNotepad"));
 
         // Frozen now: the panel rests at the full period however long nobody comes.
-        f->minutes(30);
-        QVERIFY(f->tick());
-        QCOMPARE(f->countdown(), QStringLiteral("05:00"));
+        m_f->minutes(30);
+        QVERIFY(m_f->tick());
+        QCOMPARE(m_f->countdown(), QStringLiteral("05:00"));
     }
 
     void idleAutoBlocks() {
-        std::unique_ptr<Fixture> f = started(QStringLiteral("0"));
-        QVERIFY(f);
-        f->preferences().IdleMinutes = 1;
-        f->preferences().IdleAction = 1;
-        f->frame->GotoSection(17);
+        QVERIFY(start(QStringLiteral("0")));
+        m_f->idle(1, 1);
+        m_f->frame->GotoSection(17);
 
-        f->minutes(1);
-        QVERIFY(f->tick());
-        QVERIFY(f->frame->activeSectionForm() == nullptr);
-        QVERIFY(f->frame->shell().AutoBlocked);
-        QVERIFY(f->prompter.passphraseRequests.isEmpty());
+        m_f->minutes(1);
+        QVERIFY(m_f->tick());
+        QVERIFY(m_f->frame->activeSectionForm() == nullptr);
+        QVERIFY(m_f->frame->shell().AutoBlocked);
+        QVERIFY(m_f->prompter.passphraseRequests.isEmpty());
         const QStringList reachFiles = {QStringLiteral("mnuFileNew"),
                                         QStringLiteral("mnuFileOpen"),
                                         QStringLiteral("mnuFileCloseDB"),
@@ -268,46 +261,44 @@ private Q_SLOTS:
                                         QStringLiteral("mnuToolsDbUtilitiesRestore"),
                                         QStringLiteral("mnuToolsPreferences"),
                                         QStringLiteral("mnuEditChangePW")};
-        QCOMPARE(SecondProgramRefused(f->session.DbPath, {QStringLiteral("info"), f->session.DbPath}), QString());
+        QCOMPARE(SecondProgramRefused(m_f->session.DbPath, {QStringLiteral("info"), m_f->session.DbPath}), QString());
 
         // A wrong passphrase keeps the block, and every command that reaches a file or the settings stays off.
-        f->prompter.passphrases.enqueue(QStringLiteral("not my passphrase"));
-        QVERIFY(!f->frame->GotoSection(17));
-        QCOMPARE(f->prompter.numbers(), QList<int>{85});
+        m_f->prompter.passphrases.enqueue(QStringLiteral("not my passphrase"));
+        QVERIFY(!m_f->frame->GotoSection(17));
+        QCOMPARE(m_f->prompter.numbers(), QList<int>{85});
         for (const QString& command : reachFiles) {
-            QVERIFY2(!f->enabled(command) || !f->find<QMenu>(QStringLiteral("mnuEdit"))->isEnabled(),
+            QVERIFY2(!m_f->enabled(command) || !m_f->find<QMenu>(QStringLiteral("mnuEdit"))->isEnabled(),
                      qPrintable(command));
         }
-        QVERIFY(f->enabled(QStringLiteral("mnuFileQuit")));
+        QVERIFY(m_f->enabled(QStringLiteral("mnuFileQuit")));
 
-        f->prompter.passphrases.enqueue(kPassphrase);
-        QVERIFY(f->frame->GotoSection(17));
-        QCOMPARE(f->formName(), QStringLiteral("frmBudget"));
+        m_f->prompter.passphrases.enqueue(kPassphrase);
+        QVERIFY(m_f->frame->GotoSection(17));
+        QCOMPARE(m_f->formName(), QStringLiteral("frmBudget"));
         for (const QString& command : reachFiles) {
-            QVERIFY2(f->enabled(command), qPrintable(command));
+            QVERIFY2(m_f->enabled(command), qPrintable(command));
         }
-        QCOMPARE(SecondProgramRefused(f->session.DbPath, {QStringLiteral("info"), f->session.DbPath}), QString());
+        QCOMPARE(SecondProgramRefused(m_f->session.DbPath, {QStringLiteral("info"), m_f->session.DbPath}), QString());
 
         // Blocked again, the program may still be left without the passphrase.
-        f->minutes(1);
-        QVERIFY(f->tick());
-        f->action(QStringLiteral("mnuFileQuit"))->trigger();
-        QVERIFY(f->frame->isShutDown());
-        QCOMPARE(f->prompter.passphraseRequests.size(), 2);
+        m_f->minutes(1);
+        QVERIFY(m_f->tick());
+        m_f->action(QStringLiteral("mnuFileQuit"))->trigger();
+        QVERIFY(m_f->frame->isShutDown());
+        QCOMPARE(m_f->prompter.passphraseRequests.size(), 2);
     }
 
     void idleExits() {
-        std::unique_ptr<Fixture> f = started(QStringLiteral("0"));
-        QVERIFY(f);
-        f->preferences().IdleMinutes = 15;
-        f->preferences().IdleAction = 2;
-        f->minutes(14);
-        QVERIFY(f->tick());
-        QVERIFY(!f->frame->isShutDown());
-        f->minutes(1);
-        QVERIFY(f->tick());
-        QVERIFY(f->frame->isShutDown());
-        QVERIFY(!f->session.store().cry.hasKeyPool());
+        QVERIFY(start(QStringLiteral("0")));
+        m_f->idle(15, 2);
+        m_f->minutes(14);
+        QVERIFY(m_f->tick());
+        QVERIFY(!m_f->frame->isShutDown());
+        m_f->minutes(1);
+        QVERIFY(m_f->tick());
+        QVERIFY(m_f->frame->isShutDown());
+        QVERIFY(!m_f->session.store().cry.hasKeyPool());
     }
 
     void idleClosesWhateverDialogIsOpen_data() {
@@ -328,125 +319,118 @@ private Q_SLOTS:
     void idleClosesWhateverDialogIsOpen() {
         QFETCH(QStringList, path);
         QFETCH(int, action);
-        std::unique_ptr<Fixture> f = started(QStringLiteral("17"));
-        QVERIFY(f);
-        f->preferences().IdleMinutes = 1;
-        f->preferences().IdleAction = action;
-        f->prompter.passphrases << kPassphrase << kPassphrase;
-        f->action(QStringLiteral("mnuViewShowPrivate"))->trigger();
-        QVERIFY(f->frame->GotoSection(17));
-        const QPointer<QWidget> form = f->frame->activeSectionForm();
+        QVERIFY(start(QStringLiteral("17")));
+        m_f->idle(1, action);
+        m_f->prompter.passphrases << kPassphrase << kPassphrase;
+        m_f->action(QStringLiteral("mnuViewShowPrivate"))->trigger();
+        QVERIFY(m_f->frame->GotoSection(17));
+        const QPointer<QWidget> form = m_f->frame->activeSectionForm();
 
-        f->idleInside(path);
+        m_f->idleInside(path);
         // Every dialog went as Esc would, and the action followed once they were all gone.
         for (QWidget* window : QApplication::topLevelWidgets()) {
             QVERIFY2(!qobject_cast<QDialog*>(window) || !window->isVisible(), qPrintable(window->objectName()));
         }
         if (action == 0) {
-            QTRY_VERIFY(!f->session.ShowPrivate);
-            QVERIFY(f->prompter.numbers().contains(190));
-            QCOMPARE(f->frame->activeSectionForm(), form.data());
+            QTRY_VERIFY(!m_f->session.ShowPrivate);
+            QVERIFY(m_f->prompter.numbers().contains(190));
+            QCOMPARE(m_f->frame->activeSectionForm(), form.data());
         } else if (action == 1) {
-            QTRY_VERIFY(f->frame->shell().AutoBlocked);
+            QTRY_VERIFY(m_f->frame->shell().AutoBlocked);
             QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
             QVERIFY(form.isNull());
         } else {
-            QTRY_VERIFY(f->frame->isShutDown());
+            QTRY_VERIFY(m_f->frame->isShutDown());
         }
-        QCOMPARE(f->prompter.numbers().count(20), 0);
+        QCOMPARE(m_f->prompter.numbers().count(20), 0);
     }
 
     void preferencesUnfreezeTheIdleWatch() {
-        std::unique_ptr<Fixture> f = started(QStringLiteral("0"));
-        QVERIFY(f);
-        f->preferences().IdleMinutes = 1;
-        f->preferences().IdleAction = 0;
+        QVERIFY(start(QStringLiteral("0")));
+        m_f->idle(1, 0);
         // Nothing private shows, so hiding has nothing to do: the watch rests.
-        f->minutes(5);
-        QVERIFY(f->tick());
-        QVERIFY(f->frame->shell().IdleFrozen);
+        m_f->minutes(5);
+        QVERIFY(m_f->tick());
+        QVERIFY(m_f->frame->shell().IdleFrozen);
 
-        QTimer::singleShot(0, f->frame.get(), [&f] {
-            f->open(QStringLiteral("optIdle_1"));
-            f->open(QStringLiteral("cmdOK"));
+        QTimer::singleShot(0, m_f->frame.get(), [this] {
+            m_f->open(QStringLiteral("optIdle_1"));
+            m_f->open(QStringLiteral("cmdOK"));
         });
-        f->open(QStringLiteral("mnuToolsPreferences"));
-        QCOMPARE(f->preferences().IdleAction, 1);
-        QVERIFY(!f->frame->shell().IdleFrozen);
-        f->minutes(1);
-        QVERIFY(f->tick());
-        QTRY_VERIFY(f->frame->shell().AutoBlocked);
+        m_f->open(QStringLiteral("mnuToolsPreferences"));
+        QCOMPARE(m_f->preferences().IdleAction, 1);
+        QVERIFY(!m_f->frame->shell().IdleFrozen);
+        m_f->minutes(1);
+        QVERIFY(m_f->tick());
+        QTRY_VERIFY(m_f->frame->shell().AutoBlocked);
     }
 
     void privateSwitchAndTheDiary() {
-        std::unique_ptr<Fixture> f = started(QStringLiteral("0"));
-        QVERIFY(f);
-        QAction* lock = f->action(QStringLiteral("Lock"));
-        QAction* menu = f->action(QStringLiteral("mnuViewShowPrivate"));
+        QVERIFY(start(QStringLiteral("0")));
+        QAction* lock = m_f->action(QStringLiteral("Lock"));
+        QAction* menu = m_f->action(QStringLiteral("mnuViewShowPrivate"));
         QVERIFY(!lock->isEnabled());
 
         // The Diary is private as a whole.
-        f->frame->GotoSection(13);
-        QCOMPARE(f->prompter.numbers(), QList<int>{143});
+        m_f->frame->GotoSection(13);
+        QCOMPARE(m_f->prompter.numbers(), QList<int>{143});
 
-        f->prompter.passphrases.enqueue(QStringLiteral("a wrong one"));
+        m_f->prompter.passphrases.enqueue(QStringLiteral("a wrong one"));
         menu->trigger();
-        QVERIFY(!f->session.ShowPrivate);
+        QVERIFY(!m_f->session.ShowPrivate);
         QVERIFY(!lock->isEnabled());
 
-        f->prompter.passphrases.enqueue(kPassphrase);
+        m_f->prompter.passphrases.enqueue(kPassphrase);
         menu->trigger();
-        QVERIFY(f->session.ShowPrivate);
+        QVERIFY(m_f->session.ShowPrivate);
         QVERIFY(lock->isEnabled());
-        f->frame->GotoSection(13);
-        QCOMPARE(f->formName(), QStringLiteral("frmDiary"));
+        m_f->frame->GotoSection(13);
+        QCOMPARE(m_f->formName(), QStringLiteral("frmDiary"));
 
         // Hiding needs no passphrase, and takes the Diary away.
         lock->trigger();
-        QVERIFY(!f->session.ShowPrivate);
+        QVERIFY(!m_f->session.ShowPrivate);
         QVERIFY(!lock->isEnabled());
-        QCOMPARE(f->prompter.passphraseRequests.size(), 2);
-        QVERIFY(f->frame->activeSectionForm() == nullptr);
+        QCOMPARE(m_f->prompter.passphraseRequests.size(), 2);
+        QVERIFY(m_f->frame->activeSectionForm() == nullptr);
 
         // In the Budget too, one click hides them.
-        f->prompter.passphrases.enqueue(kPassphrase);
+        m_f->prompter.passphrases.enqueue(kPassphrase);
         menu->trigger();
-        f->frame->GotoSection(17);
+        m_f->frame->GotoSection(17);
         QVERIFY(lock->isEnabled() && menu->isEnabled());
         lock->trigger();
-        QVERIFY(!f->session.ShowPrivate);
-        QVERIFY(f->session.store().hidePrivate);
+        QVERIFY(!m_f->session.ShowPrivate);
+        QVERIFY(m_f->session.store().hidePrivate);
     }
 
     void cancelledOrWrongPinGoesToTheStartScreen() {
-        std::unique_ptr<Fixture> f = started(QStringLiteral("0"));
-        QVERIFY(f);
-        UserOptions& options = f->session.store().user.options;
+        QVERIFY(start(QStringLiteral("0")));
+        UserOptions& options = m_f->session.store().user.options;
         options.PinCode = QStringLiteral("2468");
         options.PinMask = 1 << (kMemos - 11);
 
-        f->frame->GotoSection(15);
-        QPointer<QWidget> tasks = f->frame->activeSectionForm();
-        f->frame->GotoSection(kMemos); // the dialog is cancelled
+        m_f->frame->GotoSection(15);
+        QPointer<QWidget> tasks = m_f->frame->activeSectionForm();
+        m_f->frame->GotoSection(kMemos); // the dialog is cancelled
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        QVERIFY(f->prompter.shown.isEmpty());
+        QVERIFY(m_f->prompter.shown.isEmpty());
         QVERIFY(tasks.isNull());
-        QVERIFY(f->action(QStringLiteral("op00"))->isChecked());
+        QVERIFY(m_f->action(QStringLiteral("op00"))->isChecked());
 
-        f->prompter.passphrases.enqueue(QStringLiteral("8642"));
-        f->frame->GotoSection(kMemos);
-        QCOMPARE(f->prompter.numbers(), QList<int>{125});
-        QVERIFY(f->frame->activeSectionForm() == nullptr);
+        m_f->prompter.passphrases.enqueue(QStringLiteral("8642"));
+        m_f->frame->GotoSection(kMemos);
+        QCOMPARE(m_f->prompter.numbers(), QList<int>{125});
+        QVERIFY(m_f->frame->activeSectionForm() == nullptr);
 
-        f->prompter.passphrases.enqueue(QStringLiteral("2468"));
-        f->frame->GotoSection(kMemos);
-        QCOMPARE(f->formName(), QStringLiteral("frmNotepad"));
+        m_f->prompter.passphrases.enqueue(QStringLiteral("2468"));
+        m_f->frame->GotoSection(kMemos);
+        QCOMPARE(m_f->formName(), QStringLiteral("frmNotepad"));
     }
 
     void clipboardTimerFollowsCopiesNotPastes() {
-        std::unique_ptr<Fixture> f = started(QStringLiteral("0"));
-        QVERIFY(f);
-        QTimer& timer = f->frame->clipboardGuard().timerClipboard;
+        QVERIFY(start(QStringLiteral("0")));
+        QTimer& timer = m_f->frame->clipboardGuard().timerClipboard;
         QCOMPARE(timer.interval(), 30000);
         QClipboard* clipboard = QGuiApplication::clipboard();
 
@@ -458,7 +442,7 @@ private Q_SLOTS:
         QTRY_COMPARE(QApplication::focusWidget(), &line);
 
         line.setSelection(0, 6);
-        f->action(QStringLiteral("mnuEditCopy"))->trigger();
+        m_f->action(QStringLiteral("mnuEditCopy"))->trigger();
         QCOMPARE(clipboard->text(), QStringLiteral("secret"));
         // Clipboard managers are told not to keep it.
         QCOMPARE(clipboard->mimeData()->data(QStringLiteral("x-kde-passwordManagerHint")), QByteArrayLiteral("secret"));
@@ -467,20 +451,20 @@ private Q_SLOTS:
         QTest::qWait(1100);
         const int beforeSecondCopy = timer.remainingTime();
         line.setSelection(7, 5);
-        f->action(QStringLiteral("mnuEditCopy"))->trigger();
+        m_f->action(QStringLiteral("mnuEditCopy"))->trigger();
         QVERIFY(timer.remainingTime() > beforeSecondCopy);
 
         QTest::qWait(1100);
         const int beforePaste = timer.remainingTime();
         line.setCursorPosition(static_cast<int>(line.text().size()));
-        f->action(QStringLiteral("mnuEditPaste"))->trigger();
+        m_f->action(QStringLiteral("mnuEditPaste"))->trigger();
         QCOMPARE(line.text(), QStringLiteral("secret words herewords"));
         QVERIFY(timer.remainingTime() <= beforePaste);
 
         // What a hidden entry holds never reaches the clipboard.
         line.setEchoMode(QLineEdit::Password);
         line.selectAll();
-        f->action(QStringLiteral("mnuEditCopy"))->trigger();
+        m_f->action(QStringLiteral("mnuEditCopy"))->trigger();
         QCOMPARE(clipboard->text(), QStringLiteral("words"));
 
         QVERIFY(QMetaObject::invokeMethod(&timer, "timeout"));
@@ -497,9 +481,8 @@ private Q_SLOTS:
 
     void copiesFromAnyTextFieldAreGuarded() {
         QFETCH(QString, how);
-        std::unique_ptr<Fixture> f = started(QStringLiteral("0"));
-        QVERIFY(f);
-        QTimer& timer = f->frame->clipboardGuard().timerClipboard;
+        QVERIFY(start(QStringLiteral("0")));
+        QTimer& timer = m_f->frame->clipboardGuard().timerClipboard;
         timer.stop();
         QClipboard* clipboard = QGuiApplication::clipboard();
         QLineEdit line(QStringLiteral("card 4711 0815"));
@@ -523,14 +506,13 @@ private Q_SLOTS:
     }
 
     void wipeClipboardLeavesOtherContent() {
-        std::unique_ptr<Fixture> f = started(QStringLiteral("17"));
-        QVERIFY(f);
+        QVERIFY(start(QStringLiteral("17")));
         QClipboard* clipboard = QGuiApplication::clipboard();
         const QString secret = QStringLiteral("account 4711-0815");
         clipboard->setText(secret);
         QStringList seen;
-        connect(clipboard, &QClipboard::dataChanged, f->frame.get(), [&] { seen.append(clipboard->text()); });
-        f->frame->clipboardGuard().WipeClipboard();
+        connect(clipboard, &QClipboard::dataChanged, m_f->frame.get(), [&] { seen.append(clipboard->text()); });
+        m_f->frame->clipboardGuard().WipeClipboard();
         QVERIFY(clipboard->text().isEmpty());
         // Overwritten with as many other characters before it was dropped.
         QVERIFY(!seen.isEmpty() && seen.first().size() == secret.size() && seen.first() != secret);
@@ -538,30 +520,28 @@ private Q_SLOTS:
         QImage image(8, 8, QImage::Format_RGB32);
         image.fill(Qt::darkGreen);
         clipboard->setImage(image);
-        f->frame->clipboardGuard().WipeClipboard();
+        m_f->frame->clipboardGuard().WipeClipboard();
         QCOMPARE(clipboard->image().pixelColor(3, 3), QColor(Qt::darkGreen));
     }
 
     void openingTheOpenFileAgain() {
-        std::unique_ptr<Fixture> f = started(QStringLiteral("17"));
-        QVERIFY(f);
-        const QString path = f->session.DbPath;
-        f->prompter.openFile = path;
-        f->prompter.passphrases.enqueue(kPassphrase);
-        f->action(QStringLiteral("mnuFileOpen"))->trigger();
-        QVERIFY(!f->prompter.numbers().contains(51));
-        QCOMPARE(f->prompter.passphraseRequests.size(), 1);
-        QVERIFY(f->session.DbIsOpen);
-        QCOMPARE(f->session.DbPath, path);
+        QVERIFY(start(QStringLiteral("17")));
+        const QString path = m_f->session.DbPath;
+        m_f->prompter.openFile = path;
+        m_f->prompter.passphrases.enqueue(kPassphrase);
+        m_f->action(QStringLiteral("mnuFileOpen"))->trigger();
+        QVERIFY(!m_f->prompter.numbers().contains(51));
+        QCOMPARE(m_f->prompter.passphraseRequests.size(), 1);
+        QVERIFY(m_f->session.DbIsOpen);
+        QCOMPARE(m_f->session.DbPath, path);
         QVERIFY(LockedByThisProcess(path));
     }
 
     void helpAnswersF1() {
-        std::unique_ptr<Fixture> f = started(QStringLiteral("17"));
-        QVERIFY(f);
-        QCOMPARE(f->action(QStringLiteral("mnuHelpOnline"))->shortcut(), QKeySequence(Qt::Key_F1));
-        f->action(QStringLiteral("mnuHelpOnline"))->trigger();
-        auto* help = f->find<QWidget>(QStringLiteral("frmHelp"));
+        QVERIFY(start(QStringLiteral("17")));
+        QCOMPARE(m_f->action(QStringLiteral("mnuHelpOnline"))->shortcut(), QKeySequence(Qt::Key_F1));
+        m_f->action(QStringLiteral("mnuHelpOnline"))->trigger();
+        auto* help = m_f->find<QWidget>(QStringLiteral("frmHelp"));
         QVERIFY(help != nullptr && help->isVisible());
         const QString text = help->findChild<QTextBrowser*>(QStringLiteral("txtHelp"))->toPlainText();
         QVERIFY(text.contains(QLatin1String("Add CREDIT")) && text.contains(QLatin1String("not encrypted")));
@@ -569,33 +549,31 @@ private Q_SLOTS:
     }
 
     void closeDatabaseDisablesItsCommands() {
-        std::unique_ptr<Fixture> f = started(QStringLiteral("0"));
-        QVERIFY(f);
-        f->frame->GotoSection(11);
-        QVERIFY(f->enabled(QStringLiteral("mnuToolsBackup")));
-        f->action(QStringLiteral("mnuFileCloseDB"))->trigger();
-        QVERIFY(!f->session.store().cry.hasKeyPool());
+        QVERIFY(start(QStringLiteral("0")));
+        m_f->frame->GotoSection(11);
+        QVERIFY(m_f->enabled(QStringLiteral("mnuToolsBackup")));
+        m_f->action(QStringLiteral("mnuFileCloseDB"))->trigger();
+        QVERIFY(!m_f->session.store().cry.hasKeyPool());
         for (const char* name :
              {"mnuToolsBackup", "mnuToolsDbUtilitiesRepairCompact", "mnuToolsPreferences", "mnuViewShowPrivate"}) {
-            QVERIFY2(!f->enabled(QLatin1String(name)), name);
+            QVERIFY2(!m_f->enabled(QLatin1String(name)), name);
         }
-        QVERIFY(!f->find<QToolBar>(QStringLiteral("optSection"))->isEnabled());
-        QVERIFY(f->frame->activeSectionForm() == nullptr);
-        QCOMPARE(f->splashText(QStringLiteral("lblFile")), QStringLiteral("No database open"));
-        QVERIFY(!f->frame->isShutDown());
+        QVERIFY(!m_f->find<QToolBar>(QStringLiteral("optSection"))->isEnabled());
+        QVERIFY(m_f->frame->activeSectionForm() == nullptr);
+        QCOMPARE(m_f->splashText(QStringLiteral("lblFile")), QStringLiteral("No database open"));
+        QVERIFY(!m_f->frame->isShutDown());
     }
 
     void shutDownClosesAndRemembersThePlace() {
-        std::unique_ptr<Fixture> f = started(QStringLiteral("17"));
-        QVERIFY(f);
-        f->frame->setGeometry(40, 50, 900, 640);
-        const QRect place = f->frame->geometry();
+        QVERIFY(start(QStringLiteral("17")));
+        m_f->frame->setGeometry(40, 50, 900, 640);
+        const QRect place = m_f->frame->geometry();
         QGuiApplication::clipboard()->setText(QStringLiteral("left behind"));
 
-        f->action(QStringLiteral("Reset"))->trigger();
-        QVERIFY(f->frame->isShutDown());
-        QVERIFY(!f->session.DbIsOpen);
-        QVERIFY(!f->session.store().cry.hasKeyPool());
+        m_f->action(QStringLiteral("Reset"))->trigger();
+        QVERIFY(m_f->frame->isShutDown());
+        QVERIFY(!m_f->session.DbIsOpen);
+        QVERIFY(!m_f->session.store().cry.hasKeyPool());
         QVERIFY(QGuiApplication::clipboard()->text().isEmpty());
         const QSettings settings = Settings();
         QCOMPARE(settings.value(QStringLiteral("Startup/MDI_Top")).toInt(), place.top());
@@ -605,20 +583,19 @@ private Q_SLOTS:
 private:
     QString freshFile(const QString& name) { return CopyWritable(m_template, m_dir.filePath(name)); }
     QString lockPath() { return m_dir.filePath(QStringLiteral("instance-%1.lock").arg(++m_locks)); }
-    // A frame loaded with a copy of the prepared file, opened with the right passphrase.
-    std::unique_ptr<Fixture> started(const QString& list) {
+    // A frame in m_f, loaded with a copy of the prepared file and opened with the right passphrase.
+    bool start(const QString& list) {
         Settings().setValue(QStringLiteral("MostRecentFiles/1"), freshFile(QStringLiteral("last.nct")));
-        auto f = std::make_unique<Fixture>(list, lockPath());
-        f->prompter.passphrases.enqueue(kPassphrase);
-        if (!f->frame->Load() || !f->session.DbIsOpen) {
-            return nullptr;
-        }
-        f->prompter.passphraseRequests.clear();
-        return f;
+        m_f = std::make_unique<Fixture>(list, lockPath());
+        m_f->prompter.passphrases << kPassphrase;
+        const bool opened = m_f->frame->Load() && m_f->session.DbIsOpen;
+        m_f->prompter.passphraseRequests.clear();
+        return opened;
     }
 
     QTemporaryDir m_dir;
     QString m_template;
+    std::unique_ptr<Fixture> m_f;
     int m_locks = 0;
 };
 
