@@ -135,27 +135,24 @@ private Q_SLOTS:
         QCOMPARE(RecordDay(key), day);
     }
 
-    void editingKeepsTheKeyAndEmptiedNoteClearsTheFlag() {
+    void storingAgainKeepsTheKeyOfItsOwnRowOnly() {
         Transaction t = Make(QDate(2026, 1, 2), "10", 0);
         t.note = QStringLiteral("x");
         t.noteFlag = true;
         QCOMPARE(StoreTransaction(store(), 0, t), 0);
         const std::int32_t key = t.key;
+        // An emptied note clears the note flag.
         t.note.clear();
         t.noteFlag = false;
         QCOMPARE(StoreTransaction(store(), 0, t), 0);
         QCOMPARE(t.key, key);
         QCOMPARE(ReadRow(store().connection(), key)->integer(Col::fF2), 0);
-    }
-
-    void aKeyOfAnotherSectionIsNotOverwritten() {
+        // A key of another section is not overwritten; one whose row is gone makes a new row.
         const std::int64_t memo = AddRecord(store(), "memo", 14);
-        Transaction t = Make(QDate(2026, 1, 2), "1", 0);
         t.key = static_cast<std::int32_t>(memo);
         QCOMPARE(StoreTransaction(store(), 0, t), kUpdateImpossible);
         QCOMPARE(m_run.prompter.numbers().last(), 16);
         QCOMPARE(ReadRecord(store(), memo), QByteArray("memo"));
-        // A key whose row is gone makes a new row.
         t.key = 999999;
         QCOMPARE(StoreTransaction(store(), 0, t), 0);
         QVERIFY(t.key != 999999);
@@ -228,22 +225,17 @@ private Q_SLOTS:
     }
 
     void sortingFollowsTheClickTable() {
-        ListSort sort;
-        sort = SortAfterClick(sort, 0);
-        QCOMPARE(sort.key, colDateKey);
-        QVERIFY(!sort.descending);
-        sort = SortAfterClick(sort, 0);
-        QVERIFY(sort.descending);
-        sort = SortAfterClick(sort, 2);
-        QCOMPARE(sort.key, colCreditKey);
-        QVERIFY(!sort.descending);
-        sort = SortAfterClick(sort, 3);
-        QCOMPARE(sort.key, colDebitKey);
-        sort = SortAfterClick(sort, colPrivate);
-        QCOMPARE(sort.key, colPrivate);
-        QVERIFY(sort.descending);
-        QCOMPARE(SortAfterClick({}, colNote).descending, true);
-        QCOMPARE(SortAfterClick({}, colCategory).descending, false);
+        // A second click on the same column turns the order; the private, note and category columns sort by their
+        // text, the first two of them from the top.
+        const ListSort date = SortAfterClick({}, colDate);
+        QCOMPARE(QList<int>({date.key, SortAfterClick(date, colCredit).key, SortAfterClick(date, colDebit).key}),
+                 QList<int>({colDateKey, colCreditKey, colDebitKey}));
+        QVERIFY(!date.descending && SortAfterClick(date, colDate).descending &&
+                !SortAfterClick(date, colCredit).descending);
+        QCOMPARE(SortAfterClick(date, colPrivate).key, colPrivate);
+        QCOMPARE(QList<bool>({SortAfterClick({}, colPrivate).descending, SortAfterClick({}, colNote).descending,
+                              SortAfterClick({}, colCategory).descending}),
+                 QList<bool>({true, true, false}));
     }
 
     void amountReadings_data() {

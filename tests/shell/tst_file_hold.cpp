@@ -5,7 +5,8 @@
 
 #include <functional>
 
-using State = std::function<bool(TestSession&, const QString&, const QString&)>;
+// Brings this program's file into a state; whether it got there.
+using State = std::function<bool()>;
 Q_DECLARE_METATYPE(State)
 
 namespace {
@@ -35,6 +36,12 @@ class TestFileHold : public QObject {
     std::unique_ptr<TestSession> m_run;
 
     TestSession& run() { return *m_run; }
+    // Backs the file up, then restores the backup over it with these answers.
+    bool restored(const QList<Prompter::Reply>& replies) {
+        const QString backup = backup_commands::BackupCommand(run().session, m_backups);
+        run().prompter.replies << replies;
+        return backup_commands::RestoreBackup(run().session, backup, {}) == backup_commands::RestoreOutcome::Restored;
+    }
 
 private Q_SLOTS:
     void init() {
@@ -49,46 +56,39 @@ private Q_SLOTS:
 
     void refusedInEveryState_data() {
         QTest::addColumn<State>("state");
-        QTest::newRow("just made") << State([](TestSession&, const QString&, const QString&) { return true; });
-        QTest::newRow("opened") << State([](TestSession& r, const QString& path, const QString&) {
-            open_sequence::CloseDatabase(r.session);
-            return OpenDatabase(r, path, kPassphrase) == 0;
+        // The states run after init(), on the session and file it made.
+        QTest::newRow("just made") << State([] { return true; });
+        QTest::newRow("opened") << State([this] {
+            open_sequence::CloseDatabase(run().session);
+            return OpenDatabase(run(), m_path, kPassphrase) == 0;
         });
-        QTest::newRow("after a failed opening of the same file")
-            << State([](TestSession& r, const QString& path, const QString&) {
-                   r.session.OpenAttempts = 2;
-                   return OpenDatabase(r, path, QStringLiteral("not the passphrase")) != 0 && r.session.DbIsOpen &&
-                          r.store().database.isOpen();
-               });
-        QTest::newRow("after a backup") << State([](TestSession& r, const QString&, const QString& backups) {
-            return !backup_commands::BackupCommand(r.session, backups).isEmpty() && r.session.DbIsOpen;
+        QTest::newRow("after a failed opening of the same file") << State([this] {
+            run().session.OpenAttempts = 2;
+            return OpenDatabase(run(), m_path, QStringLiteral("not the passphrase")) != 0 && run().session.DbIsOpen &&
+                   run().store().database.isOpen();
         });
-        QTest::newRow("after compaction") << State([](TestSession& r, const QString& path, const QString&) {
-            return open_sequence::RepairCompactCommand(r.session, path) == 0 && r.session.DbIsOpen;
+        QTest::newRow("after a backup") << State([this] {
+            return !backup_commands::BackupCommand(run().session, m_backups).isEmpty() && run().session.DbIsOpen;
         });
-        QTest::newRow("after a passphrase change") << State([](TestSession& r, const QString&, const QString&) {
-            r.prompter.passphrases << kPassphrase << kNewPassphrase;
-            return open_sequence::ChangePassphraseCommand(r.session);
+        QTest::newRow("after compaction") << State([this] {
+            return open_sequence::RepairCompactCommand(run().session, m_path) == 0 && run().session.DbIsOpen;
         });
-        QTest::newRow("restored, before it is opened") << State([](TestSession& r, const QString&,
-                                                                   const QString& backups) {
-            const QString backup = backup_commands::BackupCommand(r.session, backups);
-            r.prompter.replies << Prompter::Reply::Ok;
-            return backup_commands::RestoreBackup(r.session, backup, {}) == backup_commands::RestoreOutcome::Restored &&
-                   !r.session.DbIsOpen;
+        QTest::newRow("after a passphrase change") << State([this] {
+            run().prompter.passphrases << kPassphrase << kNewPassphrase;
+            return open_sequence::ChangePassphraseCommand(run().session);
         });
-        QTest::newRow("restored and opened") << State([](TestSession& r, const QString&, const QString& backups) {
-            const QString backup = backup_commands::BackupCommand(r.session, backups);
-            r.prompter.replies << Prompter::Reply::Ok << Prompter::Reply::Ok << Prompter::Reply::Yes;
-            r.prompter.passphrases << kPassphrase;
-            return backup_commands::RestoreBackup(r.session, backup, {}) == backup_commands::RestoreOutcome::Restored &&
-                   backup_commands::OfferRestoredFile(r.session) == backup_commands::AfterRestore::Opened;
+        QTest::newRow("restored, before it is opened")
+            << State([this] { return restored({Prompter::Reply::Ok}) && !run().session.DbIsOpen; });
+        QTest::newRow("restored and opened") << State([this] {
+            run().prompter.passphrases << kPassphrase;
+            return restored({Prompter::Reply::Ok, Prompter::Reply::Ok, Prompter::Reply::Yes}) &&
+                   backup_commands::OfferRestoredFile(run().session) == backup_commands::AfterRestore::Opened;
         });
     }
 
     void refusedInEveryState() {
         QFETCH(State, state);
-        QVERIFY(state(run(), m_path, m_backups));
+        QVERIFY(state());
         QVERIFY(LockedByThisProcess(m_path));
         QCOMPARE(SecondProgramRefused(m_path, {QStringLiteral("info"), m_path}), QString());
         // The file is still this program's to use.

@@ -85,12 +85,6 @@ std::optional<Rows> allRows(const QString& path) {
     return connection.open(path, sqlite::Connection::Mode::ReadOnly) ? std::nullopt : allRows(connection);
 }
 
-// The first value of the first row, or an invalid variant.
-QVariant scalar(sqlite::Connection& connection, const char* sql) {
-    sqlite::Statement select = connection.prepare(sql);
-    return select.step() ? select.value(0) : QVariant();
-}
-
 bool inTransaction(sqlite::Connection& connection) {
     return sqlite3_get_autocommit(connection.handle()) == 0;
 }
@@ -121,7 +115,7 @@ std::pair<qsizetype, qsizetype> damageMiddleLeaf(const QString& path, const char
     {
         sqlite::Connection connection;
         connection.open(path, sqlite::Connection::Mode::ReadOnly);
-        pageSize = scalar(connection, "PRAGMA page_size").toLongLong();
+        pageSize = Scalar(connection, "PRAGMA page_size").toLongLong();
         sqlite::Statement select = connection.prepare("SELECT pageno, ncell, sum(ncell) OVER (ORDER BY path) - ncell "
                                                       "FROM dbstat WHERE name=? AND pagetype='leaf' ORDER BY path");
         select.bind(1, QString::fromLatin1(tree));
@@ -164,7 +158,7 @@ private Q_SLOTS:
                            "fF2 INTEGER 0 0 fF3 INTEGER 0 0 fT1 BLOB - 0 fT2 BLOB - 0 fT3 BLOB - 0 "
                            "fT4 BLOB - 0 fT5 BLOB - 0 fD1 REAL now 0 fD2 REAL 0 0 fG1 INTEGER 0 0 "
                            "AE INTEGER 1 0");
-        QCOMPARE(scalar(connection, "SELECT group_concat(name || ' ' || type || ' ' || iif(name = 'fD1' AND dflt_value "
+        QCOMPARE(Scalar(connection, "SELECT group_concat(name || ' ' || type || ' ' || iif(name = 'fD1' AND dflt_value "
                                     "NOT NULL, 'now', ifnull(dflt_value, '-')) || ' ' || pk, ' ') "
                                     "FROM (SELECT * FROM pragma_table_info('tt') ORDER BY cid)")
                      .toString(),
@@ -176,7 +170,7 @@ private Q_SLOTS:
         }
 
         // Eight one-column indexes in creation order; only the primary key's is unique.
-        QCOMPARE(scalar(connection,
+        QCOMPARE(Scalar(connection,
                         "SELECT group_concat(m.name || '(' || i.name || ')' || iif(l.\"unique\", '!', ''), "
                         "' ') FROM (SELECT name FROM sqlite_master WHERE type = 'index' AND tbl_name = 'tt' "
                         "ORDER BY rowid) m, pragma_index_info(m.name) i, pragma_index_list('tt') l "
@@ -186,20 +180,17 @@ private Q_SLOTS:
 
         // The application id sits big-endian at offset 68 of the header.
         QCOMPARE(FileBytes(m_file).mid(68, 4), QByteArray("NCT1"));
-        QCOMPARE(scalar(connection, "SELECT group_concat(name || '=' || value) FROM nct_properties").toString(),
+        QCOMPARE(Scalar(connection, "SELECT group_concat(name || '=' || value) FROM nct_properties").toString(),
                  QStringLiteral("NctVersion=002.005.0000"));
         QCOMPARE(db::VersionText(12, 3, 456), QStringLiteral("012.003.0456"));
-    }
 
-    void createRefusesExistingPath() {
+        // Nothing is made where a file lies already, not even over a user's own file.
         const QString file = path(QStringLiteral("existing"));
-        const QByteArray before("a user's own file, not a database");
-        QVERIFY(WriteFile(file, before));
-
+        QVERIFY(WriteFile(file, "a user's own file, not a database"));
         const sqlite::Error e = db::CreateDatabaseFile(file);
         QCOMPARE(e.number, 3204);
         QVERIFY(!e.description.isEmpty());
-        QCOMPARE(FileBytes(file), before);
+        QCOMPARE(FileBytes(file), QByteArray("a user's own file, not a database"));
     }
 
     void defaultRow() {
@@ -248,7 +239,7 @@ private Q_SLOTS:
         QCOMPARE(row->bytes(Col::fEtx), value);
         const char* kinds =
             "SELECT typeof(fEtx) || length(fEtx) || typeof(fT2) || typeof(fT3) || length(ifnull(fT2, fT3)) FROM tt";
-        QCOMPARE(scalar(connection, kinds).toString(), QStringLiteral("blob2000blobnull0"));
+        QCOMPARE(Scalar(connection, kinds).toString(), QStringLiteral("blob2000blobnull0"));
 
         const auto swap = [](RowValues& values) {
             values.set(Col::fT2, QByteArray());
@@ -256,7 +247,7 @@ private Q_SLOTS:
             return true;
         };
         QCOMPARE(ChangeRow(connection, 1, swap).number, 0);
-        QCOMPARE(scalar(connection, kinds).toString(), QStringLiteral("blob2000nullblob0"));
+        QCOMPARE(Scalar(connection, kinds).toString(), QStringLiteral("blob2000nullblob0"));
         connection.close();
         // Columns the change did not set keep their values.
         row->setValue(Col::fT2, QVariant());
@@ -282,7 +273,7 @@ private Q_SLOTS:
             QCOMPARE(fpk, seen);
             QCOMPARE(ReadRow(connection, fpk)->bytes(Col::fEtx), QByteArray::number(fpk));
         }
-        QCOMPARE(scalar(connection, "SELECT count(*) FROM tt").toLongLong(), 12);
+        QCOMPARE(Scalar(connection, "SELECT count(*) FROM tt").toLongLong(), 12);
     }
 
     // An abandoned fill and a change of a missing row fail without leaving a trace or an open transaction that a later
@@ -498,7 +489,7 @@ private Q_SLOTS:
         sqlite::Connection copy;
         QVERIFY(!copy.open(destination, sqlite::Connection::Mode::ReadOnly));
         QCOMPARE(difference(rows, allRows(copy)), QString());
-        QCOMPARE(scalar(copy, "SELECT count(*) FROM sqlite_master WHERE tbl_name='tt' AND type='index'").toLongLong(),
+        QCOMPARE(Scalar(copy, "SELECT count(*) FROM sqlite_master WHERE tbl_name='tt' AND type='index'").toLongLong(),
                  8);
         copy.close();
 

@@ -118,29 +118,21 @@ private Q_SLOTS:
         QVERIFY(b.store().cry.Cipher(static_cast<std::int32_t>(inA), 2, cipherA).isEmpty());
     }
 
-    void passphraseFindsItsUser_data() {
-        QTest::addColumn<QString>("passphrase");
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<int>("key");
-        QTest::newRow("first") << QStringLiteral("first user pass 1") << QStringLiteral("Admin") << 3;
-        QTest::newRow("second") << QStringLiteral("second user pass 2") << QStringLiteral("Second") << 12;
-    }
-
     void passphraseFindsItsUser() {
-        QFETCH(QString, passphrase);
-        QFETCH(QString, name);
-        TestSession run;
-        QCOMPARE(OpenDatabase(run, oracle(QStringLiteral("two-users.nct")), passphrase), 0);
-        QCOMPARE(run.store().user.name, name);
-        QTEST(run.store().user.fPK, "key");
-        QVERIFY(allDecipher(run.store()));
-        QVERIFY(run.prompter.shown.isEmpty());
-    }
-
-    void wrongPassphraseFindsNoUser() {
+        const QString path = oracle(QStringLiteral("two-users.nct"));
+        for (const auto& [passphrase, name, key] :
+             {std::tuple{"first user pass 1", "Admin", 3}, {"second user pass 2", "Second", 12}}) {
+            TestSession run;
+            QCOMPARE(OpenDatabase(run, path, QString::fromLatin1(passphrase)), 0);
+            QCOMPARE(run.store().user.name, QString::fromLatin1(name));
+            QCOMPARE(run.store().user.fPK, key);
+            QVERIFY(allDecipher(run.store()));
+            QVERIFY(run.prompter.shown.isEmpty());
+        }
+        // One close to both finds neither.
         ScriptedPrompter prompter;
         Store store(prompter);
-        QVERIFY(!store.database.Open(oracle(QStringLiteral("two-users.nct"))));
+        QVERIFY(!store.database.Open(path));
         QString wrong = QStringLiteral("first user pass 2");
         keys::SetDigests(store, wrong);
         QCOMPARE(keys::LoadKeyPool(store), StoreError::WrongPassphrase);
