@@ -15,19 +15,17 @@ QByteArray Header(std::int32_t user, char section = 17) {
     return CONVERSION::NumToBytes(user, 4) + QByteArray(1, section);
 }
 
-// A new database file, open in a session; reopen() reads it afresh in a new one.
-struct Fixture {
-    QTemporaryDir dir;
-    QString path = dir.filePath(QStringLiteral("lists.nct"));
-    std::unique_ptr<TestSession> run = std::make_unique<TestSession>();
+void Compare(const budget::BudgetList& a, const budget::BudgetList& b) {
+    QCOMPARE(a.ids, b.ids);
+    QCOMPARE(a.names, b.names);
+    QCOMPARE(a.showPrivate, b.showPrivate);
+    QCOMPARE(a.requestPin, b.requestPin);
+}
 
-    bool create() { return CreateDatabase(*run, path, kPass) == 0; }
-    bool reopen() {
-        open_sequence::CloseDatabase(run->session);
-        run = std::make_unique<TestSession>();
-        return OpenDatabase(*run, path, kPass) == 0;
-    }
-    Store& store() { return run->store(); }
+} // namespace
+
+class TestBudgetLists : public FileTest {
+    Q_OBJECT
 
     QList<std::int64_t> listRows(int section) {
         sqlite::Statement select = store().connection().prepare("SELECT fPK FROM tt WHERE fSec=? AND fSub=17");
@@ -55,61 +53,48 @@ struct Fixture {
         Record_Get::GetField(value, ReadRecord(store(), fpk), index);
         return value.value;
     }
-    static void compare(const budget::BudgetList& a, const budget::BudgetList& b) {
-        QCOMPARE(a.ids, b.ids);
-        QCOMPARE(a.names, b.names);
-        QCOMPARE(a.showPrivate, b.showPrivate);
-        QCOMPARE(a.requestPin, b.requestPin);
-    }
-};
 
-} // namespace
-
-class TestBudgetLists : public QObject {
-    Q_OBJECT
 private Q_SLOTS:
     // The texts are known answers of the self-test; read back, they give every part of the defaults.
     void knownAnswersReadBack() {
-        Fixture::compare(*budget::ParseBudgetList(3, ListVector("budgets_hex")), budget::DefaultBudgets());
+        Compare(*budget::ParseBudgetList(3, ListVector("budgets_hex")), budget::DefaultBudgets());
         const std::optional<budget::PayModes> modes = budget::ParsePayModes(3, ListVector("paymodes_hex"));
         QCOMPARE(modes->ids, budget::DefaultPayModes().ids);
         QCOMPARE(modes->names, budget::DefaultPayModes().names);
     }
 
     void firstUseAndForeignRows() {
-        Fixture f;
-        QVERIFY(f.create());
-        const std::optional<budget::BudgetList> list = budget::LoadBudgets(f.store());
+        QVERIFY(newFile(kPass));
+        const std::optional<budget::BudgetList> list = budget::LoadBudgets(store());
         QVERIFY(list);
         QCOMPARE(list->ids, (QVector<std::uint8_t>{0, 1, 2}));
         QCOMPARE(list->names, (QStringList{"Budget 1", "Budget 2", "Budget 3"}));
-        QCOMPARE(budget::LoadPayModes(f.store())->names.value(8), QStringLiteral("Bankomat"));
-        const std::int64_t key = f.listRows(budget::kBudgetListSection).value(0);
-        const std::optional<Row> row = ReadRow(f.store().connection(), key);
-        QCOMPARE(row->integer(Col::fR1), std::int64_t{f.store().user.fPK});
+        QCOMPARE(budget::LoadPayModes(store())->names.value(8), QStringLiteral("Bankomat"));
+        const std::int64_t key = listRows(budget::kBudgetListSection).value(0);
+        const std::optional<Row> row = ReadRow(store().connection(), key);
+        QCOMPARE(row->integer(Col::fR1), std::int64_t{store().user.fPK});
         QVERIFY(!row->bytes(Col::fT1).isEmpty());
 
         // Creating the defaults again replaces the row instead of adding a second one.
-        QCOMPARE(budget::SaveBudgets(f.store(), budget::BudgetList{}), 0);
-        QVERIFY(!budget::LoadBudgets(f.store()));
-        QCOMPARE(budget::CreateDefaultBudgets(f.store()), 0);
-        QCOMPARE(f.listRows(budget::kBudgetListSection).size(), 1);
-        QCOMPARE(budget::LoadBudgets(f.store())->count(), 3);
+        QCOMPARE(budget::SaveBudgets(store(), budget::BudgetList{}), 0);
+        QVERIFY(!budget::LoadBudgets(store()));
+        QCOMPARE(budget::CreateDefaultBudgets(store()), 0);
+        QCOMPARE(listRows(budget::kBudgetListSection).size(), 1);
+        QCOMPARE(budget::LoadBudgets(store())->count(), 3);
 
         // The row of another user is refused and not replaced behind the user's back.
-        const std::int64_t now = f.listRows(budget::kBudgetListSection).value(0);
-        const QByteArray foreign = budget::BudgetListText(f.store().user.fPK + 1, budget::DefaultBudgets());
-        QVERIFY(!ChangeRow(f.store().connection(), now, [&](RowValues& values) {
-            values.set(Col::fEtx, f.store().cry.Cipher(static_cast<std::int32_t>(now), 1, foreign));
+        const std::int64_t now = listRows(budget::kBudgetListSection).value(0);
+        const QByteArray foreign = budget::BudgetListText(store().user.fPK + 1, budget::DefaultBudgets());
+        QVERIFY(!ChangeRow(store().connection(), now, [&](RowValues& values) {
+            values.set(Col::fEtx, store().cry.Cipher(static_cast<std::int32_t>(now), 1, foreign));
             return true;
         }));
-        QVERIFY(!budget::LoadBudgets(f.store()));
-        QCOMPARE(f.listRows(budget::kBudgetListSection), QList<std::int64_t>{now});
+        QVERIFY(!budget::LoadBudgets(store()));
+        QCOMPARE(listRows(budget::kBudgetListSection), QList<std::int64_t>{now});
     }
 
     void roundTripThroughFile() {
-        Fixture f;
-        QVERIFY(f.create());
+        QVERIFY(newFile(kPass));
         budget::BudgetList list;
         for (int id = 255; id >= 0; --id) {
             list.append(static_cast<std::uint8_t>(id), QStringLiteral("B%1 \u03A9").arg(id), id % 2 == 0, id % 3 == 0);
@@ -117,18 +102,18 @@ private Q_SLOTS:
         budget::PayModes modes;
         modes.ids = {511, 255, 1, -1};
         modes.names = {QStringLiteral("Vale"), QStringLiteral("Cr\u00E9dit"), QString(), QStringLiteral("x")};
-        QCOMPARE(budget::SaveBudgets(f.store(), list), 0);
-        QCOMPARE(budget::SavePayModes(f.store(), modes), 0);
-        QCOMPARE(budget::SaveBudgets(f.store(), list), 0); // a second save changes the row in place
-        QVERIFY(f.reopen());
+        QCOMPARE(budget::SaveBudgets(store(), list), 0);
+        QCOMPARE(budget::SavePayModes(store(), modes), 0);
+        QCOMPARE(budget::SaveBudgets(store(), list), 0); // a second save changes the row in place
+        QVERIFY(reopen(kPass));
 
-        const std::optional<budget::BudgetList> read = budget::LoadBudgets(f.store());
+        const std::optional<budget::BudgetList> read = budget::LoadBudgets(store());
         QVERIFY(read);
-        Fixture::compare(*read, list);
-        QCOMPARE(budget::LoadPayModes(f.store())->ids, modes.ids);
-        QCOMPARE(budget::LoadPayModes(f.store())->names, modes.names);
-        QCOMPARE(f.listRows(budget::kBudgetListSection).size(), 1);
-        QCOMPARE(f.listRows(budget::kPayModeSection).size(), 1);
+        Compare(*read, list);
+        QCOMPARE(budget::LoadPayModes(store())->ids, modes.ids);
+        QCOMPARE(budget::LoadPayModes(store())->names, modes.names);
+        QCOMPARE(listRows(budget::kBudgetListSection).size(), 1);
+        QCOMPARE(listRows(budget::kPayModeSection).size(), 1);
     }
 
     void refusedTexts() {
@@ -188,32 +173,31 @@ private Q_SLOTS:
     }
 
     void repairTouchesOnlyTheOwnersMode() {
-        Fixture f;
-        QVERIFY(f.create());
-        const int owner = f.store().user.level;
-        const std::int64_t mine = f.addTransaction(owner, 5);
-        const std::int64_t mineOtherBudget = f.addTransaction(owner, 5, 2);
-        const std::int64_t otherMode = f.addTransaction(owner, 4);
-        const std::int64_t otherOwner = f.addTransaction((owner + 1) % 256, 5);
-        const std::int64_t noMode = f.addTransaction(owner, -1);
-        const std::int64_t unreadable = AddRecord(f.store(), "x", budget::kBudgetSection);
+        QVERIFY(newFile(kPass));
+        const int owner = store().user.level;
+        const std::int64_t mine = addTransaction(owner, 5);
+        const std::int64_t mineOtherBudget = addTransaction(owner, 5, 2);
+        const std::int64_t otherMode = addTransaction(owner, 4);
+        const std::int64_t otherOwner = addTransaction((owner + 1) % 256, 5);
+        const std::int64_t noMode = addTransaction(owner, -1);
+        const std::int64_t unreadable = AddRecord(store(), "x", budget::kBudgetSection);
         QVERIFY(mine && mineOtherBudget && otherMode && otherOwner && noMode && unreadable);
-        QVERIFY(!ChangeRow(f.store().connection(), unreadable, [](RowValues& row) {
+        QVERIFY(!ChangeRow(store().connection(), unreadable, [](RowValues& row) {
             row.set(Col::fEtx, QByteArray("not a record"));
             return true;
         }));
-        const QByteArray untouched = ReadRecord(f.store(), otherOwner);
+        const QByteArray untouched = ReadRecord(store(), otherOwner);
 
-        QCOMPARE(budget::RepairPayMode(f.store(), 5), 2);
-        QCOMPARE(f.field(mine, 7), QVariant(0));
-        QCOMPARE(f.field(mineOtherBudget, 7), QVariant(0));
-        QCOMPARE(f.field(mine, 2).toString(), QStringLiteral("Rent"));
-        QCOMPARE(f.field(otherMode, 7), QVariant(4));
-        QCOMPARE(ReadRecord(f.store(), otherOwner), untouched);
-        QVERIFY(!f.field(noMode, 7).isValid());
-        QCOMPARE(ReadRow(f.store().connection(), unreadable)->bytes(Col::fEtx), QByteArray("not a record"));
-        QCOMPARE(ReadRow(f.store().connection(), mine)->integer(Col::AE) & 1, std::int64_t{1});
-        QCOMPARE(budget::RepairPayMode(f.store(), 5), 0);
+        QCOMPARE(budget::RepairPayMode(store(), 5), 2);
+        QCOMPARE(field(mine, 7), QVariant(0));
+        QCOMPARE(field(mineOtherBudget, 7), QVariant(0));
+        QCOMPARE(field(mine, 2).toString(), QStringLiteral("Rent"));
+        QCOMPARE(field(otherMode, 7), QVariant(4));
+        QCOMPARE(ReadRecord(store(), otherOwner), untouched);
+        QVERIFY(!field(noMode, 7).isValid());
+        QCOMPARE(ReadRow(store().connection(), unreadable)->bytes(Col::fEtx), QByteArray("not a record"));
+        QCOMPARE(ReadRow(store().connection(), mine)->integer(Col::AE) & 1, std::int64_t{1});
+        QCOMPARE(budget::RepairPayMode(store(), 5), 0);
     }
 };
 

@@ -38,13 +38,8 @@ ListEntries Payments() {
 
 } // namespace
 
-class TestTransactions : public QObject {
+class TestTransactions : public FileTest {
     Q_OBJECT
-
-    QTemporaryDir m_dir;
-    TestSession m_run;
-
-    Store& store() { return m_run.store(); }
 
     std::int32_t Put(Transaction t, int budget = 0) {
         if (StoreTransaction(store(), budget, t) != 0) {
@@ -63,9 +58,7 @@ class TestTransactions : public QObject {
     void clearBudgetRows() { QVERIFY(!store().connection().exec("DELETE FROM tt WHERE fSec=17")); }
 
 private Q_SLOTS:
-    void initTestCase() {
-        QCOMPARE(CreateDatabase(m_run, m_dir.filePath(QStringLiteral("b.nct")), QStringLiteral("correct horse 1")), 0);
-    }
+    void initTestCase() { QVERIFY(newFile(QStringLiteral("correct horse 1"))); }
 
     void dayNumbersAtTheLimits() {
         QCOMPARE(DayNumber(QDate(1989, 4, 28)), 0);
@@ -151,7 +144,7 @@ private Q_SLOTS:
         const std::int64_t memo = AddRecord(store(), "memo", 14);
         t.key = static_cast<std::int32_t>(memo);
         QCOMPARE(StoreTransaction(store(), 0, t), kUpdateImpossible);
-        QCOMPARE(m_run.prompter.numbers().last(), 16);
+        QCOMPARE(prompter().numbers().last(), 16);
         QCOMPARE(ReadRecord(store(), memo), QByteArray("memo"));
         t.key = 999999;
         QCOMPARE(StoreTransaction(store(), 0, t), 0);
@@ -374,7 +367,7 @@ private Q_SLOTS:
         data.categories = entries;
         data.payments = Payments();
         data.transactions = DecodeTransactions(store().cry.KeyPool(), ReadBalanceRows(store(), query));
-        const QString path = m_dir.filePath(QStringLiteral("out.csv"));
+        const QString path = m_dir->filePath(QStringLiteral("out.csv"));
         QVERIFY(WriteExportFile(path, *BalanceCsv(data)).isEmpty());
         QFile file(path);
         QVERIFY(file.open(QIODevice::ReadOnly));

@@ -27,13 +27,10 @@ QStringList Command(const QString& words, const QString& path, const QString& fo
 
 // One program at a time holds a file: whatever this program did with it last, a second program is refused and
 // changes nothing.
-class TestFileHold : public QObject {
+class TestFileHold : public FileTest {
     Q_OBJECT
 
-    QTemporaryDir m_dir;
-    QString m_path;
-    const QString m_backups = m_dir.filePath(QStringLiteral("backups"));
-    std::unique_ptr<TestSession> m_run;
+    QString m_backups;
 
     TestSession& run() { return *m_run; }
     // Backs the file up, then restores the backup over it with these answers.
@@ -45,11 +42,9 @@ class TestFileHold : public QObject {
 
 private Q_SLOTS:
     void init() {
-        m_path = m_dir.filePath(QStringLiteral("%1.nct").arg(QTest::currentTestFunction()));
-        QFile::remove(m_path);
-        m_run = std::make_unique<TestSession>();
-        QCOMPARE(CreateDatabase(run(), m_path, kPassphrase), 0);
-        QVERIFY(AddRecord(run().store(), "a memo") > 0);
+        QVERIFY(newFile(kPassphrase));
+        m_backups = m_dir->filePath(QStringLiteral("backups"));
+        QVERIFY(AddRecord(store(), "a memo") > 0);
     }
 
     void cleanup() { m_run.reset(); }
@@ -111,9 +106,8 @@ private Q_SLOTS:
         QFETCH(QString, command);
         // A backup of the held file lies beside it, so that a restore would replace it.
         const QString backup = backup_commands::BackupCommand(run().session, m_backups);
-        QFile::remove(m_dir.filePath(QStringLiteral("backup.ncz")));
-        QVERIFY(QFile::rename(backup, m_dir.filePath(QStringLiteral("backup.ncz"))));
-        QCOMPARE(SecondProgramRefused(m_path, Command(command, m_path, m_dir.path()),
+        QVERIFY(QFile::rename(backup, m_dir->filePath(QStringLiteral("backup.ncz"))));
+        QCOMPARE(SecondProgramRefused(m_path, Command(command, m_path, m_dir->path()),
                                       (kPassphrase + u'\n').toUtf8().repeated(3)),
                  QString());
         for (const char* left : {".ncr", ".ncb", ".tmp"}) {

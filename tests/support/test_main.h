@@ -10,6 +10,8 @@
 
 #include <QtTest>
 
+#include <memory>
+
 namespace test_env {
 
 inline QTemporaryDir& Folder() {
@@ -47,6 +49,32 @@ inline void ForgetSettings() {
 }
 
 } // namespace test_env
+
+// A test whose functions work on a file of their own, made by newFile() in init() (or once in initTestCase()), open
+// in a session whose dialogs are answered by the script.
+class FileTest : public QObject {
+protected:
+    std::unique_ptr<QTemporaryDir> m_dir;
+    QString m_path;
+    std::unique_ptr<TestSession> m_run;
+
+    Store& store() { return m_run->store(); }
+    ScriptedPrompter& prompter() { return m_run->prompter; }
+
+    bool newFile(const QString& passphrase, FrameLink* frame = nullptr) {
+        m_run.reset();
+        m_dir = std::make_unique<QTemporaryDir>();
+        m_path = m_dir->filePath(QStringLiteral("test.nct"));
+        m_run = std::make_unique<TestSession>(frame);
+        return CreateDatabase(*m_run, m_path, passphrase) == 0;
+    }
+    // Leaves the file as a crash would and opens it in a new session: only what reached the file is seen there.
+    bool reopen(const QString& passphrase, FrameLink* frame = nullptr) {
+        DropDatabase(m_run->session);
+        m_run = std::make_unique<TestSession>(frame);
+        return OpenDatabase(*m_run, m_path, passphrase) == 0;
+    }
+};
 
 #define NCT_TEST_MAIN_WITH(Application, TestObject)                                                                   \
     int main(int argc, char* argv[]) {                                                                                 \

@@ -29,15 +29,10 @@ void Type(QLineEdit* field, const QString& text) {
 
 } // namespace
 
-class TestFrmBudget : public QObject {
+class TestFrmBudget : public FileTest {
     Q_OBJECT
 
-    QTemporaryDir m_dir;
-    std::unique_ptr<TestSession> m_run;
     std::unique_ptr<frmBudget> m_form;
-
-    Store& store() { return m_run->store(); }
-    ScriptedPrompter& prompter() { return m_run->prompter; }
 
     QStringList items() const {
         QStringList texts;
@@ -77,10 +72,7 @@ class TestFrmBudget : public QObject {
 private Q_SLOTS:
     // Every test starts from a file of its own, with two categories and private records shown.
     void init() {
-        const QString path = m_dir.filePath(QStringLiteral("%1.nct").arg(QTest::currentTestFunction()));
-        QFile::remove(path);
-        m_run = std::make_unique<TestSession>();
-        QCOMPARE(CreateDatabase(*m_run, path, kPass), 0);
+        QVERIFY(newFile(kPass));
         QCOMPARE(categories::SaveCategoryText(store(), QStringLiteral("Food;1;Rent;2"), 17, 0), 0);
         m_run->session.ShowPrivate = true;
         m_form = std::make_unique<frmBudget>(m_run->session);
@@ -343,7 +335,7 @@ private Q_SLOTS:
         select(QStringLiteral("Lunch"));
         prompter().replies.append(Reply::Ok);
         m_form->cmdDelete->click();
-        const QString path = m_dir.filePath(QStringLiteral("balance"));
+        const QString path = m_dir->filePath(QStringLiteral("balance"));
         prompter().newFile = path;
         m_form->cmdExport->click();
         QFile file(path + QStringLiteral(".csv"));

@@ -50,22 +50,10 @@ int PayModeOf(Store& store, std::int64_t fpk) {
 
 } // namespace
 
-// Every test has a new file of its own, open in a session whose dialogs are answered by the script.
-class TestFrmBudgetDialogs : public QObject {
+class TestFrmBudgetDialogs : public FileTest {
     Q_OBJECT
-
-    std::unique_ptr<QTemporaryDir> m_dir;
-    std::unique_ptr<TestSession> m_run;
-
-    Store& store() { return m_run->store(); }
-    ScriptedPrompter& prompter() { return m_run->prompter; }
-
 private Q_SLOTS:
-    void init() {
-        m_dir = std::make_unique<QTemporaryDir>();
-        m_run = std::make_unique<TestSession>();
-        QCOMPARE(CreateDatabase(*m_run, m_dir->filePath(QStringLiteral("dialogs.nct")), kPass), 0);
-    }
+    void init() { QVERIFY(newFile(kPass)); }
 
     void newBudgetTakesTheFreedId() {
         {

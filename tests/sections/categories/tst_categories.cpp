@@ -55,20 +55,10 @@ QStringList texts(const ListEntries& entries) {
 
 } // namespace
 
-class TestCategories : public QObject {
+class TestCategories : public FileTest {
     Q_OBJECT
-
-    QTemporaryDir m_dir;
-    QString m_path;
-    std::unique_ptr<TestSession> m_run;
-    Store& store() { return m_run->store(); }
-
 private Q_SLOTS:
-    void initTestCase() {
-        m_path = m_dir.filePath(QStringLiteral("lists.nct"));
-        m_run = std::make_unique<TestSession>();
-        QCOMPARE(CreateDatabase(*m_run, m_path, kPassphrase), 0);
-    }
+    void initTestCase() { QVERIFY(newFile(kPassphrase)); }
 
     void init() { QVERIFY(!store().connection().exec("DELETE FROM tt WHERE fSec=10")); }
 
@@ -77,8 +67,7 @@ private Q_SLOTS:
         QCOMPARE(SaveCategoryText(store(), QStringLiteral("old"), 14), 0);
         QCOMPARE(SaveCategoryText(store(), text, 14), 0);
         const std::int32_t user = store().user.fPK;
-        open_sequence::CloseDatabase(m_run->session);
-        QCOMPARE(OpenDatabase(*m_run, m_path, kPassphrase), 0);
+        QVERIFY(reopen(kPassphrase));
         QCOMPARE(store().user.fPK, user);
         QCOMPARE(LoadCategoryText(store(), 14), text);
         QCOMPARE(LoadCategoryText(store(), 15), QString());

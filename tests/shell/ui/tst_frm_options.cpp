@@ -39,30 +39,15 @@ QLineEdit* Label(QWidget& form, int i) {
 
 } // namespace
 
-// Every test has a new file of its own, open in a session whose dialogs are answered by the script.
-class TestFrmOptions : public QObject {
+class TestFrmOptions : public FileTest {
     Q_OBJECT
 
-    std::unique_ptr<QTemporaryDir> m_dir;
     CountingFrame m_frame;
-    std::unique_ptr<TestSession> m_run;
-
-    Store& store() { return m_run->store(); }
-    ScriptedPrompter& prompter() { return m_run->prompter; }
-    // Drops the session without writing anything on the way out and opens the file in a new one, so that only
-    // what reached the file is seen.
-    bool reopen() {
-        DropDatabase(m_run->session);
-        m_run = std::make_unique<TestSession>(&m_frame);
-        return OpenDatabase(*m_run, m_dir->filePath(QStringLiteral("prefs.nct")), kPass) == 0;
-    }
 
 private Q_SLOTS:
     void init() {
-        m_dir = std::make_unique<QTemporaryDir>();
         m_frame.hideShows = 0;
-        m_run = std::make_unique<TestSession>(&m_frame);
-        QCOMPARE(CreateDatabase(*m_run, m_dir->filePath(QStringLiteral("prefs.nct")), kPass), 0);
+        QVERIFY(newFile(kPass, &m_frame));
         // Only what the dialog asks counts from here on.
         prompter().forget();
     }
@@ -108,7 +93,7 @@ private Q_SLOTS:
             // What is shown now does not change with the option for the next start.
             QVERIFY(!m_run->session.ShowPrivate);
         }
-        QVERIFY(reopen());
+        QVERIFY(reopen(kPass, &m_frame));
         const Preferences& p = store().preferences;
         QCOMPARE(QList<int>({p.StartMode, p.StartSection, p.CalView, p.WorkdayStart, p.WorkdayEnd, p.IdleAction}),
                  QList<int>({1, 13, 0, 9 * 60, 16 * 60 + 30, 2}));
@@ -135,7 +120,7 @@ private Q_SLOTS:
         }
         QCOMPARE(store().preferences.toBlob(), before);
         QCOMPARE(m_frame.hideShows, 0);
-        QVERIFY(reopen());
+        QVERIFY(reopen(kPass, &m_frame));
         QCOMPARE(store().preferences.toBlob(), before);
         QCOMPARE(users::LoadListSettings(store()), labelsBefore);
     }
@@ -161,7 +146,7 @@ private Q_SLOTS:
             Click(form, ok ? QStringLiteral("cmdOK") : QStringLiteral("cmdCancel"));
         }
         QCOMPARE(store().user.options.PinCode, ok ? QStringLiteral("a PIN, any length") : before.PinCode);
-        QVERIFY(reopen());
+        QVERIFY(reopen(kPass, &m_frame));
         const UserOptions& after = store().user.options;
         QCOMPARE(after.PinCode, ok ? QStringLiteral("a PIN, any length") : before.PinCode);
         QCOMPARE(after.PinMask, ok ? 0b10001 : before.PinMask);

@@ -27,20 +27,10 @@ void select(QListWidget* list, const QString& text) {
 
 } // namespace
 
-class TestFrmEditCategories : public QObject {
+class TestFrmEditCategories : public FileTest {
     Q_OBJECT
-
-    QTemporaryDir m_dir;
-    std::unique_ptr<TestSession> m_run;
-    Store& store() { return m_run->store(); }
-    ScriptedPrompter& prompter() { return m_run->prompter; }
-
 private Q_SLOTS:
-    void initTestCase() {
-        m_run = std::make_unique<TestSession>();
-        QCOMPARE(CreateDatabase(*m_run, m_dir.filePath(QStringLiteral("edit.nct")), QStringLiteral("four pale owls")),
-                 0);
-    }
+    void initTestCase() { QVERIFY(newFile(QStringLiteral("four pale owls"))); }
 
     void init() {
         prompter().forget();
