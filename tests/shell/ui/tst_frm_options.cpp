@@ -1,5 +1,7 @@
 #include "shell/ui/frm_options.h"
 
+#include "shell/options.h"
+
 #include "store/keys.h"
 #include "store/users.h"
 #include "support/gui.h"
@@ -86,6 +88,9 @@ private Q_SLOTS:
             prompter().passphrases << kPass;
             Click(form, QStringLiteral("chkShowPrivate"));
             Label(form, 0)->setText(QStringLiteral("Nickname"));
+            // Beyond the code page; a separator typed into a label would shift every label behind it.
+            Label(form, 4)->setText(QStringLiteral("Кот ✓"));
+            Label(form, 2)->setText(QStringLiteral("Second\x11write"));
             Label(form, 8)->clear();
             Click(form, QStringLiteral("cmdOK"));
             QCOMPARE(form.result(), int(QDialog::Accepted));
@@ -93,17 +98,43 @@ private Q_SLOTS:
             // What is shown now does not change with the option for the next start.
             QVERIFY(!m_run->session.ShowPrivate);
         }
+        {
+            // A second save rewrites the user's one row of labels rather than adding to it.
+            frmOptions form(m_run->session);
+            Label(form, 0)->setText(QStringLiteral("Nick"));
+            Click(form, QStringLiteral("cmdOK"));
+        }
         QVERIFY(reopen(kPass, &m_frame));
         const Preferences& p = store().preferences;
         QCOMPARE(QList<int>({p.StartMode, p.StartSection, p.CalView, p.WorkdayStart, p.WorkdayEnd, p.IdleAction}),
                  QList<int>({1, 13, 0, 9 * 60, 16 * 60 + 30, 2}));
         QVERIFY(p.ShowPrivateAtStart);
-
-        // The labels come back in a new dialog; an emptied one shows its default.
+        QVERIFY(m_run->session.ShowPrivate);
+        // The labels come back, an emptied one as its default.
+        QCOMPARE(options::LoadUserFieldLabels(store()),
+                 QStringList({"Nick", "User Def 2", "Secondwrite", "User Def 4", "Кот ✓", "User Def 6", "User Def 7",
+                              "User Def 8", "User Def 9"}));
+        QCOMPARE(Scalar(store().connection(), QStringLiteral("SELECT count(*) FROM tt WHERE fSec=9 AND fSub=11")), 1);
         frmOptions again(m_run->session);
-        QCOMPARE(Label(again, 0)->text(), QStringLiteral("Nickname"));
+        QCOMPARE(Label(again, 4)->text(), QStringLiteral("Кот ✓"));
         QCOMPARE(Label(again, 8)->text(), QStringLiteral("User Def 9"));
         QVERIFY(Find<QAbstractButton>(again, QStringLiteral("chkShowPrivate"))->isChecked());
+    }
+
+    void pinValuesMarkOnlyRealChanges() {
+        UserOptions pin{0, QStringLiteral("1234"), 3, false};
+        QVERIFY(!options::TakePinValues(pin, QStringLiteral("1234"), 3, false));
+        QVERIFY(options::TakePinValues(pin, QStringLiteral("12345"), 3, false));
+        QCOMPARE(pin.PinCode, QStringLiteral("12345"));
+        QVERIFY(options::TakePinValues(pin, QStringLiteral("12345"), 1, true));
+        QCOMPARE(pin.PinMask, 1);
+        QVERIFY(pin.PinEveryAccess);
+    }
+
+    void savingOnAVanishedRowIsFatal() {
+        store().connection().exec("DELETE FROM tt WHERE fSec=2");
+        QCOMPARE(options::SaveOptions(store()), StoreError::Fatal);
+        QCOMPARE(prompter().numbers(), QList<int>({83}));
     }
 
     void cancelWritesNothing() {
