@@ -130,31 +130,6 @@ private Q_SLOTS:
         QCOMPARE(ReadRecord(run.store(), record), QByteArray("after the backup"));
     }
 
-    void listParsesNamesAndSkipsBadOnes() {
-        QTemporaryDir dir;
-        const QList<QPair<QString, qsizetype>> files = {
-            {QStringLiteral("mydata041224170455.ncz"), 2048},
-            {QStringLiteral("Anna000229000000.NCZ"), 1025},
-            {QStringLiteral("short.ncz"), 10},
-            {QStringLiteral("month041324170455.ncz"), 10},
-            {QStringLiteral("other041224170455.txt"), 10},
-        };
-        for (const auto& [name, size] : files) {
-            QVERIFY(WriteFile(dir.filePath(name), QByteArray(size, 'x')));
-        }
-        QVERIFY(QDir(dir.path()).mkdir(QStringLiteral("folder041224170455.ncz")));
-
-        const QList<backup_commands::BackupEntry> entries = backup_commands::ListBackups(dir.path());
-        QCOMPARE(entries.size(), 2);
-        QCOMPARE(entries[0].original, QStringLiteral("Anna.nct"));
-        QCOMPARE(entries[0].moment, QDateTime(QDate(2000, 2, 29), QTime(0, 0)));
-        QCOMPARE(entries[1].original, QStringLiteral("mydata.nct"));
-        QCOMPARE(entries[1].moment, QDateTime(QDate(2004, 12, 24), QTime(17, 4, 55)));
-        QCOMPARE(entries[1].sizeKb, 2);
-        QCOMPARE(entries[1].path, QFileInfo(dir.filePath(QStringLiteral("mydata041224170455.ncz"))).absoluteFilePath());
-        QVERIFY(backup_commands::ListBackups(dir.filePath(QStringLiteral("missing"))).isEmpty());
-    }
-
     void backupWithNoFileOpen() {
         QTemporaryDir dir;
         const QString path = MadeDatabase(dir.filePath(QStringLiteral("closed.nct")), kPassphrase);

@@ -34,7 +34,12 @@ private Q_SLOTS:
         QVERIFY(QDir().mkpath(first) && QDir().mkpath(second));
         QVERIFY(WriteFile(first + QStringLiteral("/mydata041224170455.ncz"), QByteArray(3000, 'x')));
         QVERIFY(WriteFile(first + QStringLiteral("/mydata050101080000.ncz"), QByteArray(1024, 'x')));
-        QVERIFY(WriteFile(first + QStringLiteral("/junk.ncz"), "x"));
+        QVERIFY(WriteFile(first + QStringLiteral("/Anna000229000000.NCZ"), QByteArray(1025, 'x')));
+        // What is no backup's name is passed over: too short, a month 13, another extension, a folder.
+        for (const char* name : {"/junk.ncz", "/month041324170455.ncz", "/other041224170455.txt"}) {
+            QVERIFY(WriteFile(first + QLatin1String(name), "x"));
+        }
+        QVERIFY(QDir().mkpath(first + QStringLiteral("/folder041224170455.ncz")));
         QVERIFY(WriteFile(second + QStringLiteral("/c041224170455.ncz"), "x"));
         QVERIFY(WriteFile(second + QStringLiteral("/d041224170455.ncz"), "x"));
         RegWriteText(QStringLiteral("BackupPath"), QDir::toNativeSeparators(first));
@@ -43,10 +48,11 @@ private Q_SLOTS:
         frmRestore form(run.session);
         form.show();
         QVERIFY(QTest::qWaitForWindowExposed(&form));
-        QCOMPARE(Listed(form), QStringList({"mydata.nct|12/24/2004 17:04:55|3", "mydata.nct|1/1/2005 08:00:00|1"}));
+        QCOMPARE(Listed(form), QStringList({"Anna.nct|2/29/2000 00:00:00|2", "mydata.nct|12/24/2004 17:04:55|3",
+                                            "mydata.nct|1/1/2005 08:00:00|1"}));
         // The newest backup is the one offered.
         auto* list = Find<QTreeWidget>(form, QStringLiteral("lvBackups"));
-        QCOMPARE(list->currentItem(), list->topLevelItem(1));
+        QCOMPARE(list->currentItem(), list->topLevelItem(2));
 
         run.prompter.folder = second;
         Click(form, QStringLiteral("cmdChangeDir_0"));
