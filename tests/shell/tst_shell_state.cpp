@@ -269,9 +269,7 @@ private Q_SLOTS:
         } else if (kind == QLatin1String("unmarked")) {
             // The records are there, but the file no longer says it is ours; the person agrees to the repair.
             path = freshFile(QStringLiteral("unmarked.nct"));
-            sqlite::Connection connection;
-            QVERIFY(!connection.open(path, sqlite::Connection::Mode::ReadWrite));
-            QVERIFY(!connection.exec("PRAGMA application_id=0"));
+            QVERIFY(ExecOn(path, QStringLiteral("PRAGMA application_id=0")));
             run.prompter.replies << Prompter::Reply::Yes;
         }
         run.session.DbPath = path;

@@ -9,12 +9,6 @@ namespace {
 
 const QString kPassphrase = QStringLiteral("a good passphrase 1");
 
-// Runs SQL on a closed file, as a former release or a damaged disk would have left it.
-bool alter(const QString& path, const QString& sql) {
-    sqlite::Connection connection;
-    return !connection.open(path, sqlite::Connection::Mode::ReadWrite) && !connection.exec(sql.toUtf8().constData());
-}
-
 // The open sequence up to the schema step, through the store alone, so that a test can hand in its own steps.
 std::unique_ptr<Store> openStore(Prompter& prompter, const QString& path) {
     auto store = std::make_unique<Store>(prompter);
@@ -103,7 +97,7 @@ private Q_SLOTS:
     void schemaTooOldRefused() {
         QFETCH(QString, sql);
         QFETCH(bool, refused);
-        QVERIFY(alter(m_path, sql));
+        QVERIFY(ExecOn(m_path, sql));
         const QByteArray before = FileBytes(m_path);
 
         TestSession opening;
@@ -126,7 +120,7 @@ private Q_SLOTS:
 
     void stepsRunOnlyBelowTheirVersion() {
         QVERIFY(
-            alter(m_path, QStringLiteral("UPDATE nct_properties SET value='002.004.0021' WHERE name='NctVersion'")));
+            ExecOn(m_path, QStringLiteral("UPDATE nct_properties SET value='002.004.0021' WHERE name='NctVersion'")));
         ScriptedPrompter prompter;
         std::unique_ptr<Store> store = openStore(prompter, m_path);
         QVERIFY(store);
@@ -205,7 +199,7 @@ private Q_SLOTS:
 
     void versionRecordRewritten() {
         QFETCH(QString, damage);
-        QVERIFY(alter(m_path, damage));
+        QVERIFY(ExecOn(m_path, damage));
 
         TestSession opening;
         QCOMPARE(OpenDatabase(opening, m_path, kPassphrase), 0);

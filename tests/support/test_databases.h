@@ -84,6 +84,13 @@ inline QByteArray ReadRecord(Store& store, std::int64_t fpk) {
     return row ? store.cry.Cipher(static_cast<std::int32_t>(fpk), 2, row->bytes(Col::fEtx)) : QByteArray();
 }
 
+// Runs `sql` on a file no session holds open, as a former release, a damaged disk or someone tampering with it
+// would have left it; whether it ran.
+inline bool ExecOn(const QString& path, const QString& sql) {
+    sqlite::Connection connection;
+    return !connection.open(path, sqlite::Connection::Mode::ReadWrite) && !connection.exec(sql.toUtf8().constData());
+}
+
 // The first value `sql` gives, or an invalid variant.
 inline QVariant Scalar(sqlite::Connection& connection, const QString& sql) {
     sqlite::Statement select = connection.prepare(sql.toUtf8().constData());
