@@ -299,7 +299,7 @@ private Q_SLOTS:
         QCOMPARE(PlainAmount(Money("3.1234")), QStringLiteral("3.1234"));
     }
 
-    void listSumsComeFromTheTexts() {
+    void sumsComeFromTheTextsAndNeverWrap() {
         const std::optional<ListSums> sums =
             Recalc1({{QStringLiteral("1,000.50"), QStringLiteral(" ")}, {QStringLiteral(" "), QStringLiteral("0.25")}});
         QVERIFY(sums);

@@ -51,18 +51,14 @@ private Q_SLOTS:
         QCOMPARE(other.Cipher(7, 2, sealed), QByteArray("secret"));
     }
 
-    void twoWritesShareNeitherKeyNorVector() {
+    void twoWritesNeverShareAVector() {
         CRY cry;
         cry.setKeyPool(RandomPool());
         std::set<QByteArray> vectors;
-        std::set<QByteArray> texts;
         for (int i = 0; i < 50; ++i) {
-            const QByteArray sealed = cry.Cipher(3, 1, QByteArrayLiteral("same text"));
-            vectors.insert(sealed.mid(2, 8));
-            texts.insert(sealed);
+            vectors.insert(cry.Cipher(3, 1, QByteArrayLiteral("same text")).mid(2, 8));
         }
         QCOMPARE(vectors.size(), 50u);
-        QCOMPARE(texts.size(), 50u);
     }
 
     void emptyRecordsHideTheirSize() {
