@@ -100,24 +100,19 @@ private Q_SLOTS:
         QCOMPARE(memosOnly.out.count(u'\n'), 2);
     }
 
-    void infoWithoutPassphrase() {
+    // Looking is not opening, and a wrong passphrase opens nothing: no copy, no change.
+    void infoAndAWrongPassphraseChangeNothing() {
         const QByteArray before = FileBytes(m_basic);
         const CliResult run = cli({"info", m_basic});
         QCOMPARE(run.exitCode, 0);
         QVERIFY2(run.out.contains(QLatin1String("schema: 002.005.0000")), qPrintable(run.out));
         QVERIFY2(run.out.contains(QLatin1String("rows: 11\n")), qPrintable(run.out));
-        // Looking is not opening: no copy, no change.
+        const CliResult wrong = cli({"dump", m_basic}, Line(QStringLiteral("Correct horse 1")));
+        QCOMPARE(wrong.exitCode, 1);
+        QVERIFY2(wrong.err.contains(QLatin1String("Password not correct!")), qPrintable(wrong.err));
+        QVERIFY(wrong.out.isEmpty());
         QCOMPARE(FileBytes(m_basic), before);
         QCOMPARE(FilesIn(m_dir->path()), QStringList{QStringLiteral("basic.nct")});
-    }
-
-    void wrongPassphrase() {
-        const QByteArray before = FileBytes(m_basic);
-        const CliResult run = cli({"dump", m_basic}, Line(QStringLiteral("Correct horse 1")));
-        QCOMPARE(run.exitCode, 1);
-        QVERIFY2(run.err.contains(QLatin1String("Password not correct!")), qPrintable(run.err));
-        QVERIFY(run.out.isEmpty());
-        QCOMPARE(FileBytes(m_basic), before);
     }
 
     void createRefusesExistingFile() {

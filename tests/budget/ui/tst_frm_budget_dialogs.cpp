@@ -32,10 +32,6 @@ void CtrlEnter(QWidget& form) {
     QTest::keyClick(&form, Qt::Key_Return, Qt::ControlModifier);
 }
 
-QVector<std::uint8_t> StoredIds(Store& store) {
-    return budget::LoadBudgets(store).value_or(budget::BudgetList{}).ids;
-}
-
 std::int64_t AddTransaction(Store& store, int payMode) {
     const QByteArray blob =
         Record_Put::PutField(store.user.level, FieldType::Byte, 0) + Record_Put::PutField(payMode, FieldType::Int16, 7);
@@ -66,7 +62,7 @@ private Q_SLOTS:
             QCOMPARE(form.result(), int(QDialog::Accepted));
             QVERIFY(!form.cancelled());
         }
-        QCOMPARE(StoredIds(store()), (QVector<std::uint8_t>{0, 2}));
+        QCOMPARE(budget::LoadBudgets(store())->ids, (QVector<std::uint8_t>{0, 2}));
 
         frmEditBudgetNames form(store());
         Click(form, "cmdNew");
