@@ -73,11 +73,6 @@ public:
         askedOn.clear();
     }
 
-    QString asked(const QString& answer) {
-        askedOn.append(QThread::currentThread());
-        return answer;
-    }
-
     // The catalogue numbers of the boxes shown so far.
     QList<int> numbers() const {
         QList<int> result;
@@ -85,5 +80,11 @@ public:
             result.append(s.number);
         }
         return result;
+    }
+
+private:
+    QString asked(const QString& answer) {
+        askedOn.append(QThread::currentThread());
+        return answer;
     }
 };
