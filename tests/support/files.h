@@ -30,9 +30,10 @@ inline QStringList FilesIn(const QString& folder) {
 
 // The hex known answer `key` of the lists in tests/data/store-vectors.json, as bytes; none when it is missing.
 inline QByteArray ListVector(const char* key) {
-    const QJsonObject lists = QJsonDocument::fromJson(FileBytes(QStringLiteral(NCT_TEST_DATA_DIR "/store-vectors.json")))
-                                  .object()
-                                  .value(QLatin1String("lists"))
-                                  .toObject();
+    const QJsonObject lists =
+        QJsonDocument::fromJson(FileBytes(QStringLiteral(NCT_TEST_DATA_DIR "/store-vectors.json")))
+            .object()
+            .value(QLatin1String("lists"))
+            .toObject();
     return QByteArray::fromHex(lists.value(QLatin1String(key)).toString().toLatin1());
 }

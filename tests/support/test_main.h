@@ -28,11 +28,11 @@ inline bool Prepare() {
     if (!Folder().isValid()) {
         return false;
     }
-    for (const auto& [variable, folder] : {std::pair{"HOME", "home"}, {"XDG_CONFIG_HOME", "config"},
-                                           {"XDG_RUNTIME_DIR", "runtime"}}) {
+    for (const auto& [variable, folder] :
+         {std::pair{"HOME", "home"}, {"XDG_CONFIG_HOME", "config"}, {"XDG_RUNTIME_DIR", "runtime"}}) {
         const QString path = Path(QLatin1String(folder));
-        if (!QDir().mkpath(path) || !QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner |
-                                                                     QFile::ExeOwner)) {
+        if (!QDir().mkpath(path) ||
+            !QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner)) {
             return false;
         }
         qputenv(variable, QFile::encodeName(path));
@@ -76,7 +76,7 @@ protected:
     }
 };
 
-#define NCT_TEST_MAIN_WITH(Application, TestObject)                                                                   \
+#define NCT_TEST_MAIN_WITH(Application, TestObject)                                                                    \
     int main(int argc, char* argv[]) {                                                                                 \
         if (!test_env::Prepare()) {                                                                                    \
             qFatal("the test environment cannot be made");                                                             \
