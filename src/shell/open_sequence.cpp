@@ -24,6 +24,12 @@ int FailedRequest(Session& session, int error) {
     return error == StoreError::Cancelled || session.DbIsOpen ? error : StoreError::Fatal;
 }
 
+// A PIN given once counts for the login it was given in, and no longer.
+void ForgetPins(Session& session) {
+    session.PinPassedMask = 0;
+    session.store().budgetPinGiven.reset();
+}
+
 // The refusal of a file that another program holds names the file, as every refusal of the kind does.
 void TellOpenFailure(Prompter& prompter, const sqlite::Error& e, const QString& path) {
     if (e.number == sqlite::kErrLocked) {
@@ -242,16 +248,6 @@ int NewDatabase(Session& session) {
     Adopt(session, std::move(candidate));
     return 0;
 }
-
-namespace {
-
-// A PIN given once counts for the login it was given in, and no longer.
-void ForgetPins(Session& session) {
-    session.PinPassedMask = 0;
-    session.store().budgetPinGiven.reset();
-}
-
-} // namespace
 
 void AfterOpen(Session& session) {
     Store& store = session.store();

@@ -81,30 +81,6 @@ Loop::~Loop() {
     Settle();
 }
 
-void CloseAll(std::function<void()> then) {
-    State& s = Current();
-    if (s.loops == 0 && s.pending.empty()) {
-        then();
-        return;
-    }
-    s.closing = true;
-    s.pending.push_back(std::move(then));
-    for (auto it = s.dialogs.crbegin(); it != s.dialogs.crend(); ++it) {
-        if (QDialog* dialog = it->data()) {
-            s.closedByWatch.insert(dialog);
-            QObject::connect(dialog, &QObject::destroyed, qApp, [dialog] { Current().closedByWatch.remove(dialog); });
-            dialog->done(QDialog::Rejected);
-        }
-    }
-    // Dialogs the toolkit opens by itself (a file dialog's question, say) go the same way.
-    for (QWidget* window : QApplication::topLevelWidgets()) {
-        if (auto* dialog = qobject_cast<QDialog*>(window); dialog != nullptr && dialog->isVisible()) {
-            dialog->done(QDialog::Rejected);
-        }
-    }
-    Settle();
-}
-
 void AfterLoops(std::function<void()> action) {
     State& s = Current();
     if (s.loops == 0 && s.pending.empty()) {
@@ -113,6 +89,28 @@ void AfterLoops(std::function<void()> action) {
     }
     s.pending.push_back(std::move(action));
     Settle();
+}
+
+void CloseAll(std::function<void()> then) {
+    State& s = Current();
+    if (s.loops > 0) {
+        s.closing = true;
+        for (auto it = s.dialogs.crbegin(); it != s.dialogs.crend(); ++it) {
+            if (QDialog* dialog = it->data()) {
+                s.closedByWatch.insert(dialog);
+                QObject::connect(dialog, &QObject::destroyed, qApp,
+                                 [dialog] { Current().closedByWatch.remove(dialog); });
+                dialog->done(QDialog::Rejected);
+            }
+        }
+        // Dialogs the toolkit opens by itself (a file dialog's question, say) go the same way.
+        for (QWidget* window : QApplication::topLevelWidgets()) {
+            if (auto* dialog = qobject_cast<QDialog*>(window); dialog != nullptr && dialog->isVisible()) {
+                dialog->done(QDialog::Rejected);
+            }
+        }
+    }
+    AfterLoops(std::move(then));
 }
 
 bool Running() {
