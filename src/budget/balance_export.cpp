@@ -1,8 +1,8 @@
 #include "budget/balance_export.h"
 
+#include "base/messages.h"
 #include "budget/amounts.h"
 #include "budget/transaction_list.h"
-#include "shell/catalogue/messages.h"
 
 #include <QSaveFile>
 

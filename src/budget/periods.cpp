@@ -1,6 +1,6 @@
 #include "budget/periods.h"
 
-#include "shell/catalogue/messages.h"
+#include "base/messages.h"
 
 #include <QLocale>
 

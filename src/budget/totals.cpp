@@ -1,9 +1,9 @@
 #include "budget/totals.h"
 
+#include "base/messages.h"
 #include "budget/amounts.h"
 #include "budget/budget_lists.h"
 #include "budget/transaction.h"
-#include "shell/catalogue/messages.h"
 #include "store/record_get.h"
 #include "store/row.h"
 #include "store/store.h"

@@ -2,7 +2,8 @@
 
 #include "budget/budget_lists.h"
 
-#include "shell/catalogue/messages.h"
+#include "base/messages.h"
+#include "sections/record_store.h"
 #include "store/conversion.h"
 #include "store/field_codec.h"
 #include "store/record_get.h"
@@ -18,7 +19,6 @@ namespace budget {
 namespace {
 
 constexpr int kFieldCount = 9;
-const QDate kOleBase(1899, 12, 30);
 
 } // namespace
 
@@ -55,22 +55,6 @@ Transaction ClearTransaction(int owner, int category, const QDate& today) {
     t.datePaid = today;
     t.category = category < 0 ? 0 : category;
     return t;
-}
-
-int OleDay(const QDate& date) {
-    return static_cast<int>(kOleBase.daysTo(date));
-}
-
-int DayNumber(const QDate& date, int base) {
-    if (!date.isValid()) {
-        return 0;
-    }
-    const std::int64_t n = kOleBase.daysTo(date) - base;
-    return n > 32767 || n < -32767 ? 0 : static_cast<int>(n);
-}
-
-QDate DateOfDayNumber(int dayNumber, int base) {
-    return kOleBase.addDays(static_cast<qint64>(base) + dayNumber);
 }
 
 std::int32_t CodedR2(int dcwb, RandomSource& random) {
@@ -115,12 +99,11 @@ bool DecodeTransactionBlob(const QByteArray& blob, Transaction& t) {
 }
 
 bool DecodeTransaction(Store& store, const Row& row, Transaction& t) {
-    const auto key = static_cast<std::int32_t>(row.integer(Col::fPK));
     Transaction read = t;
-    if (!DecodeTransactionBlob(store.cry.Cipher(key, 2, row.bytes(Col::fEtx)), read)) {
+    if (!DecodeTransactionBlob(records::RowBlob(store, row), read)) {
         return false;
     }
-    read.key = key;
+    read.key = static_cast<std::int32_t>(row.integer(Col::fPK));
     read.category = static_cast<int>(row.integer(Col::fG1));
     read.spareFlag = row.integer(Col::fF1) != 0;
     read.noteFlag = row.integer(Col::fF2) != 0;
@@ -138,17 +121,16 @@ std::optional<Transaction> LoadTransaction(Store& store, std::int32_t key) {
 }
 
 int StoreTransaction(Store& store, int budget, Transaction& t) {
-    const QByteArray blob = TransactionBlob(t);
-    auto fill = [&](std::int64_t fpk, RowValues& row) {
-        const auto key = static_cast<std::int32_t>(fpk);
-        const QByteArray sealed = store.cry.Cipher(key, 1, blob);
+    const records::RecordKind kind{.section = kBudgetSection,
+                                   .freeColumns = {.onT2 = true, .onT3 = true, .onR1 = true, .onR4 = true}};
+    records::RecordData data;
+    data.blob = TransactionBlob(t);
+    data.columns = [&](std::int32_t key, RowValues& row) {
         const QByteArray amount = store.cry.Cipher(
             key, 1, Record_Put::PutField(QVariant::fromValue(t.amount), FieldType::Currency, kHeaderlessIndex));
-        if (sealed.isEmpty() || amount.isEmpty()) {
+        if (amount.isEmpty()) {
             return false;
         }
-        row.set(Col::fEtx, sealed);
-        row.set(Col::fSec, kBudgetSection);
         row.set(Col::fSub, budget);
         row.set(Col::fG1, t.category);
         row.set(Col::fR2, CodedR2(t.dcwb, store.random()));
@@ -156,41 +138,17 @@ int StoreTransaction(Store& store, int budget, Transaction& t) {
         row.set(Col::fT1, amount);
         row.set(Col::fF1, t.spareFlag ? 1 : 0);
         row.set(Col::fF2, t.noteFlag ? 1 : 0);
-        row.orAE(1);
-        FillNoise(row, store.random(), {.onT2 = true, .onT3 = true, .onR1 = true, .onR4 = true});
         return true;
     };
-    sqlite::Error e;
-    std::int64_t key = t.key;
-    const std::optional<Row> existing = t.key > 0 ? ReadRow(store.connection(), t.key, &e) : std::nullopt;
-    if (e) {
-        return e.number;
+    const Result r = records::SaveRecord(store, kind, t.key, data);
+    if (r.kind() == Result::Kind::Message) {
+        store.prompter.message(r.number(), r.text(), Prompter::Buttons::Ok, Prompter::Icon::Critical);
     }
-    if (existing) {
-        if (existing->integer(Col::fSec) != kBudgetSection) {
-            store.prompter.message(kUpdateImpossible, MsgText(kUpdateImpossible), Prompter::Buttons::Ok,
-                                   Prompter::Icon::Critical);
-            return kUpdateImpossible;
-        }
-        e = ChangeRow(store.connection(), key, [&](RowValues& row) { return fill(key, row); });
-    } else {
-        key = AddNewRow(store.connection(), fill, &e);
-    }
-    if (e) {
-        return e.number;
-    }
-    if (key <= 0) {
-        return sqlite::kErrGeneral;
-    }
-    t.key = static_cast<std::int32_t>(key);
-    return 0;
+    return r.number();
 }
 
 int DeleteTransaction(Store& store, std::int32_t key) {
-    sqlite::Statement del = store.connection().prepare("DELETE FROM tt WHERE fPK=? AND fSec=?");
-    del.bind(1, static_cast<std::int64_t>(key)).bind(2, static_cast<std::int64_t>(kBudgetSection));
-    del.step();
-    return del.error().number;
+    return records::DeleteRecord(store, kBudgetSection, key).number();
 }
 
 } // namespace budget

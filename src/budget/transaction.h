@@ -1,5 +1,6 @@
 #pragma once
 
+#include "sections/record_store.h"
 #include "store/currency.h"
 
 #include <QByteArray>
@@ -59,13 +60,15 @@ QString CutTextsNotice(const QVector<CutText>& cut);
 // The record in hand of a new transaction: today, the user's owner byte, the category in view (0 when "All").
 Transaction ClearTransaction(int owner, int category, const QDate& today);
 
-// Day numbers of plain date columns: days from the base (an OLE date) to `date`, or 0 when the count does not
-// fit in 16 bits (or there is no date).
+// Day numbers of the Budget's plain date column.
 constexpr int kBudgetDayBase = 32626;
-int DayNumber(const QDate& date, int base = kBudgetDayBase);
-QDate DateOfDayNumber(int dayNumber, int base = kBudgetDayBase);
-// The whole OLE date of a day.
-int OleDay(const QDate& date);
+inline int DayNumber(const QDate& date, int base = kBudgetDayBase) {
+    return records::DayNumber(date, base);
+}
+inline QDate DateOfDayNumber(int dayNumber, int base = kBudgetDayBase) {
+    return records::DateOfDayNumber(dayNumber, base);
+}
+using records::OleDay;
 
 // fR2: noise in every bit but the low two, which carry DCWB.
 std::int32_t CodedR2(int dcwb, RandomSource& random);

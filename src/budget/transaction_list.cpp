@@ -1,8 +1,8 @@
 #include "budget/transaction_list.h"
 
+#include "base/messages.h"
 #include "budget/amounts.h"
 #include "budget/budget_lists.h"
-#include "shell/catalogue/messages.h"
 #include "shell/dates.h"
 #include "store/row.h"
 #include "store/store.h"

@@ -1,6 +1,6 @@
 #include "shell/backup_commands.h"
 
-#include "shell/catalogue/messages.h"
+#include "base/messages.h"
 #include "shell/open_sequence.h"
 #include "shell/settings.h"
 #include "store/backup.h"

@@ -1,6 +1,6 @@
 #include "shell/file_choice.h"
 
-#include "shell/catalogue/messages.h"
+#include "base/messages.h"
 #include "shell/open_sequence.h"
 #include "store/check.h"
 

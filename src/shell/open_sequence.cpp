@@ -1,6 +1,6 @@
 #include "shell/open_sequence.h"
 
-#include "shell/catalogue/messages.h"
+#include "base/messages.h"
 #include "shell/settings.h"
 #include "store/check.h"
 #include "store/keys.h"

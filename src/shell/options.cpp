@@ -1,6 +1,6 @@
 #include "shell/options.h"
 
-#include "shell/catalogue/messages.h"
+#include "base/messages.h"
 #include "store/codepage.h"
 #include "store/users.h"
 

@@ -1,6 +1,6 @@
 #include "shell/section_list.h"
 
-#include "shell/catalogue/messages.h"
+#include "base/messages.h"
 
 #include <QStringList>
 

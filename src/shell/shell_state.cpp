@@ -1,6 +1,6 @@
 #include "shell/shell_state.h"
 
-#include "shell/catalogue/messages.h"
+#include "base/messages.h"
 #include "store/keys.h"
 
 #include <limits>

@@ -1,6 +1,6 @@
 #include "store/backup.h"
 
-#include "shell/catalogue/messages.h"
+#include "base/messages.h"
 #include "store/codepage.h"
 #include "store/conversion.h"
 #include "store/db.h"

@@ -1,6 +1,6 @@
 #include "store/keys.h"
 
-#include "shell/catalogue/messages.h"
+#include "base/messages.h"
 #include "store/codepage.h"
 #include "store/row.h"
 #include "store/users.h"

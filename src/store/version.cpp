@@ -1,7 +1,7 @@
 #include "store/version.h"
 
+#include "base/messages.h"
 #include "program_version.h"
-#include "shell/catalogue/messages.h"
 #include "store/record_put.h"
 #include "store/row.h"
 

@@ -1,3 +1,4 @@
+#include "base/messages.h"
 #include "budget/amounts.h"
 #include "budget/balance_export.h"
 #include "budget/budget_lists.h"
@@ -5,7 +6,6 @@
 #include "budget/transaction.h"
 #include "budget/transaction_list.h"
 #include "sections/categories/categories.h"
-#include "shell/catalogue/messages.h"
 #include "store/record_get.h"
 #include "support/test_main.h"
 #include "support/time_zone.h"

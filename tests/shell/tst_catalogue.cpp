@@ -1,4 +1,4 @@
-#include "shell/catalogue/messages.h"
+#include "base/messages.h"
 #include "shell/catalogue/tips.h"
 #include "store/random_source.h"
 #include "support/test_main.h"

@@ -1,4 +1,4 @@
-#include "shell/catalogue/messages.h"
+#include "base/messages.h"
 #include "store/codepage.h"
 #include "store/keys.h"
 #include "store/users.h"

@@ -2,13 +2,13 @@
 #include "app/cli/commands.h"
 #include "app/cli/records.h"
 
+#include "base/messages.h"
 #include "budget/amounts.h"
 #include "budget/balance_export.h"
 #include "budget/budget_lists.h"
 #include "budget/totals.h"
 #include "budget/transaction_list.h"
 #include "sections/categories/categories.h"
-#include "shell/catalogue/messages.h"
 #include "shell/open_sequence.h"
 
 #include <QDate>

@@ -1,6 +1,6 @@
 #include "app/cli/records.h"
 
-#include "shell/catalogue/messages.h"
+#include "base/messages.h"
 #include "shell/open_sequence.h"
 #include "store/codepage.h"
 #include "store/currency.h"

@@ -1,5 +1,6 @@
 #include "budget/ui/frm_budget.h"
 
+#include "base/messages.h"
 #include "budget/amounts.h"
 #include "budget/ui/frm_edit_budget.h"
 #include "budget/ui/frm_edit_budget_names.h"
@@ -7,7 +8,6 @@
 #include "sections/categories/categories.h"
 #include "sections/categories/ui/frm_edit_categories.h"
 #include "shell/catalogue/captions.h"
-#include "shell/catalogue/messages.h"
 #include "shell/session.h"
 #include "shell/shell_state.h"
 #include "shell/ui/apply_captions.h"

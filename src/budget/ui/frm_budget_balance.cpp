@@ -1,10 +1,10 @@
 // The Balance tab of the Budget section: the period bar, the time frame and the sums by category.
 
+#include "base/messages.h"
 #include "budget/amounts.h"
 #include "budget/balance_export.h"
 #include "budget/ui/frm_budget.h"
 #include "shell/catalogue/captions.h"
-#include "shell/catalogue/messages.h"
 #include "shell/dates.h"
 #include "shell/session.h"
 #include "shell/ui/list_controls.h"

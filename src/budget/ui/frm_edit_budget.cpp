@@ -1,11 +1,11 @@
 #include "budget/ui/frm_edit_budget.h"
 
+#include "base/messages.h"
 #include "budget/amounts.h"
 #include "budget/budget_lists.h"
 #include "budget/ui/frm_edit_budget_paymode.h"
 #include "sections/categories/categories.h"
 #include "sections/categories/ui/frm_edit_categories.h"
-#include "shell/catalogue/messages.h"
 #include "shell/dates.h"
 #include "shell/ui/apply_captions.h"
 #include "shell/ui/list_controls.h"

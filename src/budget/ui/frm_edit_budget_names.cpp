@@ -1,7 +1,7 @@
 #include "budget/ui/frm_edit_budget_names.h"
 
+#include "base/messages.h"
 #include "budget/budget_lists.h"
-#include "shell/catalogue/messages.h"
 #include "shell/ui/apply_captions.h"
 #include "shell/ui/named_control.h"
 #include "store/store.h"

@@ -1,8 +1,8 @@
 #include "budget/ui/frm_edit_budget_paymode.h"
 
+#include "base/messages.h"
 #include "budget/budget_lists.h"
 #include "shell/catalogue/captions.h"
-#include "shell/catalogue/messages.h"
 #include "shell/ui/apply_captions.h"
 #include "shell/ui/list_controls.h"
 #include "shell/ui/named_control.h"

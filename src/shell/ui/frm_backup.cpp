@@ -2,8 +2,8 @@
 
 #include "shell/ui/modal.h"
 
+#include "base/messages.h"
 #include "shell/backup_commands.h"
-#include "shell/catalogue/messages.h"
 #include "shell/session.h"
 #include "shell/ui/apply_captions.h"
 

@@ -1,7 +1,7 @@
 #include "shell/ui/frm_mdi.h"
 
+#include "base/messages.h"
 #include "shell/catalogue/captions.h"
-#include "shell/catalogue/messages.h"
 #include "shell/dates.h"
 #include "shell/file_choice.h"
 #include "shell/open_sequence.h"

@@ -1,6 +1,6 @@
 #include "shell/ui/frm_pw.h"
 
-#include "shell/catalogue/messages.h"
+#include "base/messages.h"
 #include "shell/ui/apply_captions.h"
 #include "store/cry.h"
 

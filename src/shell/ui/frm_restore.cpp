@@ -2,8 +2,8 @@
 
 #include "shell/ui/modal.h"
 
+#include "base/messages.h"
 #include "shell/catalogue/captions.h"
-#include "shell/catalogue/messages.h"
 #include "shell/dates.h"
 #include "shell/session.h"
 #include "shell/settings.h"

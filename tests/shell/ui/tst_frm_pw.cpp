@@ -1,6 +1,6 @@
 #include "shell/ui/frm_pw.h"
 
-#include "shell/catalogue/messages.h"
+#include "base/messages.h"
 #include "support/gui.h"
 
 #include <memory>

@@ -1,7 +1,7 @@
 #include "sections/categories/ui/frm_edit_categories.h"
 
+#include "base/messages.h"
 #include "sections/categories/categories.h"
-#include "shell/catalogue/messages.h"
 #include "shell/ui/apply_captions.h"
 #include "shell/ui/list_controls.h"
 #include "shell/ui/named_control.h"

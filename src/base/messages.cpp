@@ -1,4 +1,4 @@
-#include "shell/catalogue/messages.h"
+#include "base/messages.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,0 +1,146 @@
+#include "sections/record_store.h"
+
+#include "store/record_get.h"
+#include "store/record_put.h"
+#include "store/store.h"
+
+namespace records {
+
+namespace {
+
+constexpr int kUpdateImpossible = 16;
+const QDate kOleBase(1899, 12, 30);
+
+Result EngineResult(const sqlite::Error& e) {
+    return Result::Engine(e.number);
+}
+
+// Runs a DELETE with its bound numbers.
+Result Delete(Store& store, const char* sql, std::initializer_list<std::int64_t> values) {
+    sqlite::Statement del = store.connection().prepare(sql);
+    int i = 1;
+    for (const std::int64_t v : values) {
+        del.bind(i++, v);
+    }
+    del.step();
+    return EngineResult(del.error());
+}
+
+} // namespace
+
+std::optional<Row> LoadRow(Store& store, int section, std::int32_t key, Result* result) {
+    sqlite::Error e;
+    std::optional<Row> row = key > 0 ? ReadRow(store.connection(), key, &e) : std::nullopt;
+    Result outcome = EngineResult(e);
+    if (row && row->integer(Col::fSec) != section) {
+        row.reset();
+        outcome = Result::Message(kUpdateImpossible);
+    }
+    if (result != nullptr) {
+        *result = outcome;
+    }
+    return row;
+}
+
+QByteArray RowBlob(Store& store, const Row& row) {
+    return store.cry.Cipher(static_cast<std::int32_t>(row.integer(Col::fPK)), 2, row.bytes(Col::fEtx));
+}
+
+Result SaveRecord(Store& store, const RecordKind& kind, std::int32_t& key, const RecordData& data) {
+    const auto fill = [&](std::int64_t fpk, RowValues& row) {
+        const auto rowKey = static_cast<std::int32_t>(fpk);
+        const QByteArray sealed = store.cry.Cipher(rowKey, 1, data.blob);
+        if (sealed.isEmpty() || (data.columns && !data.columns(rowKey, row))) {
+            return false;
+        }
+        row.set(Col::fEtx, sealed);
+        row.set(Col::fSec, kind.section);
+        if (data.title) {
+            row.set(Col::fT1, Record_Put::SealTitle(store.cry, rowKey, data.title->text, store.user.level,
+                                                    data.title->isPrivate));
+        }
+        row.orAE(1);
+        FillNoise(row, store.random(), kind.freeColumns);
+        return true;
+    };
+    sqlite::Error e;
+    const std::optional<Row> existing = key > 0 ? ReadRow(store.connection(), key, &e) : std::nullopt;
+    if (e) {
+        return EngineResult(e);
+    }
+    std::int64_t written = key;
+    if (existing) {
+        if (existing->integer(Col::fSec) != kind.section) {
+            return Result::Message(kUpdateImpossible);
+        }
+        e = ChangeRow(store.connection(), written, [&](RowValues& row) { return fill(written, row); });
+    } else {
+        written = AddNewRow(store.connection(), fill, &e);
+    }
+    if (e) {
+        return EngineResult(e);
+    }
+    if (written <= 0) {
+        return Result::Engine(sqlite::kErrGeneral);
+    }
+    key = static_cast<std::int32_t>(written);
+    return {};
+}
+
+Result DeleteRecord(Store& store, int section, std::int32_t key) {
+    return Delete(store, "DELETE FROM tt WHERE fPK=? AND fSec=?", {key, section});
+}
+
+Result DeleteRecords(Store& store, int section, int category) {
+    if (category != kAllCategories) {
+        return Delete(store, "DELETE FROM tt WHERE fSec=? AND fG1=?", {section, category});
+    }
+    // The records and the lists that file them go together, or neither goes.
+    sqlite::Savepoint transaction(store.connection());
+    if (sqlite::Error e = transaction.begin()) {
+        return EngineResult(e);
+    }
+    Result r = Delete(store, "DELETE FROM tt WHERE fSec=?", {section});
+    if (r.ok()) {
+        r = Delete(store, "DELETE FROM tt WHERE fSec=? AND fSub=?", {kCategoryRowSection, section});
+    }
+    return r.ok() ? EngineResult(transaction.release()) : r;
+}
+
+QVector<ListedTitle> ListTitles(Store& store, int section, int category) {
+    sqlite::Statement select = store.connection().prepare(
+        category == kAllCategories ? "SELECT fPK, fT1, fG1 FROM tt WHERE fSec=? ORDER BY fPK"
+                                   : "SELECT fPK, fT1, fG1 FROM tt WHERE fSec=? AND fG1=? ORDER BY fPK");
+    select.bind(1, static_cast<std::int64_t>(section));
+    if (category != kAllCategories) {
+        select.bind(2, static_cast<std::int64_t>(category));
+    }
+    const Record_Get::TitleAccess access = store.titleAccess();
+    QVector<ListedTitle> titles;
+    while (select.step()) {
+        const auto key = static_cast<std::int32_t>(select.value(0).toLongLong());
+        QString title = Record_Get::OpenTitle(store.cry, key, select.value(1).toByteArray(), access);
+        if (!title.isEmpty()) {
+            titles.append({key, std::move(title), select.value(2).toInt()});
+        }
+    }
+    return titles;
+}
+
+int OleDay(const QDate& date) {
+    return static_cast<int>(kOleBase.daysTo(date));
+}
+
+int DayNumber(const QDate& date, int base) {
+    if (!date.isValid()) {
+        return 0;
+    }
+    const std::int64_t n = kOleBase.daysTo(date) - base;
+    return n > 32767 || n < -32767 ? 0 : static_cast<int>(n);
+}
+
+QDate DateOfDayNumber(int dayNumber, int base) {
+    return kOleBase.addDays(static_cast<qint64>(base) + dayNumber);
+}
+
+} // namespace records
