@@ -1,0 +1,99 @@
+#include "sections/diary/diary.h"
+
+#include "sections/record_store.h"
+#include "store/field_codec.h"
+#include "store/record_get.h"
+#include "store/record_put.h"
+#include "store/store.h"
+
+#include <QMap>
+
+namespace diary {
+
+namespace {
+
+constexpr int kFieldCount = 3;
+
+const records::RecordKind kKind{
+    .section = kDiarySection,
+    .freeColumns = {.onT1 = true, .onT2 = true, .onT3 = true, .onR1 = true, .onR2 = true, .onR4 = true}};
+
+} // namespace
+
+QString DiaryDescriptor() {
+    return QStringLiteral("0 Owner 2 1 Date 25 2 Memo 12 ");
+}
+
+QDate WeekStart(const QDate& date, Qt::DayOfWeek firstDay) {
+    return date.addDays(-((date.dayOfWeek() - firstDay + 7) % 7));
+}
+
+QByteArray DiaryBlob(const DiaryEntry& entry) {
+    using Record_Put::PutField;
+    return PutField(entry.owner, FieldType::Byte, Owner) + PutField(entry.date, FieldType::DateTime, Date) +
+           PutField(entry.text, FieldType::LongText, Text);
+}
+
+bool DecodeDiaryBlob(const QByteArray& blob, DiaryEntry& entry) {
+    if (blob.isEmpty()) {
+        return false;
+    }
+    FieldValues values(kFieldCount);
+    Record_Get::GetRecord(values, blob);
+    entry.owner = values[Owner].toInt();
+    entry.date = values[Date].toDateTime().date();
+    entry.text = values[Text].toString();
+    return true;
+}
+
+QVector<DiaryEntry> LoadEntries(Store& store, const QDate& from, const QDate& to) {
+    sqlite::Statement select =
+        store.connection().prepare("SELECT * FROM tt WHERE fSec=? AND fR3 BETWEEN ? AND ? ORDER BY fPK");
+    select.bind(1, static_cast<std::int64_t>(kDiarySection))
+        .bind(2, static_cast<std::int64_t>(records::DayNumber(from, kDiaryDayBase)))
+        .bind(3, static_cast<std::int64_t>(records::DayNumber(to, kDiaryDayBase)));
+    QMap<QDate, DiaryEntry> days;
+    while (select.step()) {
+        const Row row = Row::FromStatement(select);
+        DiaryEntry entry;
+        if (!DecodeDiaryBlob(records::RowBlob(store, row), entry) || entry.owner != store.user.level ||
+            entry.date < from || entry.date > to) {
+            continue;
+        }
+        entry.key = static_cast<std::int32_t>(row.integer(Col::fPK));
+        days.insert(entry.date, entry);
+    }
+    return days.values().toVector();
+}
+
+std::array<DiaryEntry, 7> LoadWeek(Store& store, const QDate& weekStart) {
+    std::array<DiaryEntry, 7> week;
+    for (int i = 0; i < 7; ++i) {
+        week[i].owner = store.user.level;
+        week[i].date = weekStart.addDays(i);
+    }
+    for (const DiaryEntry& entry : LoadEntries(store, weekStart, weekStart.addDays(6))) {
+        week[weekStart.daysTo(entry.date)] = entry;
+    }
+    return week;
+}
+
+Result StoreDiaryDay(Store& store, DiaryEntry& entry) {
+    records::RecordData data;
+    data.blob = DiaryBlob(entry);
+    data.columns = [&](std::int32_t, RowValues& row) {
+        row.set(Col::fR3, records::DayNumber(entry.date, kDiaryDayBase));
+        return true;
+    };
+    return records::SaveRecord(store, kKind, entry.key, data);
+}
+
+QVector<QDate> DaysWithEntries(Store& store, const QDate& from, const QDate& to) {
+    QVector<QDate> days;
+    for (const DiaryEntry& entry : LoadEntries(store, from, to)) {
+        days.append(entry.date);
+    }
+    return days;
+}
+
+} // namespace diary
