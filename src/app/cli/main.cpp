@@ -1,4 +1,6 @@
 #include "app/cli/commands.h"
+#include "sections/diary/diary_commands.h"
+#include "sections/memos/memo_commands.h"
 #include "shell/process_guard.h"
 
 #include <QCoreApplication>
@@ -23,6 +25,9 @@ void Usage(QTextStream& err) {
            "                              the budget's month list, a new transaction, the balance of a period,\n"
            "                              the balance and transactions of a period as CSV ('budget' alone lists the "
            "options)\n"
+           "  memo list|add|show|delete FILE ...\n"
+           "                              the memos: subjects by category, a new memo, one memo, deleting one\n"
+           "  diary list|set FILE ...     the diary's entries of a period, the entry of a day\n"
            "Passphrases are read from the terminal, or line by line from standard input.\n";
 }
 
@@ -52,9 +57,12 @@ int main(int argc, char* argv[]) {
     }
     using Command = int (*)(const QStringList&, cli::Streams);
     const std::pair<const char*, Command> commands[] = {
-        {"create", cli::Create},   {"info", cli::Info},       {"check", cli::Check},
-        {"passwd", cli::Passwd},   {"compact", cli::Compact}, {"backup", cli::Backup},
-        {"restore", cli::Restore}, {"dump", cli::Dump},       {"budget", cli::Budget},
+        {"create", cli::Create},        {"info", cli::Info},
+        {"check", cli::Check},          {"passwd", cli::Passwd},
+        {"compact", cli::Compact},      {"backup", cli::Backup},
+        {"restore", cli::Restore},      {"dump", cli::Dump},
+        {"budget", cli::Budget},        {"memo", memos::MemoCommand},
+        {"diary", diary::DiaryCommand},
     };
     for (const auto& [name, run] : commands) {
         if (command == QLatin1String(name)) {

@@ -1,0 +1,130 @@
+#include "app/cli/command_line.h"
+
+#include "app/cli/cli_prompter.h"
+#include "app/cli/records.h"
+#include "shell/open_sequence.h"
+#include "shell/session.h"
+
+#include <QFile>
+
+namespace cli {
+
+CommandLine::CommandLine(Streams io, QString usage, const QList<QCommandLineOption>& options)
+    : m_io(io)
+    , m_usage(std::move(usage)) {
+    m_parser.addOptions(options);
+}
+
+bool CommandLine::parse(const QStringList& args, qsizetype words) {
+    if (!m_parser.parse(QStringList{QStringLiteral("noctaria-cli")} + args)) {
+        m_io.err << "noctaria-cli: " << m_parser.errorText() << '\n';
+        usage();
+        return false;
+    }
+    m_words = m_parser.positionalArguments();
+    if (m_words.size() != words) {
+        usage();
+        return false;
+    }
+    return true;
+}
+
+QDate CommandLine::date(const QString& name) const {
+    const QDate d = QDate::fromString(value(name), Qt::ISODate);
+    if (!d.isValid()) {
+        m_io.err << "noctaria-cli: --" << name << " takes a date as YYYY-MM-DD\n";
+    }
+    return d;
+}
+
+std::optional<QString> CommandLine::text() const {
+    const bool inline_ = isSet(QStringLiteral("text"));
+    const bool file = isSet(QStringLiteral("text-file"));
+    if (inline_ == file) {
+        m_io.err << "noctaria-cli: give the text with either --text or --text-file\n";
+        return std::nullopt;
+    }
+    if (inline_) {
+        return value(QStringLiteral("text"));
+    }
+    QFile in(value(QStringLiteral("text-file")));
+    if (!in.open(QIODevice::ReadOnly)) {
+        m_io.err << "noctaria-cli: " << in.fileName() << " cannot be read: " << in.errorString() << '\n';
+        return std::nullopt;
+    }
+    return QString::fromUtf8(in.readAll());
+}
+
+std::int32_t CommandLine::key(qsizetype word) const {
+    bool ok = false;
+    const int key = m_words.value(word).toInt(&ok);
+    if (!ok || key <= 0) {
+        m_io.err << "noctaria-cli: '" << m_words.value(word) << "' is not a record key\n";
+        return 0;
+    }
+    return key;
+}
+
+int CommandLine::usage() const {
+    return Usage(m_io, m_usage.toUtf8().constData());
+}
+
+int CommandLine::fail(const QString& why) const {
+    return Fail(m_io, why);
+}
+
+QCommandLineOption ValueOption(const char* name, const char* what) {
+    return {QString::fromLatin1(name), QString::fromLatin1(what), QStringLiteral("value")};
+}
+
+int RunVerb(const QStringList& args, Streams io, const char* usage, std::initializer_list<Verb> verbs) {
+    for (const auto& [name, run] : verbs) {
+        if (!args.isEmpty() && args[0] == QLatin1String(name)) {
+            return run(args.mid(1), io);
+        }
+    }
+    return Usage(io, usage);
+}
+
+int WithOpenFile(Streams io, const QString& path, const std::function<int(Session&)>& body) {
+    CliPrompter prompter(io.err);
+    Session session(prompter);
+    if (const int code = OpenChecked(io, path, session)) {
+        return code;
+    }
+    const int code = body(session);
+    open_sequence::CloseDatabase(session);
+    return code;
+}
+
+std::optional<int> EntryNamed(const ListEntries& entries, const QString& name, qsizetype from) {
+    for (qsizetype i = from; i < entries.size(); ++i) {
+        QString text = entries[i].text.trimmed();
+        if (text.startsWith(u'<') && text.endsWith(u'>')) {
+            text = text.mid(1, text.size() - 2).trimmed();
+        }
+        if (text.compare(name.trimmed(), Qt::CaseInsensitive) == 0) {
+            return entries[i].itemData;
+        }
+    }
+    return std::nullopt;
+}
+
+QString OneLine(const QString& text) {
+    QString line;
+    line.reserve(text.size());
+    for (const QChar c : text) {
+        if (c == u'\\') {
+            line += QStringLiteral("\\\\");
+        } else if (c == u'\n') {
+            line += QStringLiteral("\\n");
+        } else if (c == u'\t') {
+            line += QStringLiteral("\\t");
+        } else if (c != u'\r') {
+            line += c;
+        }
+    }
+    return line;
+}
+
+} // namespace cli

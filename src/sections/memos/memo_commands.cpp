@@ -1,0 +1,171 @@
+#include "sections/memos/memo_commands.h"
+
+#include "app/cli/command_line.h"
+#include "sections/categories/categories.h"
+#include "sections/memos/memo.h"
+#include "shell/session.h"
+#include "store/store.h"
+
+#include <QDateTime>
+
+namespace memos {
+
+namespace {
+
+using cli::CommandLine;
+
+constexpr const char* kUsage = "memo list FILE [--category NAME]\n"
+                               "       noctaria-cli memo add FILE --subject S [--category NAME] [--private]\n"
+                               "                    [--text T | --text-file F]\n"
+                               "       noctaria-cli memo show FILE KEY\n"
+                               "       noctaria-cli memo delete FILE KEY";
+
+ListEntries CategoryEntries(Store& store) {
+    ListEntries entries;
+    categories::FillCategoryEntries(store, entries, kMemoSection, {.addUnfiled = true});
+    return entries;
+}
+
+QString CategoryName(const ListEntries& entries, int id) {
+    for (const ListEntry& e : entries) {
+        if (e.itemData == id) {
+            const QString text = e.text.trimmed();
+            return text.startsWith(u'<') && text.endsWith(u'>') ? text.mid(1, text.size() - 2).trimmed() : text;
+        }
+    }
+    return {};
+}
+
+// The category named on the command line; "Unfiled" without one. Absent, with a message, for an unknown name.
+std::optional<int> ChosenCategory(const CommandLine& line, Store& store, bool allWithout) {
+    if (!line.isSet(QStringLiteral("category"))) {
+        return allWithout ? records::kAllCategories : categories::kUnfiled;
+    }
+    const QString name = line.value(QStringLiteral("category"));
+    const std::optional<int> id = cli::EntryNamed(CategoryEntries(store), name);
+    if (!id) {
+        line.fail(QStringLiteral("there is no memo category '%1'").arg(name));
+    }
+    return id;
+}
+
+QString NoMemo(std::int32_t key, const Result& r) {
+    if (r.kind() == Result::Kind::Engine) {
+        return r.text();
+    }
+    return r.ok() ? QStringLiteral("there is no record %1").arg(key)
+                  : QStringLiteral("record %1 is not a memo").arg(key);
+}
+
+int Report(const CommandLine& line, const Result& r) {
+    return r.ok() ? cli::kExitOk : line.fail(r.text());
+}
+
+int List(const QStringList& args, cli::Streams io) {
+    CommandLine line(io, kUsage, {cli::ValueOption("category", "the category's name")});
+    if (!line.parse(args, 1)) {
+        return cli::kExitUsage;
+    }
+    return cli::WithOpenFile(io, line.words()[0], [&](Session& session) {
+        Store& store = session.store();
+        const std::optional<int> category = ChosenCategory(line, store, true);
+        if (!category) {
+            return cli::kExitFailed;
+        }
+        // Whoever gives the passphrase on the command line sees the private memos too.
+        store.hidePrivate = false;
+        const ListEntries entries = CategoryEntries(store);
+        for (const records::ListedTitle& t : ListMemos(store, *category)) {
+            io.out << t.key << '\t' << CategoryName(entries, t.category) << '\t' << cli::OneLine(t.title) << '\n';
+        }
+        return cli::kExitOk;
+    });
+}
+
+int Add(const QStringList& args, cli::Streams io) {
+    CommandLine line(io, kUsage,
+                     {cli::ValueOption("subject", "the subject"), cli::ValueOption("category", "the category's name"),
+                      QCommandLineOption(QStringLiteral("private"), QStringLiteral("a private memo")),
+                      cli::ValueOption("text", "the memo"), cli::ValueOption("text-file", "a file holding the memo")});
+    if (!line.parse(args, 1)) {
+        return cli::kExitUsage;
+    }
+    const QString subject = line.value(QStringLiteral("subject"));
+    if (subject.trimmed().isEmpty()) {
+        return line.fail(QStringLiteral("a memo needs a subject (--subject)"));
+    }
+    std::optional<QString> text = QString();
+    if (line.isSet(QStringLiteral("text")) || line.isSet(QStringLiteral("text-file"))) {
+        text = line.text();
+    }
+    if (!text) {
+        return cli::kExitUsage;
+    }
+    return cli::WithOpenFile(io, line.words()[0], [&](Session& session) {
+        Store& store = session.store();
+        const std::optional<int> category = ChosenCategory(line, store, false);
+        if (!category) {
+            return cli::kExitFailed;
+        }
+        const QDateTime now = QDateTime::currentDateTime();
+        Memo memo = NewMemo(store.user.level, *category, subject, now);
+        memo.isPrivate = line.isSet(QStringLiteral("private"));
+        memo.text = *text;
+        const Result r = StoreMemo(store, memo, now);
+        if (r.ok()) {
+            io.out << memo.key << '\n';
+        }
+        return Report(line, r);
+    });
+}
+
+int Show(const QStringList& args, cli::Streams io) {
+    CommandLine line(io, kUsage, {});
+    if (!line.parse(args, 2)) {
+        return cli::kExitUsage;
+    }
+    const std::int32_t key = line.key(1);
+    if (key == 0) {
+        return cli::kExitUsage;
+    }
+    return cli::WithOpenFile(io, line.words()[0], [&](Session& session) {
+        Result r;
+        const std::optional<Memo> memo = LoadMemo(session.store(), key, &r);
+        if (!memo) {
+            return line.fail(NoMemo(key, r));
+        }
+        io.out << memo->key << '\t' << CategoryName(CategoryEntries(session.store()), memo->category) << '\t'
+               << (memo->isPrivate ? "private" : "public") << '\t'
+               << memo->created.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")) << '\t'
+               << memo->modified.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")) << '\t' << cli::OneLine(memo->subject)
+               << '\n'
+               << memo->text << '\n';
+        return cli::kExitOk;
+    });
+}
+
+int Delete(const QStringList& args, cli::Streams io) {
+    CommandLine line(io, kUsage, {});
+    if (!line.parse(args, 2)) {
+        return cli::kExitUsage;
+    }
+    const std::int32_t key = line.key(1);
+    if (key == 0) {
+        return cli::kExitUsage;
+    }
+    return cli::WithOpenFile(io, line.words()[0], [&](Session& session) {
+        Result r;
+        if (!records::LoadRow(session.store(), kMemoSection, key, &r)) {
+            return line.fail(NoMemo(key, r));
+        }
+        return Report(line, DeleteMemo(session.store(), key));
+    });
+}
+
+} // namespace
+
+int MemoCommand(const QStringList& args, cli::Streams io) {
+    return cli::RunVerb(args, io, kUsage, {{"list", List}, {"add", Add}, {"show", Show}, {"delete", Delete}});
+}
+
+} // namespace memos
