@@ -1,4 +1,5 @@
 #include "program_version.h"
+#include "sections/all_sections.h"
 #include "shell/process_guard.h"
 #include "shell/session.h"
 #include "shell/ui/frm_mdi.h"
@@ -29,6 +30,7 @@ int main(int argc, char* argv[]) {
     GuiPrompter prompter;
     Session session(prompter);
     frmMDI::Options options;
+    options.sectionForms = AllSectionForms();
     options.sectionList = QStringLiteral(NCT_SECTION_LIST);
     frmMDI frame(session, prompter, options);
     session.setFrame(&frame);

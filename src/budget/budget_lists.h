@@ -1,6 +1,7 @@
 #pragma once
 
 #include "shell/list_entry.h"
+#include "shell/section_table.h"
 
 #include <QByteArray>
 #include <QString>
@@ -16,7 +17,7 @@ class Store;
 // 255. The payment modes are shared by all budgets.
 namespace budget {
 
-constexpr int kBudgetSection = 17;
+constexpr int kBudgetSection = sections::Number(SectionId::Budget);
 constexpr int kBudgetListSection = 9;
 constexpr int kPayModeSection = 8;
 constexpr int kMaxBudgets = 256;

@@ -4,6 +4,7 @@
 
 #include "base/messages.h"
 #include "sections/record_store.h"
+#include "shell/section_table.h"
 #include "store/conversion.h"
 #include "store/field_codec.h"
 #include "store/record_get.h"
@@ -23,8 +24,7 @@ constexpr int kFieldCount = 9;
 } // namespace
 
 QString TransactionDescriptor() {
-    return QStringLiteral("0 Owner 2 1 Private 1 2 Description 10 3 BizPartner 10 4 DatePaid 25 5 Amount 5 "
-                          "6 DCWB 3 7 PayMode 3 8 Note 12 ");
+    return QLatin1String(sections::Info(SectionId::Budget).descriptor);
 }
 
 QVector<CutText> TextsTooLong(const Transaction& t) {

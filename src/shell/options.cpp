@@ -1,6 +1,7 @@
 #include "shell/options.h"
 
 #include "base/messages.h"
+#include "shell/section_table.h"
 #include "store/codepage.h"
 #include "store/users.h"
 
@@ -11,8 +12,6 @@ namespace {
 
 constexpr char kListVersion = 9;
 constexpr char kSeparator = 17;
-constexpr int kFirstSection = 11;
-constexpr int kLastSection = 17;
 
 } // namespace
 
@@ -132,17 +131,16 @@ int StepIdle(int minutes, int direction) {
 
 QList<int> OfferedSections(const QList<int>& sectionList) {
     QList<int> offered;
-    if (sectionList.isEmpty() || sectionList.contains(0)) {
-        for (int section = kFirstSection; section <= kLastSection; ++section) {
-            offered << section;
-        }
-        return offered;
-    }
-    for (int section : sectionList) {
-        if (section >= kFirstSection && section <= kLastSection && !offered.contains(section)) {
-            offered << section;
+    const bool all = sectionList.isEmpty() || sectionList.contains(0);
+    for (const SectionInfo& info : sections::Table()) {
+        if (all || sectionList.contains(sections::Number(info.id))) {
+            offered << sections::Number(info.id);
         }
     }
+    // In the order of the list the build gives, or by number for every section.
+    std::sort(offered.begin(), offered.end(), [&sectionList, all](int a, int b) {
+        return all ? a < b : sectionList.indexOf(a) < sectionList.indexOf(b);
+    });
     return offered;
 }
 

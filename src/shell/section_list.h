@@ -20,11 +20,6 @@ public:
     // The product's edition: the names of the listed sections, for the start screen.
     QString editionTitle() const;
 
-    // Every section, in the order of the section bar.
-    static QList<int> BarOrder();
-    // The section's name as the program shows it.
-    static QString Name(int section);
-
 private:
     QString m_text;
     QList<int> m_numbers;

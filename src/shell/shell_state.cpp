@@ -1,6 +1,7 @@
 #include "shell/shell_state.h"
 
 #include "base/messages.h"
+#include "shell/section_table.h"
 #include "store/keys.h"
 
 #include <limits>
@@ -117,9 +118,10 @@ int ShellState::enterSection(int n) {
         AutoBlocked = false;
         IdleFrozen = false;
     }
-    if (n >= 11 && n <= 16) {
+    const SectionInfo* gate = sections::Find(n);
+    if (gate != nullptr && gate->pinBit >= 0) {
         const UserOptions& options = session.store().user.options;
-        const std::uint32_t bit = 1u << (n - 11);
+        const std::uint32_t bit = 1u << gate->pinBit;
         if ((static_cast<std::uint32_t>(options.PinMask) & bit) != 0 &&
             (options.PinEveryAccess || (session.PinPassedMask & bit) == 0)) {
             if (CheckPIN() > 1) {
@@ -130,7 +132,7 @@ int ShellState::enterSection(int n) {
             session.PinPassedMask |= bit;
         }
     }
-    if (n == 13 && !session.ShowPrivate) {
+    if (n == sections::Number(SectionId::Diary) && !session.ShowPrivate) {
         // The Diary is private as a whole.
         if (session.store().user.level == 0) {
             session.prompter.message(143, MsgText(143), Prompter::Buttons::Ok, Prompter::Icon::Information);

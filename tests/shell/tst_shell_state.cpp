@@ -1,5 +1,6 @@
 #include "shell/file_choice.h"
 #include "shell/section_list.h"
+#include "shell/section_table.h"
 #include "shell/settings.h"
 #include "shell/shell_state.h"
 #include "support/test_main.h"
@@ -58,7 +59,7 @@ private Q_SLOTS:
     void sectionListReadings_data() {
         QTest::addColumn<QString>("list");
         QTest::addColumn<bool>("single");
-        QTest::addColumn<QList<int>>("sections");
+        QTest::addColumn<QList<int>>("offered");
         QTest::addColumn<int>("first");
         QTest::addColumn<QString>("edition");
 
@@ -70,15 +71,15 @@ private Q_SLOTS:
 
     void sectionListReadings() {
         QFETCH(QString, list);
-        QFETCH(QList<int>, sections);
+        QFETCH(QList<int>, offered);
         const SectionList l(list);
         QCOMPARE(l.all(), list == QLatin1String("0"));
         QTEST(l.single(), "single");
-        QCOMPARE(l.sections(), sections);
+        QCOMPARE(l.sections(), offered);
         QTEST(l.first(), "first");
         QTEST(l.editionTitle(), "edition");
-        for (const int section : SectionList::BarOrder()) {
-            QCOMPARE(l.contains(section), sections.contains(section));
+        for (const SectionInfo& info : sections::Table()) {
+            QCOMPARE(l.contains(sections::Number(info.id)), offered.contains(sections::Number(info.id)));
         }
     }
 

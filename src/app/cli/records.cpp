@@ -2,6 +2,7 @@
 
 #include "base/messages.h"
 #include "shell/open_sequence.h"
+#include "shell/section_table.h"
 #include "store/codepage.h"
 #include "store/currency.h"
 #include "store/record_get.h"
@@ -27,21 +28,10 @@ QString SectionName(int section) {
         return QStringLiteral("user lists");
     case 10:
         return QStringLiteral("categories");
-    case 11:
-        return QStringLiteral("contacts");
-    case 12:
-        return QStringLiteral("appointments");
-    case 13:
-        return QStringLiteral("diary");
-    case 14:
-        return QStringLiteral("memos");
-    case 15:
-        return QStringLiteral("tasks");
-    case 16:
-        return QStringLiteral("confidential");
-    case 17:
-        return QStringLiteral("budget");
     default:
+        if (const SectionInfo* info = sections::Find(section)) {
+            return QLatin1String(info->records);
+        }
         return QStringLiteral("unknown");
     }
 }

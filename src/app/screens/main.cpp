@@ -6,6 +6,7 @@
 #include "budget/ui/frm_edit_budget.h"
 #include "budget/ui/frm_edit_budget_names.h"
 #include "budget/ui/frm_edit_budget_paymode.h"
+#include "sections/all_sections.h"
 #include "sections/categories/categories.h"
 #include "sections/categories/ui/frm_edit_categories.h"
 #include "shell/backup_commands.h"
@@ -127,6 +128,7 @@ int main(int argc, char* argv[]) {
     bool ok = true;
     Session session(prompter);
     frmMDI::Options options;
+    options.sectionForms = AllSectionForms();
     options.sectionList = QStringLiteral("0");
     options.instanceLockPath = scratch.filePath(QStringLiteral("lock"));
     frmMDI frame(session, prompter, options);

@@ -11,7 +11,6 @@
 #include "shell/session.h"
 #include "shell/shell_state.h"
 #include "shell/ui/apply_captions.h"
-#include "shell/ui/frm_mdi.h"
 #include "shell/ui/list_controls.h"
 #include "shell/ui/modal.h"
 #include "shell/ui/named_control.h"
@@ -44,7 +43,7 @@ constexpr int kTwipsPerPixel = 10;
 } // namespace
 
 frmBudget::frmBudget(Session& session, QWidget* parent)
-    : QWidget(parent)
+    : SectionForm(parent)
     , m_session(session) {
     setObjectName(QStringLiteral("frmBudget"));
     auto* layout = new QVBoxLayout(this);
@@ -250,21 +249,22 @@ void frmBudget::buildMenus() {
     action(QStringLiteral("mnuBudgetPayment"), [this] { mnuBudgetPayment(); });
     mnuBudgetShowPrivate = action(QStringLiteral("mnuBudgetShowPrivate"), [this] { ShowPrivateBudget(); });
     mnuBudgetShowPrivate->setText(MsgText(272));
+}
 
-    // The frame's Budget menu carries the section's commands while the section is open.
-    QWidget* top = parentWidget() != nullptr ? parentWidget()->window() : nullptr;
-    m_budgetMenu = top != nullptr ? top->findChild<QMenu*>(QStringLiteral("mnuBudget")) : nullptr;
-    if (m_budgetMenu) {
-        for (QAction* a : m_frameActions) {
-            m_budgetMenu->addAction(a);
-            if (a->objectName() == QLatin1String("mnuBudgetPayment") || a == mnuBudgetShowPrivate) {
-                m_budgetMenu->addSeparator()->setParent(this);
-            }
+QList<QAction*> frmBudget::menuActions() {
+    QList<QAction*> actions;
+    for (QAction* a : m_frameActions) {
+        actions.append(a);
+        if (a->objectName() == QLatin1String("mnuBudgetPayment") || a == mnuBudgetShowPrivate) {
+            actions.append(nullptr);
         }
     }
-    if (auto* frame = qobject_cast<frmMDI*>(top)) {
-        frame->registerRefresh(budget::kBudgetSection, [this] { HideShow(); });
-    }
+    actions.append(mnuBudgetShowBudget.begin(), mnuBudgetShowBudget.end());
+    return actions;
+}
+
+void frmBudget::privateSwitched() {
+    HideShow();
 }
 
 void frmBudget::FillBudgetCombo(int id) {
@@ -345,10 +345,8 @@ void frmBudget::showBudgetEntries() {
         entry->setEnabled(id != m_budget);
         connect(entry, &QAction::triggered, this, [this, id] { FillBudgetCombo(id); });
         mnuBudgetShowBudget.append(entry);
-        if (m_budgetMenu) {
-            m_budgetMenu->addAction(entry);
-        }
     }
+    Q_EMIT menuChanged();
 }
 
 void frmBudget::fillCategoryFilter(int select) {

@@ -5,8 +5,8 @@
 #include "budget/totals.h"
 #include "budget/transaction.h"
 #include "budget/transaction_list.h"
+#include "shell/ui/section_form.h"
 
-#include <QPointer>
 #include <QWidget>
 
 #include <array>
@@ -26,11 +26,14 @@ class QToolButton;
 class QTreeWidget;
 
 // The Budget section: one budget at a time, its month list of transactions and its balance over a time frame.
-class frmBudget : public QWidget {
+class frmBudget : public SectionForm {
     Q_OBJECT
 public:
     frmBudget(Session& session, QWidget* parent = nullptr);
     ~frmBudget() override;
+
+    QList<QAction*> menuActions() override;
+    void privateSwitched() override;
 
     // Commands the main frame's menu and the list's context menu forward to.
     void addTransaction(int kind);
@@ -139,7 +142,6 @@ private:
     budget::Balance m_balance;
     QVector<QAction*> m_frameActions;
     QVector<QAction*> mnuBudgetShowBudget;
-    QPointer<QMenu> m_budgetMenu;
     QAction* mnuBudgetShowPrivate = nullptr;
     QAction* mnuBudgetAdd = nullptr;
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "shell/list_entry.h"
+#include "shell/section_table.h"
 
 #include <QString>
 #include <QStringList>
@@ -17,7 +18,7 @@ class Store;
 namespace categories {
 
 constexpr int kCategoryRowSection = 10;
-constexpr int kBudgetSection = 17;
+constexpr int kBudgetSection = sections::Number(SectionId::Budget);
 constexpr int kAll = -1;
 constexpr int kUnfiled = 0;
 constexpr int kEditCommand = 9999;

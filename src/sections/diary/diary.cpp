@@ -1,6 +1,7 @@
 #include "sections/diary/diary.h"
 
 #include "sections/record_store.h"
+#include "shell/section_table.h"
 #include "store/field_codec.h"
 #include "store/record_get.h"
 #include "store/record_put.h"
@@ -21,7 +22,7 @@ const records::RecordKind kKind{
 } // namespace
 
 QString DiaryDescriptor() {
-    return QStringLiteral("0 Owner 2 1 Date 25 2 Memo 12 ");
+    return QLatin1String(sections::Info(SectionId::Diary).descriptor);
 }
 
 QDate WeekStart(const QDate& date, Qt::DayOfWeek firstDay) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/result.h"
+#include "shell/section_table.h"
 
 #include <QDate>
 #include <QString>
@@ -15,7 +16,7 @@ class Store;
 // query; the text and its owner are enciphered.
 namespace diary {
 
-constexpr int kDiarySection = 13;
+constexpr int kDiarySection = sections::Number(SectionId::Diary);
 constexpr int kDiaryDayBase = 35509;
 
 QString DiaryDescriptor();

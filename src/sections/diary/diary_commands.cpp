@@ -47,7 +47,8 @@ int Set(const QStringList& args, cli::Streams io) {
     return cli::WithOpenFile(io, line.words()[0], [&](Session& session) {
         Store& store = session.store();
         const QVector<DiaryEntry> existing = LoadEntries(store, date, date);
-        DiaryEntry entry = existing.isEmpty() ? DiaryEntry{.owner = store.user.level, .date = date} : existing[0];
+        DiaryEntry entry =
+            existing.isEmpty() ? DiaryEntry{.owner = store.user.level, .date = date, .text = {}} : existing[0];
         entry.text = *text;
         const Result r = StoreDiaryDay(store, entry);
         if (!r.ok()) {

@@ -1,5 +1,6 @@
 #include "sections/memos/memo.h"
 
+#include "shell/section_table.h"
 #include "store/field_codec.h"
 #include "store/record_get.h"
 #include "store/record_put.h"
@@ -18,7 +19,7 @@ const records::RecordKind kKind{
 } // namespace
 
 QString MemoDescriptor() {
-    return QStringLiteral("0 owner 2 1 Private 1 2 DateCreated 25 3 DateLastModified 25 4 Subject 10 5 Memo 12 ");
+    return QLatin1String(sections::Info(SectionId::Memos).descriptor);
 }
 
 Memo NewMemo(int owner, int category, const QString& subject, const QDateTime& now) {

@@ -2,6 +2,7 @@
 
 #include "base/result.h"
 #include "sections/record_store.h"
+#include "shell/section_table.h"
 
 #include <QDateTime>
 #include <QString>
@@ -15,7 +16,7 @@ class Store;
 // mark are also sealed into the row's title, so the list is read without deciphering any blob.
 namespace memos {
 
-constexpr int kMemoSection = 14;
+constexpr int kMemoSection = sections::Number(SectionId::Memos);
 
 QString MemoDescriptor();
 enum MemoField { Owner, Private, DateCreated, DateLastModified, Subject, Text };

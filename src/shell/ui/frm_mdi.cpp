@@ -16,6 +16,7 @@
 #include "shell/ui/frm_tip.h"
 #include "shell/ui/gui_prompter.h"
 #include "shell/ui/modal.h"
+#include "shell/ui/section_form.h"
 
 #include <QAction>
 #include <QActionGroup>
@@ -45,13 +46,16 @@ namespace {
 constexpr int kMinHeight = 588;
 constexpr int kMinWidthWithBar = 820;
 constexpr int kMinWidthWithoutBar = 745;
-// The sections of the View menu's entries, in their order.
-constexpr int kViewSections[] = {0, 12, 15, 11, 14, 13, 16, 17};
 const char* const kViewButtons[] = {"itCalDay", "itCalWork", "itCalWeek", "itCalMonth"};
 const char* const kViewImages[] = {"01", "05", "07", "31"};
 
 QString Key(int section) {
     return QStringLiteral("op%1").arg(section, 2, 10, QLatin1Char('0'));
+}
+
+// The View menu's entries: the start screen, then the sections in the order of the bar.
+int ViewSection(int index) {
+    return index == 0 ? 0 : sections::Number(sections::Table()[index - 1].id);
 }
 
 QIcon Icon(const QString& name) {
@@ -172,20 +176,21 @@ void frmMDI::buildMenus() {
     action("mnuEditUsers")->setEnabled(false);
 
     QMenu* view = menu(nullptr, "mnuView");
-    for (int i = 0; i < 8; ++i) {
+    for (int i = 0; i <= static_cast<int>(sections::Table().size()); ++i) {
         QAction* a = view->addAction(QString());
         a->setObjectName(ArrayElementName("mnuViewSection", i));
-        a->setVisible(i == 0 || m_sections.contains(kViewSections[i]));
+        a->setVisible(i == 0 || m_sections.contains(ViewSection(i)));
         connect(a, &QAction::triggered, this, [this, i] { mnuViewSection_Click(i); });
     }
     view->addSeparator();
     item(view, "mnuViewShowPrivate", &frmMDI::mnuViewShowPrivate_Click);
 
-    for (const auto& [section, name] : std::initializer_list<std::pair<int, const char*>>{
-             {15, "mnuTodo"}, {14, "mnuMemo"}, {11, "mnuAddress"}, {17, "mnuBudget"}, {12, "mnuCalendar"}}) {
-        QMenu* m = menu(nullptr, name);
-        m->menuAction()->setVisible(false);
-        m_sectionMenus[section] = m;
+    for (const SectionInfo& info : sections::Table()) {
+        if (info.menuName != nullptr) {
+            QMenu* m = menu(nullptr, info.menuName);
+            m->menuAction()->setVisible(false);
+            m_sectionMenus[sections::Number(info.id)] = m;
+        }
     }
 
     QMenu* tools = menu(nullptr, "mnuTools");
@@ -219,10 +224,13 @@ void frmMDI::buildSectionBar() {
     optSection->setIconSize(QSize(40, 40));
     m_sectionGroup = new QActionGroup(this);
     m_sectionGroup->setExclusive(true);
-    QList<int> buttons = SectionList::BarOrder();
+    QList<int> buttons;
+    for (const SectionInfo& info : sections::Table()) {
+        buttons.append(sections::Number(info.id));
+    }
     buttons.append(0);
     for (const int section : buttons) {
-        QAction* a = optSection->addAction(Icon(Key(section)), SectionList::Name(section));
+        QAction* a = optSection->addAction(Icon(Key(section)), sections::Name(section));
         a->setObjectName(Key(section));
         a->setCheckable(true);
         a->setData(section);
@@ -249,7 +257,7 @@ void frmMDI::buildCommandBar() {
     connect(button("Lock", QStringLiteral("kiLock")), &QAction::triggered, this, &frmMDI::mnuViewShowPrivate_Click);
     button("Find", QStringLiteral("kiFind"))->setVisible(false);
     Toolbar1->addSeparator();
-    const bool calendar = m_sections.contains(12);
+    const bool calendar = m_sections.contains(sections::Number(SectionId::Calendar));
     for (int i = 0; i < 4; ++i) {
         QAction* a = button(kViewButtons[i], QStringLiteral("kiBlue") + QLatin1String(kViewImages[i]));
         a->setCheckable(true);
@@ -278,10 +286,6 @@ void frmMDI::buildStatusBar() {
     kTime = panel("kTime", 0);
     autoshutoff = panel("autoshutoff", 0);
     autoshutoff->setToolTip(QStringLiteral("Idle Countdown to Shutdown"));
-}
-
-void frmMDI::registerRefresh(int section, std::function<void()> refresh) {
-    m_refresh[section] = std::move(refresh);
 }
 
 bool frmMDI::Load() {
@@ -491,8 +495,19 @@ bool frmMDI::GotoSection(int n) {
 }
 
 void frmMDI::showSectionMenus(int section) {
-    // A section's menu shows with its section, once the section has put its commands into it.
+    auto* form = qobject_cast<SectionForm*>(m_sectionForm);
     for (const auto& [number, menu] : m_sectionMenus) {
+        menu->clear();
+        if (number == section && form != nullptr) {
+            for (QAction* a : form->menuActions()) {
+                if (a != nullptr) {
+                    menu->addAction(a);
+                } else {
+                    menu->addSeparator();
+                }
+            }
+        }
+        // A section's menu shows with its section, when the section has commands for it.
         menu->menuAction()->setVisible(number == section && !menu->actions().isEmpty());
     }
 }
@@ -530,13 +545,19 @@ void frmMDI::showSection(int section) {
         });
         m_sectionForm = nullptr;
     }
-    m_refresh.clear();
     if (section == 0) {
         m_stack->setCurrentWidget(m_splash);
     } else {
-        m_sectionForm = m_options.sectionForms(section, m_session, centralWidget());
+        m_sectionForm = m_options.sectionForms.create(section, m_session, centralWidget());
         m_stack->addWidget(m_sectionForm);
         m_stack->setCurrentWidget(m_sectionForm);
+        if (auto* form = qobject_cast<SectionForm*>(m_sectionForm)) {
+            connect(form, &SectionForm::menuChanged, this, [this, form, section] {
+                if (m_sectionForm == form) {
+                    showSectionMenus(section);
+                }
+            });
+        }
         showSectionMenus(section);
     }
 }
@@ -579,12 +600,12 @@ void frmMDI::RefreshPrivateViews() {
         ->setText(m_session.ShowPrivate ? QStringLiteral("Hide Private Records")
                                         : QStringLiteral("Show Private Records"));
     const int section = m_shell.CurrentSection;
-    if (section == 13 && !m_session.ShowPrivate) {
+    if (section == sections::Number(SectionId::Diary) && !m_session.ShowPrivate) {
         GotoSection(0);
         return;
     }
-    if (const auto it = m_refresh.find(section); it != m_refresh.end() && it->second) {
-        it->second();
+    if (auto* form = qobject_cast<SectionForm*>(m_sectionForm)) {
+        form->privateSwitched();
     }
 }
 
@@ -669,11 +690,10 @@ bool frmMDI::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void frmMDI::mnuViewSection_Click(int index) {
-    const int section = kViewSections[index];
+    const int section = ViewSection(index);
     if (section != 0 && !m_sections.all() && !m_sections.contains(section)) {
         m_prompter.message(
-            0,
-            QStringLiteral("The section %1 is not part of this edition of Noctaria.").arg(SectionList::Name(section)),
+            0, QStringLiteral("The section %1 is not part of this edition of Noctaria.").arg(sections::Name(section)),
             Prompter::Buttons::Ok, Prompter::Icon::Information);
         return;
     }

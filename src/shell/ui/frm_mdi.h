@@ -29,9 +29,9 @@ class frmMDI : public QMainWindow, public FrameLink {
 public:
     struct Options {
         QString sectionList = QStringLiteral("17");
-        SectionFormFactory sectionForms = DefaultSectionForms();
-        ShellState::Clock clock;  // milliseconds; the system's monotonic clock when empty
-        QString instanceLockPath; // the runtime folder's lock file when empty
+        SectionForms sectionForms; // sections without a form show an empty one
+        ShellState::Clock clock;   // milliseconds; the system's monotonic clock when empty
+        QString instanceLockPath;  // the runtime folder's lock file when empty
     };
 
     // With a GuiPrompter the frame also takes its status line and the way out of the passphrase dialog.
@@ -55,9 +55,6 @@ public:
     void CloseSections() override;
     void HideShow() override;
     void RefreshPrivateViews() override;
-
-    // A section's list operation, run when private records are hidden or shown while the section is open.
-    void registerRefresh(int section, std::function<void()> refresh);
 
     ShellState& shell() { return m_shell; }
     ClipboardGuard& clipboardGuard() { return m_clipboard; }
@@ -126,7 +123,6 @@ private:
     QLabel* kTime = nullptr;
     QLabel* autoshutoff = nullptr;
     std::map<int, QMenu*> m_sectionMenus;
-    std::map<int, std::function<void()>> m_refresh;
     int m_calendarView = 2;
     bool m_shutDown = false;
     bool m_loaded = false;

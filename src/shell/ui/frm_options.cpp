@@ -2,6 +2,7 @@
 
 #include "shell/catalogue/captions.h"
 #include "shell/open_sequence.h"
+#include "shell/section_table.h"
 #include "shell/ui/apply_captions.h"
 #include "shell/ui/up_down.h"
 #include "store/keys.h"
@@ -27,8 +28,6 @@
 namespace {
 
 constexpr int kDurations[] = {15, 20, 30, 60, 90, 120};
-constexpr int kFirstPinSection = 11;
-constexpr int kLastPinSection = 16; // the Budget has a PIN per budget instead
 
 template <typename T> T* Named(T* widget, const QString& name) {
     widget->setObjectName(name);
@@ -276,9 +275,10 @@ QWidget* frmOptions::buildSecurity() {
     int shown = 0;
     for (int i = 0; i < options::kPinBoxCount; ++i) {
         PinApp[i] = MakeElement<QCheckBox>(PinFrame, "PinApp", i);
-        const int section = kFirstPinSection + i;
+        const auto gated = std::find_if(sections::Table().begin(), sections::Table().end(),
+                                        [i](const SectionInfo& info) { return info.pinBit == i; });
         // Only the sections of this build that have a PIN gate are offered; the other bits keep their state.
-        if (section <= kLastPinSection && m_sections.contains(section)) {
+        if (gated != sections::Table().end() && m_sections.contains(sections::Number(gated->id))) {
             boxes->addWidget(PinApp[i], shown / 3, shown % 3);
             ++shown;
         } else {

@@ -1,17 +1,22 @@
 #pragma once
 
+#include "shell/section_table.h"
 #include "shell/session.h"
-
-#include <QWidget>
+#include "shell/ui/section_form.h"
 
 #include <functional>
+#include <map>
 
-// The form of a section, built anew on every entry. Sections whose forms are not built yet show an empty form
-// with the section's name.
-using SectionFormFactory = std::function<QWidget*(int section, Session& session, QWidget* parent)>;
+// The forms the sections of a build register with the frame. The shell knows no section's form class.
+class SectionForms {
+public:
+    using Factory = std::function<SectionForm*(Session& session, QWidget* parent)>;
 
-// The form class name of a section, as the frame names its child: frmAddress, frmCalendar, ...
-QString SectionFormName(int section);
+    void add(SectionId id, Factory factory);
+    // The section's form, built anew on every entry. A section with no form of its own shows an empty form with
+    // its name.
+    QWidget* create(int section, Session& session, QWidget* parent) const;
 
-// The factory of this build.
-SectionFormFactory DefaultSectionForms();
+private:
+    std::map<int, Factory> m_factories;
+};

@@ -1,4 +1,4 @@
-#include "store/vector_check.h"
+#include "app/cli/vector_check.h"
 
 #include "budget/budget_lists.h"
 #include "sections/categories/categories.h"
