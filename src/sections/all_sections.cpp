@@ -1,9 +1,13 @@
 #include "sections/all_sections.h"
 
 #include "budget/ui/frm_budget.h"
+#include "sections/diary/ui/frm_diary.h"
+#include "sections/memos/ui/frm_notepad.h"
 
 SectionForms AllSectionForms() {
     SectionForms forms;
+    forms.add(SectionId::Memos, [](Session& session, QWidget* parent) { return new frmNotepad(session, parent); });
+    forms.add(SectionId::Diary, [](Session& session, QWidget* parent) { return new frmDiary(session, parent); });
     forms.add(SectionId::Budget, [](Session& session, QWidget* parent) { return new frmBudget(session, parent); });
     return forms;
 }

@@ -16,6 +16,11 @@ public:
     virtual void HideShow() = 0;
     // Brings the frame's commands and the open section's lists in line with the private switch.
     virtual void RefreshPrivateViews() = 0;
+    // A line for the status bar; with `onlyIfHelp` only while the help asks for such lines.
+    virtual void ShowStatusComment(const QString& text, bool onlyIfHelp = false) {
+        Q_UNUSED(text);
+        Q_UNUSED(onlyIfHelp);
+    }
 };
 
 // Passes every call on to the frame once there is one; before that, and without a frame at all (tests, the
@@ -46,6 +51,11 @@ public:
     void RefreshPrivateViews() override {
         if (m_target != nullptr) {
             m_target->RefreshPrivateViews();
+        }
+    }
+    void ShowStatusComment(const QString& text, bool onlyIfHelp = false) override {
+        if (m_target != nullptr) {
+            m_target->ShowStatusComment(text, onlyIfHelp);
         }
     }
 

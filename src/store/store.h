@@ -10,6 +10,7 @@
 #include <QString>
 
 #include <bitset>
+#include <map>
 
 // Results of store operations beyond the engine's error numbers. A negative number's absolute value is a
 // catalogue message.
@@ -71,6 +72,8 @@ public:
     // The budgets whose PIN was given while this file is open, and the budget last shown.
     std::bitset<256> budgetPinGiven;
     int lastBudget = 0;
+    // The category each section showed last, by section number, while this file is open.
+    std::map<int, int> lastCategory;
     Prompter& prompter;
 
     sqlite::Connection& connection() { return database.connection(); }

@@ -9,6 +9,11 @@
 #include "sections/all_sections.h"
 #include "sections/categories/categories.h"
 #include "sections/categories/ui/frm_edit_categories.h"
+#include "sections/diary/diary.h"
+#include "sections/diary/ui/frm_diary.h"
+#include "sections/memos/memo.h"
+#include "sections/memos/ui/frm_edit_notepad.h"
+#include "sections/memos/ui/frm_notepad.h"
 #include "shell/backup_commands.h"
 #include "shell/open_sequence.h"
 #include "shell/section_list.h"
@@ -92,6 +97,35 @@ void AddDemoBudget(Store& store) {
     }
 }
 
+// A few memos in two categories and a week of diary entries.
+void AddDemoMemosAndDiary(Store& store) {
+    categories::SaveCategoryText(store, QStringLiteral("Home;1;Work;2"), memos::kMemoSection);
+    const QDateTime now = QDateTime::currentDateTime();
+    const std::tuple<int, const char*, const char*> demo[] = {
+        {1, "Garden plan", "Tomatoes along the south fence, beans behind them.\nOrder seeds before March."},
+        {1, "Gift ideas", "Anna: a field guide to mosses. Tom: a good pocket knife."},
+        {2, "Meeting notes 12 November",
+         "Budget review moved to Thursday. Ask Karin for the supplier figures; the second quarter looks better "
+         "than planned, but freight costs keep rising and the estimate for next year should say so plainly."},
+        {2, "Travel checklist", "Passport, charger, the blue folder, train tickets printed."},
+    };
+    for (const auto& [category, subject, text] : demo) {
+        memos::Memo memo = memos::NewMemo(store.user.level, category, QString::fromUtf8(subject), now);
+        memo.text = QString::fromUtf8(text);
+        memos::StoreMemo(store, memo, now);
+    }
+    const QDate start = diary::WeekStart(QDate::currentDate(), QLocale().firstDayOfWeek());
+    const char* const days[] = {"Long walk by the river. Cold, clear, the first frost on the meadows.",
+                                "Finished the quarterly report at last.", "",
+                                "Dinner with Anna and Tom; we talked about the garden until midnight."};
+    for (int i = 0; i < 4; ++i) {
+        if (*days[i] != '\0') {
+            diary::DiaryEntry entry{
+                .owner = store.user.level, .date = start.addDays(i), .text = QString::fromUtf8(days[i])};
+            diary::StoreDiaryDay(store, entry);
+        }
+    }
+}
 } // namespace
 
 int main(int argc, char* argv[]) {
@@ -164,6 +198,22 @@ int main(int argc, char* argv[]) {
     frmEditCategories categoryEditor(session.store(), 17, 0, &frame);
     ok = Save(&categoryEditor, out, QStringLiteral("categories")) && ok;
     categoryEditor.hide();
+    AddDemoMemosAndDiary(session.store());
+    frame.GotoSection(sections::Number(SectionId::Memos));
+    ok = Save(&frame, out, QStringLiteral("memos")) && ok;
+    if (auto* notepad = frame.findChild<frmNotepad*>()) {
+        const std::optional<memos::Memo> memo = memos::LoadMemo(session.store(), notepad->selectedKey());
+        frmEditNotepad memoEditor(session.store(), memo.value_or(memos::Memo{}), &frame);
+        ok = Save(&memoEditor, out, QStringLiteral("memo-editor")) && ok;
+        memoEditor.hide();
+    }
+    frame.GotoSection(sections::Number(SectionId::Diary));
+    ok = Save(&frame, out, QStringLiteral("diary-week")) && ok;
+    if (auto* diaryForm = frame.findChild<frmDiary*>()) {
+        diaryForm->diaPeriod_Click(0);
+        ok = Save(&frame, out, QStringLiteral("diary-day")) && ok;
+        diaryForm->diaPeriod_Click(1);
+    }
     frame.GotoSection(0);
 
     frmPW pw(prompter, {.confirmWanted = true,

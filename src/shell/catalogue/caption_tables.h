@@ -17,4 +17,8 @@ extern const std::span<const CaptionEntry> kEditBudget;
 extern const std::span<const CaptionEntry> kEditCategories;
 extern const std::span<const CaptionEntry> kEditBudgetNames;
 extern const std::span<const CaptionEntry> kEditBudgetPaymode;
+extern const std::span<const CaptionEntry> kNotepad;
+extern const std::span<const CaptionEntry> kEditNotepad;
+extern const std::span<const CaptionEntry> kDiary;
+extern const std::span<const CaptionEntry> kEditText;
 } // namespace captions

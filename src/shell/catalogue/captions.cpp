@@ -26,6 +26,10 @@ const std::array kForms = {
     FormTable{"frmEditCategories", captions::kEditCategories},
     FormTable{"frmEditBudgetNames", captions::kEditBudgetNames},
     FormTable{"frmEditBudgetPaymode", captions::kEditBudgetPaymode},
+    FormTable{"frmNotepad", captions::kNotepad},
+    FormTable{"frmEditNotepad", captions::kEditNotepad},
+    FormTable{"frmDiary", captions::kDiary},
+    FormTable{"frmEditText", captions::kEditText},
 };
 
 } // namespace

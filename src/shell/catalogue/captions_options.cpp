@@ -22,6 +22,7 @@ constexpr CaptionEntry kEntries[] = {
     {"fraDiaryShow", -1, P::Caption, "Diary"},
     {"DiaryShow", 0, P::Caption, "1 Day"},
     {"DiaryShow", 1, P::Caption, "7 Days"},
+    {"DiaryShow", 2, P::Caption, "Last Used"},
     {"fraCatShow", -1, P::Caption, "Categories"},
     {"CatShow", 0, P::Caption, "All"},
     {"CatShow", 1, P::Caption, "Last Used"},

@@ -44,7 +44,7 @@ public:
     // Both return false when the entry stopped at the gate (a refused passphrase after a block).
     bool GotoSection(int n);
     bool optSection_ButtonClick(int n);
-    void ShowStatusComment(const QString& text, bool onlyIfHelp = false);
+    void ShowStatusComment(const QString& text, bool onlyIfHelp = false) override;
     void SetCalendarViewButton(int i);
     void ShutDown();
     bool isShutDown() const { return m_shutDown; }

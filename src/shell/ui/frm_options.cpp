@@ -128,7 +128,7 @@ QWidget* frmOptions::buildStartup() {
 
     auto* diary = Group(panel, "fraDiaryShow");
     auto* diaryLayout = new QVBoxLayout(diary);
-    for (int i = 0; i < 2; ++i) {
+    for (int i = 0; i < static_cast<int>(DiaryShow.size()); ++i) {
         DiaryShow[i] = MakeElement<QRadioButton>(diary, "DiaryShow", i);
         diaryLayout->addWidget(DiaryShow[i]);
     }

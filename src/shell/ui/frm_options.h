@@ -65,7 +65,7 @@ private:
 
     std::array<QRadioButton*, 3> StartScreen{};
     QComboBox* cboStartApp = nullptr;
-    std::array<QRadioButton*, 2> DiaryShow{};
+    std::array<QRadioButton*, 3> DiaryShow{};
     std::array<QRadioButton*, 2> CatShow{};
     QCheckBox* TodoShowCompleted = nullptr;
 

@@ -1,0 +1,259 @@
+#include "sections/ui/record_list_form.h"
+
+#include "base/messages.h"
+#include "sections/categories/categories.h"
+#include "sections/categories/ui/frm_edit_categories.h"
+#include "sections/record_store.h"
+#include "shell/session.h"
+#include "shell/ui/list_controls.h"
+#include "shell/ui/modal.h"
+
+#include <QComboBox>
+#include <QHBoxLayout>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QShortcut>
+#include <QSplitter>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+RecordListForm::RecordListForm(Session& session, SectionId section, QWidget* parent)
+    : SectionForm(parent)
+    , m_session(session)
+    , m_info(sections::Info(section)) {
+    setObjectName(QLatin1String(m_info.formName));
+    cboCategories = new QComboBox(this);
+    cboCategories->setObjectName(QStringLiteral("cboCategories"));
+    cboCategories->setMinimumContentsLength(16);
+    cmdEditCat = new QToolButton(this);
+    cmdEditCat->setObjectName(QStringLiteral("cmdEditCat"));
+    cmdEditCat->setText(QStringLiteral("..."));
+    txtSearch = new QLineEdit(this);
+    txtSearch->setObjectName(QStringLiteral("txtSearch"));
+    txtSearch->setClearButtonEnabled(true);
+    txtSearch->setPlaceholderText(tr("Search titles"));
+    ListSelect = new QListWidget(this);
+    ListSelect->setObjectName(QStringLiteral("ListSelect"));
+    const auto button = [this](const char* name) {
+        auto* b = new QPushButton(this);
+        b->setObjectName(QLatin1String(name));
+        return b;
+    };
+    cmdAdd = button("cmdAdd");
+    cmdEdit = button("cmdEdit");
+    cmdDelete = button("cmdDelete");
+    cmdAdd->setText(tr("New"));
+    cmdEdit->setText(tr("Edit"));
+    cmdDelete->setText(tr("Delete"));
+
+    connect(cboCategories, qOverload<int>(&QComboBox::activated), this, [this] { ReloadList(); });
+    connect(cmdEditCat, &QToolButton::clicked, this, &RecordListForm::cmdEditCat_Click);
+    connect(txtSearch, &QLineEdit::textChanged, this, &RecordListForm::applySearch);
+    connect(ListSelect, &QListWidget::currentRowChanged, this, [this] {
+        showRecord(selectedKey());
+        updateCommands();
+    });
+    connect(ListSelect, &QListWidget::itemDoubleClicked, this, [this] { cmdEdit_Click(); });
+    connect(cmdAdd, &QPushButton::clicked, this, [this] { cmdAdd_Click(); });
+    connect(cmdEdit, &QPushButton::clicked, this, [this] { cmdEdit_Click(); });
+    connect(cmdDelete, &QPushButton::clicked, this, &RecordListForm::cmdDelete_Click);
+    // Shortcuts of the form, so that they work from the list and the pane alike, and only while enabled.
+    const std::pair<QKeySequence, QPushButton*> keys[] = {
+        {QKeySequence(Qt::CTRL | Qt::Key_N), cmdAdd},
+        {QKeySequence(Qt::CTRL | Qt::Key_E), cmdEdit},
+        {QKeySequence(Qt::CTRL | Qt::Key_D), cmdDelete},
+    };
+    for (const auto& [sequence, target] : keys) {
+        auto* shortcut = new QShortcut(sequence, this);
+        shortcut->setContext(Qt::WidgetWithChildrenShortcut);
+        connect(shortcut, &QShortcut::activated, target, [target = target] {
+            if (target->isEnabled()) {
+                target->click();
+            }
+        });
+    }
+}
+
+RecordListForm::~RecordListForm() {
+    m_session.store().lastCategory[sections::Number(m_info.id)] = selectedCategory();
+}
+
+void RecordListForm::setPane(QWidget* pane) {
+    auto* filter = new QHBoxLayout;
+    filter->addWidget(cboCategories, 1);
+    filter->addWidget(cmdEditCat);
+    auto* commands = new QHBoxLayout;
+    commands->addWidget(cmdAdd);
+    commands->addWidget(cmdEdit);
+    commands->addWidget(cmdDelete);
+    auto* listSide = new QWidget(this);
+    auto* left = new QVBoxLayout(listSide);
+    left->setContentsMargins(0, 0, 0, 0);
+    left->addLayout(filter);
+    left->addWidget(txtSearch);
+    left->addWidget(ListSelect, 1);
+    left->addLayout(commands);
+    auto* splitter = new QSplitter(this);
+    splitter->addWidget(listSide);
+    splitter->addWidget(pane);
+    splitter->setStretchFactor(1, 2);
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(splitter);
+
+    const auto remembered = m_session.store().lastCategory.find(sections::Number(m_info.id));
+    fillCategories(remembered != m_session.store().lastCategory.end() ? remembered->second : categories::kAll);
+    ReloadList();
+}
+
+void RecordListForm::fillCategories(int select) {
+    cboCategories->clear();
+    ListEntries entries;
+    list_controls::SetTag(cboCategories,
+                          categories::FillCategoryEntries(m_session.store(), entries, sections::Number(m_info.id),
+                                                          {.addAll = true, .addUnfiled = true}));
+    list_controls::AddEntries(cboCategories, entries);
+    if (!list_controls::SelectByItemData(cboCategories, select)) {
+        list_controls::SelectByItemData(cboCategories, categories::kAll);
+    }
+}
+
+int RecordListForm::selectedCategory() const {
+    return cboCategories->currentIndex() < 0 ? categories::kAll : list_controls::GetSelectedId(cboCategories);
+}
+
+int RecordListForm::newRecordCategory() const {
+    const int category = selectedCategory();
+    return category == categories::kAll ? categories::kUnfiled : category;
+}
+
+std::int32_t RecordListForm::selectedKey() const {
+    const QListWidgetItem* item = ListSelect->currentItem();
+    return item != nullptr && !item->isHidden() ? item->data(Qt::UserRole).toInt() : 0;
+}
+
+void RecordListForm::ReloadList(std::int32_t key) {
+    const QSignalBlocker quiet(ListSelect);
+    ListSelect->clear();
+    for (const records::ListedTitle& row :
+         records::ListTitles(m_session.store(), sections::Number(m_info.id), selectedCategory())) {
+        auto* item = new QListWidgetItem(row.title, ListSelect);
+        item->setData(Qt::UserRole, row.key);
+    }
+    ListSelect->sortItems();
+    applySearch();
+    QListWidgetItem* chosen = nullptr;
+    for (int i = 0; i < ListSelect->count(); ++i) {
+        QListWidgetItem* item = ListSelect->item(i);
+        if (item->isHidden()) {
+            continue;
+        }
+        if (chosen == nullptr || item->data(Qt::UserRole).toInt() == key) {
+            chosen = item;
+        }
+        if (item->data(Qt::UserRole).toInt() == key) {
+            break;
+        }
+    }
+    ListSelect->setCurrentItem(chosen);
+    showRecord(selectedKey());
+    updateCommands();
+    showCount();
+}
+
+void RecordListForm::applySearch() {
+    const QString text = txtSearch->text().trimmed();
+    for (int i = 0; i < ListSelect->count(); ++i) {
+        QListWidgetItem* item = ListSelect->item(i);
+        item->setHidden(!text.isEmpty() && !item->text().contains(text, Qt::CaseInsensitive));
+    }
+    if (ListSelect->currentItem() == nullptr || ListSelect->currentItem()->isHidden()) {
+        QListWidgetItem* first = nullptr;
+        for (int i = 0; i < ListSelect->count() && first == nullptr; ++i) {
+            first = ListSelect->item(i)->isHidden() ? nullptr : ListSelect->item(i);
+        }
+        ListSelect->setCurrentItem(first);
+        if (first == nullptr) {
+            showRecord(0);
+        }
+    }
+    updateCommands();
+}
+
+void RecordListForm::updateCommands() {
+    const bool shown = selectedKey() != 0;
+    cmdEdit->setEnabled(shown);
+    cmdDelete->setEnabled(shown);
+}
+
+void RecordListForm::showCount() {
+    m_session.frame.ShowStatusComment(
+        QStringLiteral("%1 %2").arg(ListSelect->count()).arg(QLatin1String(m_info.records)));
+}
+
+void RecordListForm::privateSwitched() {
+    ReloadList(selectedKey());
+}
+
+QString RecordListForm::AboutRecord(int message, const QString& title) {
+    return MsgText(message) + QStringLiteral("\n\n   ") + title;
+}
+
+void RecordListForm::ShowStored(std::int32_t key, int category) {
+    const int inView = selectedCategory();
+    if (inView != categories::kAll && inView != category) {
+        list_controls::SelectByItemData(cboCategories, category);
+    }
+    txtSearch->clear();
+    ReloadList(key);
+}
+
+void RecordListForm::cmdDelete_Click() {
+    const std::int32_t key = selectedKey();
+    if (key == 0) {
+        return;
+    }
+    Prompter& prompter = m_session.store().prompter;
+    if (prompter.message(deleteMessage(), AboutRecord(deleteMessage(), ListSelect->currentItem()->text()),
+                         Prompter::Buttons::OkCancel, Prompter::Icon::Warning) != Prompter::Reply::Ok) {
+        return;
+    }
+    const Result result = records::DeleteRecord(m_session.store(), sections::Number(m_info.id), key);
+    if (!result.ok()) {
+        prompter.message(result.number(), result.text(), Prompter::Buttons::Ok, Prompter::Icon::Warning);
+    }
+    const int row = ListSelect->currentRow();
+    ReloadList();
+    if (ListSelect->count() > 0) {
+        ListSelect->setCurrentRow(std::min(row, ListSelect->count() - 1));
+    }
+}
+
+void RecordListForm::DeleteAll(bool category) {
+    const int inView = selectedCategory();
+    // With "All" in view a category's deletion is a deletion of all.
+    const bool all = !category || inView == categories::kAll;
+    Prompter& prompter = m_session.store().prompter;
+    const int question = all ? 80 : 102;
+    if (prompter.message(question, MsgText(question), Prompter::Buttons::OkCancel, Prompter::Icon::Warning) !=
+            Prompter::Reply::Ok ||
+        prompter.message(81, MsgText(81), Prompter::Buttons::OkCancel, Prompter::Icon::Warning) !=
+            Prompter::Reply::Ok) {
+        return;
+    }
+    const Result result =
+        records::DeleteRecords(m_session.store(), sections::Number(m_info.id), all ? records::kAllCategories : inView);
+    if (!result.ok()) {
+        prompter.message(result.number(), result.text(), Prompter::Buttons::Ok, Prompter::Icon::Warning);
+    }
+    fillCategories(all ? categories::kAll : inView);
+    ReloadList();
+}
+
+void RecordListForm::cmdEditCat_Click() {
+    const int selected = selectedCategory();
+    const modal::Scoped<frmEditCategories> dialog(m_session.store(), sections::Number(m_info.id), 0, this);
+    dialog.exec();
+    fillCategories(!dialog->cancelled() && dialog->lastNewId() != 0 ? dialog->lastNewId() : selected);
+    ReloadList(selectedKey());
+}
