@@ -76,8 +76,8 @@ SectionAdapter BudgetSection() {
         key = t.key;
         return r == kUpdateImpossible ? Result::Message(r) : Result::Engine(r);
     };
-    a.load = [](Store& store, std::int32_t key, Result*) -> std::optional<Sample> {
-        const std::optional<Transaction> t = LoadTransaction(store, key);
+    a.load = [](Store& store, std::int32_t key, Result* r) -> std::optional<Sample> {
+        const std::optional<Transaction> t = LoadTransaction(store, key, r);
         return t ? std::optional(Sample{t->description, t->note, t->category, t->isPrivate, t->datePaid})
                  : std::nullopt;
     };
