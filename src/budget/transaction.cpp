@@ -111,8 +111,8 @@ bool DecodeTransaction(Store& store, const Row& row, Transaction& t) {
     return true;
 }
 
-std::optional<Transaction> LoadTransaction(Store& store, std::int32_t key) {
-    const std::optional<Row> row = ReadRow(store.connection(), key);
+std::optional<Transaction> LoadTransaction(Store& store, std::int32_t key, Result* result) {
+    const std::optional<Row> row = records::LoadRow(store, kBudgetSection, key, result);
     Transaction t;
     if (!row || !DecodeTransaction(store, *row, t)) {
         return std::nullopt;

@@ -79,8 +79,9 @@ QByteArray TransactionBlob(const Transaction& t);
 bool DecodeTransactionBlob(const QByteArray& blob, Transaction& t);
 // Reads a row's record into `t`; false, with `t` untouched, when the row does not decipher or decode.
 bool DecodeTransaction(Store& store, const Row& row, Transaction& t);
-// The row `key`, decoded; absent when there is no such row or it cannot be read.
-std::optional<Transaction> LoadTransaction(Store& store, std::int32_t key);
+// The row `key`, decoded; absent when there is no such row, it is not a transaction (`result` says message 16)
+// or it cannot be read.
+std::optional<Transaction> LoadTransaction(Store& store, std::int32_t key, Result* result = nullptr);
 
 // Results of StoreTransaction besides 0 and the engine's numbers.
 constexpr int kUpdateImpossible = 16;

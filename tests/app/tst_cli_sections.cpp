@@ -1,0 +1,116 @@
+#include "support/cli_runner.h"
+#include "support/test_main.h"
+
+#include <memory>
+
+namespace {
+
+const QString kPassphrase = QStringLiteral("correct horse 1");
+
+} // namespace
+
+// The memo and diary commands as a script runs them, on a copy of basic.nct in a folder of its own.
+class TestCliSections : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    QString m_file;
+
+    CliResult cli(const QStringList& args) const { return RunCli(args, kPassphrase.toUtf8() + '\n', m_dir->path()); }
+    // The key a command printed, or 0 when it failed.
+    int keyOf(const QStringList& args) const {
+        const CliResult run = cli(args);
+        return run.exitCode == 0 ? run.out.trimmed().toInt() : 0;
+    }
+
+private Q_SLOTS:
+    void init() {
+        m_dir = std::make_unique<QTemporaryDir>();
+        m_file = CopyOracle(*m_dir, QStringLiteral("basic.nct"));
+        QVERIFY(!m_file.isEmpty());
+    }
+
+    void memoRoundTrip() {
+        const QString text = QStringLiteral("Caf\u00e9 \u03a9mega\n\tindented line\n");
+        QVERIFY(WriteFile(m_dir->filePath(QStringLiteral("memo.txt")), text.toUtf8()));
+        const int shopping =
+            keyOf({"memo", "add", m_file, "--subject", "Shopping", "--category", "ideas", "--text-file", "memo.txt"});
+        const int secret = keyOf({"memo", "add", m_file, "--subject", "Secret plan", "--private", "--text", "hush"});
+        QVERIFY(shopping > 0 && secret > shopping);
+
+        const CliResult listed = cli({"memo", "list", m_file});
+        QCOMPARE(listed.exitCode, 0);
+        const QStringList lines = listed.out.split(u'\n', Qt::SkipEmptyParts);
+        QCOMPARE(lines.size(), 4);
+        QVERIFY(lines.contains(QStringLiteral("%1\tIdeas\tShopping").arg(shopping)));
+        QCOMPARE(lines.last(), QStringLiteral("%1\tUnfiled\tSecret plan").arg(secret));
+        const CliResult ideas = cli({"memo", "list", m_file, "--category", "Ideas"});
+        QCOMPARE(ideas.out.count(u'\n'), 2);
+        QVERIFY(!ideas.out.contains(QLatin1String("Secret plan")));
+
+        const CliResult shown = cli({"memo", "show", m_file, QString::number(shopping)});
+        QCOMPARE(shown.exitCode, 0);
+        const QStringList head = shown.out.section(u'\n', 0, 0).split(u'\t');
+        QCOMPARE(head.size(), 6);
+        QCOMPARE(head.mid(0, 3), (QStringList{QString::number(shopping), "Ideas", "public"}));
+        QCOMPARE(head[5], QStringLiteral("Shopping"));
+        QCOMPARE(shown.out.section(u'\n', 1), text + u'\n');
+        QVERIFY(cli({"memo", "show", m_file, QString::number(secret)}).out.contains(QLatin1String("\tprivate\t")));
+
+        QCOMPARE(cli({"memo", "delete", m_file, QString::number(shopping)}).exitCode, 0);
+        QVERIFY(!cli({"memo", "list", m_file}).out.contains(QLatin1String("Shopping")));
+    }
+
+    void diarySetAndList() {
+        const int day = keyOf({"diary", "set", m_file, "--date", "2024-03-12", "--text", "Went walking"});
+        QVERIFY(day > 0);
+        QVERIFY(WriteFile(m_dir->filePath(QStringLiteral("day.txt")), "Went walking\nin the rain"));
+        QCOMPARE(keyOf({"diary", "set", m_file, "--date", "2024-03-12", "--text-file", "day.txt"}), day);
+        const int later = keyOf({"diary", "set", m_file, "--date", "2024-03-20", "--text", ""});
+        QVERIFY(later > day);
+        const CliResult march = cli({"diary", "list", m_file, "--from", "2024-03-01", "--to", "2024-03-31"});
+        QCOMPARE(march.exitCode, 0);
+        QCOMPARE(march.out,
+                 QStringLiteral("%1\t2024-03-12\tWent walking\\nin the rain\n%2\t2024-03-20\t\n").arg(day).arg(later));
+        QCOMPARE(cli({"diary", "list", m_file, "--from", "2024-03-13", "--to", "2024-03-19"}).out, QString());
+    }
+
+    // Refused with words that say why, and nothing changed; FILE and DIARY stand for the file and a diary key.
+    void refusals_data() {
+        QTest::addColumn<QStringList>("args");
+        QTest::addColumn<int>("exitCode");
+        QTest::addColumn<QString>("said");
+        const QString notAMemo = QStringLiteral("record DIARY is not a memo");
+        const QString badDate = QStringLiteral("takes a date as YYYY-MM-DD");
+        QTest::newRow("show a diary entry") << QStringList{"memo", "show", "FILE", "DIARY"} << 1 << notAMemo;
+        QTest::newRow("delete a diary entry") << QStringList{"memo", "delete", "FILE", "DIARY"} << 1 << notAMemo;
+        QTest::newRow("show a missing record")
+            << QStringList{"memo", "show", "FILE", "99999"} << 1 << "there is no record 99999";
+        QTest::newRow("delete no number")
+            << QStringList{"memo", "delete", "FILE", "seven"} << 2 << "'seven' is not a record key";
+        QTest::newRow("no such day") << QStringList{"diary", "set", "FILE", "--date", "2024-02-30", "--text", "x"} << 2
+                                     << badDate;
+        QTest::newRow("local date form") << QStringList{"diary",      "list", "FILE",      "--from",
+                                                        "12.03.2024", "--to", "2024-03-31"}
+                                         << 2 << badDate;
+        QTest::newRow("no last day") << QStringList{"diary", "list", "FILE", "--from", "2024-03-01"} << 2 << badDate;
+    }
+    void refusals() {
+        QFETCH(QStringList, args);
+        QFETCH(int, exitCode);
+        QFETCH(QString, said);
+        const QString entry =
+            QString::number(keyOf({"diary", "set", m_file, "--date", "2024-03-12", "--text", "kept"}));
+        const QString before = cli({"dump", m_file}).out;
+        QVERIFY(before.contains(QStringLiteral("\"fSec\":13")));
+        args.replaceInStrings(QStringLiteral("FILE"), m_file).replaceInStrings(QStringLiteral("DIARY"), entry);
+        const CliResult run = cli(args);
+        QCOMPARE(run.exitCode, exitCode);
+        QVERIFY2(run.err.contains(said.replace(QStringLiteral("DIARY"), entry)), qPrintable(run.err));
+        QVERIFY(run.out.isEmpty());
+        QCOMPARE(cli({"dump", m_file}).out, before);
+    }
+};
+
+NCT_TEST_MAIN(TestCliSections)
+#include "tst_cli_sections.moc"
