@@ -3,6 +3,7 @@
 #include "sections/categories/categories.h"
 #include "sections/diary/diary.h"
 #include "sections/memos/memo.h"
+#include "shell/section_table.h"
 #include "support/section_fixture.h"
 
 #include <functional>
@@ -192,6 +193,21 @@ class TestSectionContract : public SectionFixture {
 
 private Q_SLOTS:
     void init() { QVERIFY(freshFile()); }
+
+    // A section that keeps records cannot join the program without joining the contract.
+    void everySectionWithRecordsIsUnderContract() {
+        for (const SectionInfo& info : sections::Table()) {
+            if (*info.descriptor == '\0') {
+                continue;
+            }
+            const auto it = std::find_if(Adapters().begin(), Adapters().end(), [&info](const SectionAdapter& a) {
+                return a.section == sections::Number(info.id);
+            });
+            QVERIFY2(it != Adapters().end(), info.formName);
+            QCOMPARE(it->descriptor, QLatin1String(info.descriptor));
+            QCOMPARE(it->has(Categories), info.categories);
+        }
+    }
 
     void roundTripThroughTheFile_data() { rows(); }
     void roundTripThroughTheFile() {
