@@ -24,6 +24,5 @@ int Compact(const QStringList& args, Streams io);
 int Backup(const QStringList& args, Streams io);
 int Restore(const QStringList& args, Streams io);
 int Dump(const QStringList& args, Streams io);
-int Budget(const QStringList& args, Streams io);
 
 } // namespace cli

@@ -1,4 +1,5 @@
 #include "app/cli/commands.h"
+#include "budget/budget_commands.h"
 #include "sections/diary/diary_commands.h"
 #include "sections/memos/memo_commands.h"
 #include "shell/process_guard.h"
@@ -57,11 +58,16 @@ int main(int argc, char* argv[]) {
     }
     using Command = int (*)(const QStringList&, cli::Streams);
     const std::pair<const char*, Command> commands[] = {
-        {"create", cli::Create},        {"info", cli::Info},
-        {"check", cli::Check},          {"passwd", cli::Passwd},
-        {"compact", cli::Compact},      {"backup", cli::Backup},
-        {"restore", cli::Restore},      {"dump", cli::Dump},
-        {"budget", cli::Budget},        {"memo", memos::MemoCommand},
+        {"create", cli::Create},
+        {"info", cli::Info},
+        {"check", cli::Check},
+        {"passwd", cli::Passwd},
+        {"compact", cli::Compact},
+        {"backup", cli::Backup},
+        {"restore", cli::Restore},
+        {"dump", cli::Dump},
+        {"budget", budget::BudgetCommand},
+        {"memo", memos::MemoCommand},
         {"diary", diary::DiaryCommand},
     };
     for (const auto& [name, run] : commands) {

@@ -1,0 +1,8 @@
+#pragma once
+
+#include "app/cli/commands.h"
+
+namespace budget {
+// noctaria-cli budget list|add|totals|export FILE ...
+int BudgetCommand(const QStringList& args, cli::Streams io);
+} // namespace budget
