@@ -18,16 +18,13 @@
 #include <QDateEdit>
 #include <QFormLayout>
 #include <QHBoxLayout>
-#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
-#include <QShortcut>
 #include <QTimer>
 #include <QToolButton>
 #include <QToolTip>
-#include <QVBoxLayout>
 
 namespace {
 
@@ -43,11 +40,10 @@ QWidget* WithButton(QWidget* field, QToolButton* button) {
 } // namespace
 
 frmEditBudget::frmEditBudget(Store& store, int budget, const ListEntries& payments, QWidget* parent)
-    : QDialog(parent)
+    : EditorDialog(store.prompter, parent)
     , m_store(store)
     , m_budget(budget) {
     setObjectName(QStringLiteral("frmEditBudget"));
-    setModal(true);
 
     cdFrame = Named<QFrame>(this, QStringLiteral("cdFrame"));
     auto* choice = new QHBoxLayout(cdFrame);
@@ -101,30 +97,8 @@ frmEditBudget::frmEditBudget(Store& store, int budget, const ListEntries& paymen
     form->addRow(QString(), ctlBW);
     form->addRow(label("lblNotes"), ctlNote);
 
-    cmdOK = Named<QPushButton>(this, QStringLiteral("cmdOK"));
-    cmdEsc = Named<QPushButton>(this, QStringLiteral("cmdEsc"));
-    cmdOK->setAutoDefault(false);
-    cmdEsc->setAutoDefault(false);
-    connect(cmdOK, &QPushButton::clicked, this, &frmEditBudget::cmdOK_Click);
-    connect(cmdEsc, &QPushButton::clicked, this, &frmEditBudget::reject);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch();
-    buttons->addWidget(cmdOK);
-    buttons->addWidget(cmdEsc);
-
-    auto* layout = new QVBoxLayout(this);
-    layout->addWidget(cdFrame);
-    layout->addWidget(EditBudgetFrame, 1);
-    layout->addLayout(buttons);
-
-    // A shortcut, not a key handler: the note field would take Ctrl+Enter for a line break.
-    for (const QKeySequence& keys : {QKeySequence(Qt::CTRL | Qt::Key_Return), QKeySequence(Qt::CTRL | Qt::Key_Enter)}) {
-        connect(new QShortcut(keys, this), &QShortcut::activated, this, [this] {
-            if (cmdOK->isEnabled()) {
-                cmdOK_Click();
-            }
-        });
-    }
+    body()->addWidget(cdFrame);
+    body()->addWidget(EditBudgetFrame, 1);
     ApplyCaptions(this);
     list_controls::AddEntries(ctlPayment, payments.mid(1));
     resize(460, 420);
@@ -152,11 +126,9 @@ void frmEditBudget::fillPayments(int select) {
 
 void frmEditBudget::TransactionToEditor(const budget::Transaction& t, int kind) {
     fillCategories(t.category);
-    list_controls::SetTag(cboCategory, QString::number(list_controls::GetSelectedId(cboCategory)));
     if (!list_controls::SelectByItemData(ctlPayment, t.payMode)) {
         ctlPayment->setCurrentIndex(0);
     }
-    list_controls::SetTag(ctlPayment, QString::number(list_controls::GetSelectedId(ctlPayment)));
     // The stored amount stays as it is, all four decimals of it, unless the person types another.
     m_loadedAmount = t.amount;
     ctlAmount->setText(budget::EditableAmount(t.amount));
@@ -165,10 +137,8 @@ void frmEditBudget::TransactionToEditor(const budget::Transaction& t, int kind) 
     ctlPartner->setText(t.partner);
     ctlNote->setPlainText(t.note);
     ctlXDate->setDate(t.datePaid.isValid() ? t.datePaid : QDate::currentDate());
-    list_controls::SetTag(ctlXDate,
-                          t.datePaid.isValid() ? QString::number(budget::OleDay(t.datePaid)) : QStringLiteral("Null"));
+    m_dateMissing = !t.datePaid.isValid();
     ctlBW->setChecked(t.dcwb / 2 != 0);
-    list_controls::SetTag(ctlBW, QString::number(t.dcwb / 2));
 
     const int cd = kind == 0 ? -1 : (kind > 0 ? kind - 1 : t.dcwb & 1);
     for (QPushButton* button : ctlCD) {
@@ -180,10 +150,9 @@ void frmEditBudget::TransactionToEditor(const budget::Transaction& t, int kind) 
         ctlCD[cd]->setChecked(true);
     }
     m_cdTag = t.dcwb & 1;
-    m_cdTagChecked = ctlCD[m_cdTag]->isChecked();
     showChoice(cd >= 0);
     m_dirty = false;
-    m_cancel = true;
+    markLoaded();
 }
 
 bool frmEditBudget::EditorToTransaction(budget::Transaction& t) const {
@@ -208,12 +177,18 @@ bool frmEditBudget::EditorToTransaction(budget::Transaction& t) const {
 }
 
 bool frmEditBudget::changed() const {
-    using list_controls::Tag;
-    const QString date = QString::number(budget::OleDay(ctlXDate->date()));
-    return m_dirty || date != Tag(ctlXDate) || QString::number(ctlBW->isChecked() ? 1 : 0) != Tag(ctlBW) ||
-           ctlCD[m_cdTag]->isChecked() != m_cdTagChecked ||
-           QString::number(list_controls::GetSelectedId(cboCategory)) != Tag(cboCategory) ||
-           QString::number(list_controls::GetSelectedId(ctlPayment)) != Tag(ctlPayment);
+    // A transaction without a date takes the one shown, so there is something to store.
+    return m_dateMissing || EditorDialog::changed();
+}
+
+QVariantList frmEditBudget::values() const {
+    // The texts count as changed once typed into, even when typed back to what they were.
+    return {m_dirty,
+            budget::OleDay(ctlXDate->date()),
+            ctlBW->isChecked(),
+            ctlCD[m_cdTag]->isChecked(),
+            list_controls::GetSelectedId(cboCategory),
+            list_controls::GetSelectedId(ctlPayment)};
 }
 
 void frmEditBudget::showChoice(bool chosen) {
@@ -233,11 +208,11 @@ void frmEditBudget::ctlCD_Click(int) {
     showChoice(true);
 }
 
-void frmEditBudget::cmdOK_Click() {
+bool frmEditBudget::accepted() {
+    // OK on an unchanged transaction stores nothing, as Esc would.
     if (!changed()) {
-        m_cancel = true;
         QDialog::reject();
-        return;
+        return false;
     }
     const budget::AmountReading reading = budget::ReadAmount(ctlAmount->text());
     const std::optional<Currency> amount = reading.value;
@@ -245,35 +220,25 @@ void frmEditBudget::cmdOK_Click() {
         m_store.prompter.message(21, reading.problem.isEmpty() ? MsgText(21) : MsgText(21) + u'\n' + reading.problem,
                                  Prompter::Buttons::Ok, Prompter::Icon::Warning);
         ctlAmount->setFocus();
-        return;
+        return false;
     }
     if (amount->units == 0 && m_store.prompter.message(22, MsgText(22), Prompter::Buttons::OkCancel,
                                                        Prompter::Icon::Question) != Prompter::Reply::Ok) {
-        return;
+        return false;
     }
     if (ctlSubject->text().isEmpty()) {
         m_store.prompter.message(363, MsgText(363), Prompter::Buttons::Ok, Prompter::Icon::Warning);
         ctlSubject->setFocus();
-        return;
+        return false;
     }
     budget::Transaction typed;
     EditorToTransaction(typed);
     if (const QVector<budget::CutText> cut = budget::TextsTooLong(typed);
         !cut.isEmpty() && m_store.prompter.message(0, budget::CutTextsNotice(cut), Prompter::Buttons::OkCancel,
                                                    Prompter::Icon::Warning) != Prompter::Reply::Ok) {
-        return;
+        return false;
     }
-    m_cancel = false;
-    accept();
-}
-
-void frmEditBudget::reject() {
-    if (changed() && m_store.prompter.message(20, MsgText(20), Prompter::Buttons::YesNo, Prompter::Icon::Question) !=
-                         Prompter::Reply::Yes) {
-        return;
-    }
-    m_cancel = true;
-    QDialog::reject();
+    return true;
 }
 
 bool frmEditBudget::eventFilter(QObject* watched, QEvent* event) {

@@ -2,8 +2,7 @@
 
 #include "budget/transaction.h"
 #include "shell/list_entry.h"
-
-#include <QDialog>
+#include "shell/ui/editor_dialog.h"
 
 class Store;
 class QCheckBox;
@@ -17,7 +16,7 @@ class QToolButton;
 
 // Edits one transaction. The section form loads it, shows it modally and reads it back; OK only hides the form
 // so that its controls can still be read.
-class frmEditBudget : public QDialog {
+class frmEditBudget : public EditorDialog {
     Q_OBJECT
 public:
     // `payments` are the section's payment entries; the editor takes all but "All".
@@ -28,10 +27,9 @@ public:
     // Copies the controls into `t`; false, touching nothing, while neither credit nor debit is chosen.
     bool EditorToTransaction(budget::Transaction& t) const;
 
-    bool cancelled() const { return m_cancel; }
+    // Whether a text was typed into since the load.
     bool dirty() const { return m_dirty; }
-    // Whether the person changed anything since the load.
-    bool changed() const;
+    bool changed() const override;
 
     QFrame* cdFrame = nullptr;
     QPushButton* ctlCD[2] = {};
@@ -46,22 +44,18 @@ public:
     QComboBox* ctlPayment = nullptr;
     QToolButton* cmdEditCat = nullptr;
     QToolButton* cmdEditPayment = nullptr;
-    QPushButton* cmdOK = nullptr;
-    QPushButton* cmdEsc = nullptr;
 
 Q_SIGNALS:
     // The category or payment lists were edited from here; the section refills its own.
     void listsChanged();
 
-public Q_SLOTS:
-    void reject() override;
-
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
+    QVariantList values() const override;
+    bool accepted() override;
 
 private:
     void ctlCD_Click(int index);
-    void cmdOK_Click();
     void cmdEditCat_Click();
     void cmdEditPayment_Click();
     void fillCategories(int select);
@@ -70,10 +64,9 @@ private:
 
     Store& m_store;
     int m_budget;
-    bool m_cancel = true;
     bool m_dirty = false;
     Currency m_loadedAmount;
     QString m_loadedAmountText;
     int m_cdTag = 0;
-    bool m_cdTagChecked = false;
+    bool m_dateMissing = false;
 };

@@ -20,7 +20,7 @@ public:
     // True unless OK closed the dialog.
     bool cancelled() const { return m_cancelled; }
     // Whether the person changed anything since the load.
-    bool changed() const { return values() != m_loaded; }
+    virtual bool changed() const { return values() != m_loaded; }
 
     QPushButton* cmdOK = nullptr;
     QPushButton* cmdEsc = nullptr;
