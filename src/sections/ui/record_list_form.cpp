@@ -58,7 +58,7 @@ RecordListForm::RecordListForm(Session& session, SectionId section, QWidget* par
     connect(cmdAdd, &QPushButton::clicked, this, [this] { cmdAdd_Click(); });
     connect(cmdEdit, &QPushButton::clicked, this, [this] { cmdEdit_Click(); });
     connect(cmdDelete, &QPushButton::clicked, this, &RecordListForm::cmdDelete_Click);
-    // Shortcuts of the form, so that they work from the list and the pane alike, and only while enabled.
+    // Shortcuts of the window while the form is open, wherever the focus is, and only while enabled.
     const std::pair<QKeySequence, QPushButton*> keys[] = {
         {QKeySequence(Qt::CTRL | Qt::Key_N), cmdAdd},
         {QKeySequence(Qt::CTRL | Qt::Key_E), cmdEdit},
@@ -66,7 +66,6 @@ RecordListForm::RecordListForm(Session& session, SectionId section, QWidget* par
     };
     for (const auto& [sequence, target] : keys) {
         auto* shortcut = new QShortcut(sequence, this);
-        shortcut->setContext(Qt::WidgetWithChildrenShortcut);
         connect(shortcut, &QShortcut::activated, target, [target = target] {
             if (target->isEnabled()) {
                 target->click();
@@ -104,6 +103,7 @@ void RecordListForm::setPane(QWidget* pane) {
     const auto remembered = m_session.store().lastCategory.find(sections::Number(m_info.id));
     fillCategories(remembered != m_session.store().lastCategory.end() ? remembered->second : categories::kAll);
     ReloadList();
+    ListSelect->setFocus();
 }
 
 void RecordListForm::fillCategories(int select) {

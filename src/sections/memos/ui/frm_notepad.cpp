@@ -47,14 +47,11 @@ frmNotepad::frmNotepad(Session& session, QWidget* parent)
     head->addWidget(txtSubject, 1);
     head->addWidget(cboCategory);
     head->addWidget(ctlPrivate);
-    auto* dates = new QHBoxLayout;
-    dates->addWidget(ctlDateCreated);
-    dates->addStretch();
-    dates->addWidget(ctlLastModified);
     auto* pane = new QVBoxLayout(padFrame);
     pane->addLayout(head);
     pane->addWidget(txtInput, 1);
-    pane->addLayout(dates);
+    pane->addWidget(ctlDateCreated);
+    pane->addWidget(ctlLastModified);
 
     mnuMemoDeleteCategory = new QAction(this);
     mnuMemoDeleteCategory->setObjectName(QStringLiteral("mnuMemoDeleteCategory"));
