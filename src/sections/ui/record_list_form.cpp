@@ -201,9 +201,8 @@ QString RecordListForm::AboutRecord(int message, const QString& title) {
 
 void RecordListForm::ShowStored(std::int32_t key, int category) {
     const int inView = selectedCategory();
-    if (inView != categories::kAll && inView != category) {
-        list_controls::SelectByItemData(cboCategories, category);
-    }
+    // The editor may have made the category just now, so the filter reads the list again.
+    fillCategories(inView == categories::kAll ? inView : category);
     txtSearch->clear();
     ReloadList(key);
 }
