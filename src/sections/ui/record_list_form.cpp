@@ -223,8 +223,15 @@ void RecordListForm::cmdDelete_Click() {
     }
     const int row = ListSelect->currentRow();
     ReloadList();
-    if (ListSelect->count() > 0) {
-        ListSelect->setCurrentRow(std::min(row, ListSelect->count() - 1));
+    // The next entry the search lets through, else the last one before the deleted one.
+    int chosen = -1;
+    for (int i = 0; i < ListSelect->count() && chosen < row; ++i) {
+        if (!ListSelect->item(i)->isHidden()) {
+            chosen = i;
+        }
+    }
+    if (chosen >= 0) {
+        ListSelect->setCurrentRow(chosen);
     }
 }
 
