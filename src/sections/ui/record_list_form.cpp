@@ -75,10 +75,6 @@ RecordListForm::RecordListForm(Session& session, SectionId section, QWidget* par
     }
 }
 
-RecordListForm::~RecordListForm() {
-    m_session.store().lastCategory[sections::Number(m_info.id)] = selectedCategory();
-}
-
 void RecordListForm::setPane(QWidget* pane) {
     auto* filter = new QHBoxLayout;
     filter->addWidget(cboCategories, 1);
@@ -133,6 +129,8 @@ std::int32_t RecordListForm::selectedKey() const {
 }
 
 void RecordListForm::ReloadList(std::int32_t key) {
+    // Remembered now, not when the form goes: a switch deletes it later, possibly with another file open.
+    m_session.store().lastCategory[sections::Number(m_info.id)] = selectedCategory();
     const QSignalBlocker quiet(ListSelect);
     ListSelect->clear();
     for (const records::ListedTitle& row :
