@@ -28,6 +28,7 @@ inline void Click(const QObject& scope, const QString& name) {
 // opens.
 template <typename Dialog> void WhenModal(std::function<void(Dialog*)> act) {
     auto* poll = new QTimer(qApp);
+    poll->setObjectName(QStringLiteral("whenModal"));
     QObject::connect(poll, &QTimer::timeout, qApp, [poll, act] {
         if (auto* dialog = qobject_cast<Dialog*>(QApplication::activeModalWidget())) {
             poll->stop();
@@ -36,4 +37,30 @@ template <typename Dialog> void WhenModal(std::function<void(Dialog*)> act) {
         }
     });
     poll->start(20);
+}
+
+// Runs `fill` on the dialog of that kind once it is in front, then presses its cmdOK unless `fill` closed it or
+// `thenOk` is false. A dialog still open after that (a check in `fill` failed, or OK refused) is closed, so that no
+// test waits for ever.
+template <typename Dialog> void AnswerDialog(std::function<void(Dialog&)> fill, bool thenOk = true) {
+    WhenModal<Dialog>([fill, thenOk](Dialog* dialog) {
+        fill(*dialog);
+        if (thenOk && dialog->isVisible()) {
+            dialog->cmdOK->click();
+        }
+        if (dialog->isVisible()) {
+            dialog->done(QDialog::Rejected);
+        }
+    });
+}
+
+// Drops the answers waiting for dialogs that never came, so that none of them answers a later test's dialog.
+inline void ForgetModalWaits() {
+    qDeleteAll(qApp->findChildren<QTimer*>(QStringLiteral("whenModal"), Qt::FindDirectChildrenOnly));
+}
+
+// Brings `window` to the front, as shortcuts and focus moves need; whether it got there.
+inline bool Activated(QWidget* window) {
+    window->activateWindow();
+    return QTest::qWaitForWindowActive(window);
 }

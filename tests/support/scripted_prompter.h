@@ -31,6 +31,7 @@ public:
     QList<PassphraseRequest> passphraseRequests;
     QList<int> waits;
     QStringList inputTitles;
+    QStringList inputPrompts;
     QStringList inputDefaults;
     QStringList statuses;
     QList<QThread*> askedOn; // the thread each dialog was asked for on
@@ -51,8 +52,9 @@ public:
         }
         return reply;
     }
-    QString input(const QString& title, const QString&, const QString& defaultText) override {
+    QString input(const QString& title, const QString& prompt, const QString& defaultText) override {
         inputTitles.append(title);
+        inputPrompts.append(prompt);
         inputDefaults.append(defaultText);
         return inputs.isEmpty() ? QString() : inputs.dequeue();
     }
@@ -68,6 +70,7 @@ public:
         passphraseRequests.clear();
         waits.clear();
         inputTitles.clear();
+        inputPrompts.clear();
         inputDefaults.clear();
         statuses.clear();
         askedOn.clear();

@@ -23,6 +23,12 @@ protected:
         return newFile(kFirstUser);
     }
 
+    // Shows or hides private records, as the frame's switch leaves the session and the store.
+    void showPrivate(bool shown) {
+        m_run->session.ShowPrivate = shown;
+        store().hidePrivate = !shown;
+    }
+
     // The row `key` as stored, column by column; empty when there is none.
     QVariantList rawRow(std::int64_t key) {
         QVariantList values;

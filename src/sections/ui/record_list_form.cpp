@@ -74,10 +74,6 @@ RecordListForm::RecordListForm(Session& session, SectionId section, QWidget* par
     }
 }
 
-RecordListForm::~RecordListForm() {
-    m_session.store().lastCategory[sections::Number(m_info.id)] = selectedCategory();
-}
-
 void RecordListForm::setPane(QWidget* pane) {
     auto* filter = new QHBoxLayout;
     filter->addWidget(cboCategories, 1);
@@ -133,6 +129,8 @@ std::int32_t RecordListForm::selectedKey() const {
 }
 
 void RecordListForm::ReloadList(std::int32_t key) {
+    // Remembered now, not when the form goes: a switch deletes it later, possibly with another file open.
+    m_session.store().lastCategory[sections::Number(m_info.id)] = selectedCategory();
     const QSignalBlocker quiet(ListSelect);
     ListSelect->clear();
     for (const records::ListedTitle& row :
@@ -201,9 +199,8 @@ QString RecordListForm::AboutRecord(int message, const QString& title) {
 
 void RecordListForm::ShowStored(std::int32_t key, int category) {
     const int inView = selectedCategory();
-    if (inView != categories::kAll && inView != category) {
-        list_controls::SelectByItemData(cboCategories, category);
-    }
+    // The editor may have made the category just now, so the filter reads the list again.
+    fillCategories(inView == categories::kAll ? inView : category);
     txtSearch->clear();
     ReloadList(key);
 }
@@ -224,8 +221,15 @@ void RecordListForm::cmdDelete_Click() {
     }
     const int row = ListSelect->currentRow();
     ReloadList();
-    if (ListSelect->count() > 0) {
-        ListSelect->setCurrentRow(std::min(row, ListSelect->count() - 1));
+    // The next entry the search lets through, else the last one before the deleted one.
+    int chosen = -1;
+    for (int i = 0; i < ListSelect->count() && chosen < row; ++i) {
+        if (!ListSelect->item(i)->isHidden()) {
+            chosen = i;
+        }
+    }
+    if (chosen >= 0) {
+        ListSelect->setCurrentRow(chosen);
     }
 }
 

@@ -22,7 +22,6 @@ class RecordListForm : public SectionForm {
     Q_OBJECT
 public:
     RecordListForm(Session& session, SectionId section, QWidget* parent = nullptr);
-    ~RecordListForm() override;
 
     // Reads the list of the selected category again and selects `key` (or the first entry).
     void ReloadList(std::int32_t key = 0);

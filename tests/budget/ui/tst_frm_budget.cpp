@@ -12,16 +12,6 @@ namespace {
 using Reply = Prompter::Reply;
 const QString kPass = QStringLiteral("Budget form pass 1");
 
-// Runs `fill` on the transaction editor once it is shown modally, then presses its OK unless `fill` closed it.
-void AnswerEditor(const std::function<void(frmEditBudget&)>& fill) {
-    WhenModal<frmEditBudget>([fill](frmEditBudget* editor) {
-        fill(*editor);
-        if (editor->isVisible()) {
-            editor->cmdOK->click();
-        }
-    });
-}
-
 void Type(QLineEdit* field, const QString& text) {
     field->selectAll();
     QTest::keyClicks(field, text);
@@ -49,7 +39,7 @@ class TestFrmBudget : public FileTest {
         }
     }
     void addThroughEditor(int kind, const QString& amount, const QString& item, bool isPrivate = false) {
-        AnswerEditor([=](frmEditBudget& editor) {
+        AnswerDialog<frmEditBudget>([=](frmEditBudget& editor) {
             QVERIFY(editor.EditBudgetFrame->isVisibleTo(&editor));
             Type(editor.ctlAmount, amount);
             Type(editor.ctlSubject, item);
@@ -107,7 +97,7 @@ private Q_SLOTS:
         QCOMPARE(budget::StoreTransaction(store(), 0, t), 0);
         m_form->FillBudgetCombo(0);
         select(QStringLiteral("Shares"));
-        AnswerEditor([](frmEditBudget& editor) {
+        AnswerDialog<frmEditBudget>([](frmEditBudget& editor) {
             QCOMPARE(editor.ctlAmount->text(), QStringLiteral("1,234.5678"));
             Type(editor.ctlSubject, QStringLiteral("Shares bought"));
         });
@@ -117,7 +107,7 @@ private Q_SLOTS:
 
     void longNoteIsCutOnlyAfterTelling() {
         const QString note = QStringLiteral("Ж").repeated(40000);
-        AnswerEditor([&note](frmEditBudget& editor) {
+        AnswerDialog<frmEditBudget>([&note](frmEditBudget& editor) {
             Type(editor.ctlAmount, QStringLiteral("5"));
             Type(editor.ctlSubject, QStringLiteral("Long story"));
             editor.ctlNote->setPlainText(note);
@@ -134,7 +124,7 @@ private Q_SLOTS:
     }
 
     void datesKeepTheirCentury() {
-        AnswerEditor([](frmEditBudget& editor) {
+        AnswerDialog<frmEditBudget>([](frmEditBudget& editor) {
             Type(editor.ctlAmount, QStringLiteral("5"));
             Type(editor.ctlSubject, QStringLiteral("Old bill"));
             editor.ctlXDate->setDate(QDate(1999, 12, 31));
@@ -149,7 +139,7 @@ private Q_SLOTS:
     void theEditorRefusesBadInput() {
         seed();
         const int shown = static_cast<int>(prompter().shown.size());
-        AnswerEditor([](frmEditBudget& editor) {
+        AnswerDialog<frmEditBudget>([](frmEditBudget& editor) {
             editor.ctlAmount->clear();
             Type(editor.ctlSubject, QStringLiteral("x"));
             editor.cmdOK->click();
@@ -176,7 +166,7 @@ private Q_SLOTS:
     void editAndDelete() {
         seed();
         select(QStringLiteral("Lunch"));
-        AnswerEditor([](frmEditBudget& editor) {
+        AnswerDialog<frmEditBudget>([](frmEditBudget& editor) {
             QVERIFY(editor.ctlCD[1]->isChecked());
             QCOMPARE(editor.ctlAmount->text(), QStringLiteral("12.50"));
             Type(editor.ctlAmount, QStringLiteral("20"));
