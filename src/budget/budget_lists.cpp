@@ -1,6 +1,7 @@
 #include "budget/budget_lists.h"
 
 #include "base/messages.h"
+#include "sections/list_row.h"
 #include "store/codepage.h"
 #include "store/conversion.h"
 #include "store/record_get.h"
@@ -12,21 +13,16 @@ namespace budget {
 namespace {
 
 constexpr char kSeparator = '\xFF';
-constexpr int kHeaderBytes = 5;
 constexpr int kOwnerField = 0;
 constexpr int kPayModeField = 7;
 constexpr int kDefaultPayModes = 9;
 constexpr int kPayModeTextBase = 371;
 
-// A list row fills every column it does not use with noise; fR1 holds the user.
-constexpr NoiseColumns kListNoise{.onT1 = true, .onT2 = true, .onT3 = true, .onR2 = true, .onR3 = true, .onR4 = true};
-
-QByteArray Header(std::int32_t user) {
-    return CONVERSION::NumToBytes(user, 4) + QByteArray(1, static_cast<char>(kBudgetSection));
-}
+constexpr list_rows::Kind kBudgetRows{.fSec = kBudgetListSection, .fSub = kBudgetSection};
+constexpr list_rows::Kind kPayModeRows{.fSec = kPayModeSection, .fSub = kBudgetSection};
 
 QByteArray Joined(std::int32_t user, const QList<QByteArray>& elements) {
-    return Header(user) + elements.join(kSeparator);
+    return list_rows::Header(user, kBudgetRows) + elements.join(kSeparator);
 }
 
 // Walks the entries of a list text. Elements of a fixed width are taken by their width, so that an id holding
@@ -35,7 +31,7 @@ class EntryReader {
 public:
     explicit EntryReader(const QByteArray& text)
         : m_text(text)
-        , m_pos(kHeaderBytes) {}
+        , m_pos(list_rows::kHeaderBytes) {}
 
     bool atEnd() const { return m_pos >= m_text.size(); }
 
@@ -70,94 +66,17 @@ private:
 };
 
 bool HeaderFits(std::int32_t user, const QByteArray& plain) {
-    return plain.size() > kHeaderBytes && plain.left(kHeaderBytes) == Header(user);
+    return plain.size() > list_rows::kHeaderBytes && plain.startsWith(list_rows::Header(user, kBudgetRows));
 }
 
-std::optional<std::int64_t> ListRow(Store& store, int section) {
-    sqlite::Statement select =
-        store.connection().prepare("SELECT fPK FROM tt WHERE fSec=? AND fSub=? AND fR1=? ORDER BY fPK");
-    select.bind(1, static_cast<std::int64_t>(section))
-        .bind(2, static_cast<std::int64_t>(kBudgetSection))
-        .bind(3, static_cast<std::int64_t>(store.user.fPK));
-    if (select.step()) {
-        return select.int64(0);
+// The deciphered text of the user's list row of the kind; creates the defaults once when there is no row.
+// Nothing when the row cannot be had or is not the user's.
+std::optional<QByteArray> LoadListText(Store& store, const list_rows::Kind& kind, int (*createDefault)(Store&)) {
+    std::optional<Row> row = list_rows::Find(store, kind);
+    if (!row && createDefault(store) == 0) {
+        row = list_rows::Find(store, kind);
     }
-    return std::nullopt;
-}
-
-// The deciphered text of the list row of `section`; creates the defaults once when there is no row. Nothing
-// when the row cannot be had.
-std::optional<QByteArray> LoadListText(Store& store, int section, int (*createDefault)(Store&)) {
-    std::optional<std::int64_t> key = ListRow(store, section);
-    if (!key) {
-        if (createDefault(store) != 0) {
-            return std::nullopt;
-        }
-        key = ListRow(store, section);
-        if (!key) {
-            return std::nullopt;
-        }
-    }
-    const std::optional<Row> row = ReadRow(store.connection(), *key);
-    if (!row) {
-        return std::nullopt;
-    }
-    return store.cry.Cipher(static_cast<std::int32_t>(*key), 2, row->bytes(Col::fEtx));
-}
-
-bool FillList(Store& store, std::int64_t fpk, const QByteArray& plain, RowValues& row) {
-    const QByteArray sealed = store.cry.Cipher(static_cast<std::int32_t>(fpk), 1, plain);
-    row.set(Col::fEtx, sealed);
-    row.set(Col::fR1, store.user.fPK);
-    FillNoise(row, store.random(), kListNoise);
-    return !sealed.isEmpty();
-}
-
-int AddListRow(Store& store, int section, const QByteArray& plain) {
-    sqlite::Error e;
-    AddNewRow(
-        store.connection(),
-        [&](std::int64_t fpk, RowValues& row) {
-            row.set(Col::fSec, section);
-            row.set(Col::fSub, kBudgetSection);
-            row.set(Col::AE, 1);
-            return FillList(store, fpk, plain, row);
-        },
-        &e);
-    return e.number;
-}
-
-int SaveListText(Store& store, int section, const QByteArray& plain) {
-    const std::optional<std::int64_t> key = ListRow(store, section);
-    if (!key) {
-        return AddListRow(store, section, plain);
-    }
-    return ChangeRow(store.connection(), *key,
-                     [&](RowValues& row) {
-                         row.orAE(2);
-                         return FillList(store, *key, plain, row);
-                     })
-        .number;
-}
-
-// Replaces every list row of `section` of the user by one holding `plain`, all or nothing.
-int ReplaceListRow(Store& store, int section, const QByteArray& plain) {
-    sqlite::Savepoint transaction(store.connection());
-    if (sqlite::Error e = transaction.begin()) {
-        return e.number;
-    }
-    sqlite::Statement remove = store.connection().prepare("DELETE FROM tt WHERE fSec=? AND fSub=? AND fR1=?");
-    remove.bind(1, static_cast<std::int64_t>(section))
-        .bind(2, static_cast<std::int64_t>(kBudgetSection))
-        .bind(3, static_cast<std::int64_t>(store.user.fPK));
-    remove.step();
-    if (sqlite::Error e = remove.error()) {
-        return e.number;
-    }
-    if (const int e = AddListRow(store, section, plain); e != 0) {
-        return e;
-    }
-    return transaction.release().number;
+    return row ? list_rows::Open(store, kind, *row) : std::nullopt;
 }
 
 } // namespace
@@ -257,29 +176,29 @@ PayModes DefaultPayModes() {
 }
 
 int CreateDefaultBudgets(Store& store) {
-    return ReplaceListRow(store, kBudgetListSection, BudgetListText(store.user.fPK, DefaultBudgets()));
+    return list_rows::Replace(store, kBudgetRows, BudgetListText(store.user.fPK, DefaultBudgets()));
 }
 
 int CreateDefaultPayModes(Store& store) {
-    return ReplaceListRow(store, kPayModeSection, PayModesText(store.user.fPK, DefaultPayModes()));
+    return list_rows::Replace(store, kPayModeRows, PayModesText(store.user.fPK, DefaultPayModes()));
 }
 
 std::optional<BudgetList> LoadBudgets(Store& store) {
-    const std::optional<QByteArray> plain = LoadListText(store, kBudgetListSection, CreateDefaultBudgets);
+    const std::optional<QByteArray> plain = LoadListText(store, kBudgetRows, CreateDefaultBudgets);
     return plain ? ParseBudgetList(store.user.fPK, *plain) : std::nullopt;
 }
 
 std::optional<PayModes> LoadPayModes(Store& store) {
-    const std::optional<QByteArray> plain = LoadListText(store, kPayModeSection, CreateDefaultPayModes);
+    const std::optional<QByteArray> plain = LoadListText(store, kPayModeRows, CreateDefaultPayModes);
     return plain ? ParsePayModes(store.user.fPK, *plain) : std::nullopt;
 }
 
 int SaveBudgets(Store& store, const BudgetList& list) {
-    return SaveListText(store, kBudgetListSection, BudgetListText(store.user.fPK, list));
+    return list_rows::Save(store, kBudgetRows, BudgetListText(store.user.fPK, list));
 }
 
 int SavePayModes(Store& store, const PayModes& modes) {
-    return SaveListText(store, kPayModeSection, PayModesText(store.user.fPK, modes));
+    return list_rows::Save(store, kPayModeRows, PayModesText(store.user.fPK, modes));
 }
 
 ListEntries PayModeEntries(const PayModes& modes, bool addAll) {

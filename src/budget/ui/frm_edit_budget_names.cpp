@@ -9,7 +9,6 @@
 #include <QCheckBox>
 #include <QHBoxLayout>
 #include <QHeaderView>
-#include <QKeyEvent>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSet>
@@ -34,11 +33,8 @@ QString KeyOf(const QTreeWidgetItem* row) {
 } // namespace
 
 frmEditBudgetNames::frmEditBudgetNames(Store& store, QWidget* parent)
-    : QDialog(parent)
-    , m_store(store) {
-    setObjectName(QStringLiteral("frmEditBudgetNames"));
-    setModal(true);
-
+    : ListEditorDialog(store, QStringLiteral("frmEditBudgetNames"), {budget::NameFitsList, budget::NameRefusal},
+                       parent) {
     LV1 = Named<QTreeWidget>(this, QStringLiteral("LV1"));
     LV1->setColumnCount(3);
     LV1->setHeaderLabels({QStringLiteral("Show Priv"), QStringLiteral(" Budget Name"), QStringLiteral("PIN")});
@@ -68,37 +64,21 @@ frmEditBudgetNames::frmEditBudgetNames(Store& store, QWidget* parent)
     picEdit->hide();
 
     picButtons = Named<QWidget>(this, QStringLiteral("picButtons"));
-    cmdNew = Named<QPushButton>(picButtons, QStringLiteral("cmdNew"));
-    cmdEdit = Named<QPushButton>(picButtons, QStringLiteral("cmdEdit"));
-    cmdDelete = Named<QPushButton>(picButtons, QStringLiteral("cmdDelete"));
-    cmdOK = Named<QPushButton>(picButtons, QStringLiteral("cmdOK"));
-    cmdEsc = Named<QPushButton>(picButtons, QStringLiteral("cmdEsc"));
     auto* buttonRow = new QHBoxLayout(picButtons);
     buttonRow->setContentsMargins(0, 0, 0, 0);
-    buttonRow->addWidget(cmdNew);
-    buttonRow->addWidget(cmdEdit);
-    buttonRow->addWidget(cmdDelete);
-    buttonRow->addStretch();
-    buttonRow->addWidget(cmdOK);
-    buttonRow->addWidget(cmdEsc);
+    cmdEdit = makeCommands(picButtons, buttonRow, QStringLiteral("cmdEdit")).first();
 
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(LV1);
     layout->addWidget(picEdit);
     layout->addWidget(picButtons);
 
-    connect(cmdNew, &QPushButton::clicked, this, &frmEditBudgetNames::cmdNew_Click);
     connect(cmdEdit, &QPushButton::clicked, this, &frmEditBudgetNames::cmdEdit_Click);
-    connect(cmdDelete, &QPushButton::clicked, this, &frmEditBudgetNames::cmdDelete_Click);
-    connect(cmdOK, &QPushButton::clicked, this, &frmEditBudgetNames::cmdOK_Click);
-    connect(cmdEsc, &QPushButton::clicked, this, &frmEditBudgetNames::cmdEsc_Click);
     connect(cmdOK_Edit, &QPushButton::clicked, this, &frmEditBudgetNames::cmdOK_Edit_Click);
-    connect(cmdEsc_Edit, &QPushButton::clicked, this, &frmEditBudgetNames::cmdEsc_Edit_Click);
-
+    connect(cmdEsc_Edit, &QPushButton::clicked, this, &frmEditBudgetNames::closeEdit);
     // Enter with Ctrl belongs to the form, whichever button has the focus.
-    for (QPushButton* button : findChildren<QPushButton*>()) {
-        button->setAutoDefault(false);
-    }
+    cmdOK_Edit->setAutoDefault(false);
+    cmdEsc_Edit->setAutoDefault(false);
 
     ApplyCaptions(this);
     loadBudgets();
@@ -174,8 +154,7 @@ void frmEditBudgetNames::cmdOK_Edit_Click() {
         closeEdit();
         return;
     }
-    if (!budget::NameFitsList(name)) {
-        m_store.prompter.message(0, budget::NameRefusal(), Prompter::Buttons::Ok, Prompter::Icon::Warning);
+    if (!fitsList(name)) {
         txtBudgetName->setFocus();
         return;
     }
@@ -198,10 +177,6 @@ void frmEditBudgetNames::cmdOK_Edit_Click() {
     LV1->setCurrentItem(row);
 }
 
-void frmEditBudgetNames::cmdEsc_Edit_Click() {
-    closeEdit();
-}
-
 void frmEditBudgetNames::cmdDelete_Click() {
     QTreeWidgetItem* row = LV1->currentItem();
     if (row == nullptr) {
@@ -222,43 +197,28 @@ void frmEditBudgetNames::cmdDelete_Click() {
     cmdOK_Click();
 }
 
-void frmEditBudgetNames::cmdOK_Click() {
+int frmEditBudgetNames::save() {
     budget::BudgetList list;
     for (int i = 0; i < LV1->topLevelItemCount(); ++i) {
         const QTreeWidgetItem* row = LV1->topLevelItem(i);
         list.append(static_cast<std::uint8_t>(KeyOf(row).mid(1).toInt()), row->text(kNameColumn),
                     row->checkState(kCheckColumn) == Qt::Checked, row->text(kPinColumn) == QLatin1String("X"));
     }
-    if (const int error = budget::SaveBudgets(m_store, list)) {
-        m_store.prompter.message(0, ListSaveFailure(error), Prompter::Buttons::Ok, Prompter::Icon::Critical);
-        return;
-    }
-    m_cancelled = false;
-    accept();
+    return budget::SaveBudgets(m_store, list);
 }
 
-void frmEditBudgetNames::cmdEsc_Click() {
-    m_cancelled = true;
-    reject();
+void frmEditBudgetNames::ctrlEnter() {
+    if (cmdOK->isEnabled()) {
+        cmdOK_Click();
+    } else {
+        cmdOK_Edit_Click();
+    }
 }
 
-void frmEditBudgetNames::keyPressEvent(QKeyEvent* event) {
-    const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-    if (enter && event->modifiers().testFlag(Qt::ControlModifier)) {
-        if (cmdOK->isEnabled()) {
-            cmdOK_Click();
-        } else {
-            cmdOK_Edit_Click();
-        }
-        return;
+void frmEditBudgetNames::escape() {
+    if (cmdOK->isEnabled()) {
+        reject();
+    } else {
+        closeEdit();
     }
-    if (event->key() == Qt::Key_Escape && event->modifiers() == Qt::NoModifier) {
-        if (cmdOK->isEnabled()) {
-            cmdEsc_Click();
-        } else {
-            cmdEsc_Edit_Click();
-        }
-        return;
-    }
-    QDialog::keyPressEvent(event);
 }

@@ -1,8 +1,8 @@
 #include "sections/categories/categories.h"
 
 #include "base/messages.h"
+#include "sections/list_row.h"
 #include "store/codepage.h"
-#include "store/conversion.h"
 #include "store/record_get.h"
 #include "store/row.h"
 #include "store/store.h"
@@ -15,41 +15,8 @@ namespace {
 constexpr int kFirstId = 1;
 constexpr int kLastId = 9998;
 
-struct ListRow {
-    std::int64_t fpk = 0;
-    QByteArray etx;
-    bool currentFormat = false;
-    std::int64_t fR3 = 0;
-};
-
-// The first list row of the section and user, and of the budget when one is asked for.
-std::optional<ListRow> FindListRow(Store& store, int section, bool byBudget, int budget, sqlite::Error& error) {
-    sqlite::Statement select = store.connection().prepare(
-        byBudget ? "SELECT fPK, fEtx, fF1, fR3 FROM tt WHERE fSec=? AND fSub=? AND fR1=? AND (fR3 % 256)=? "
-                   "ORDER BY fPK LIMIT 1"
-                 : "SELECT fPK, fEtx, fF1, fR3 FROM tt WHERE fSec=? AND fSub=? AND fR1=? ORDER BY fPK LIMIT 1");
-    select.bind(1, static_cast<std::int64_t>(kCategoryRowSection))
-        .bind(2, static_cast<std::int64_t>(section))
-        .bind(3, static_cast<std::int64_t>(store.user.fPK));
-    if (byBudget) {
-        select.bind(4, static_cast<std::int64_t>(budget));
-    }
-    std::optional<ListRow> row;
-    if (select.step()) {
-        row = ListRow{select.int64(0), select.bytes(1), select.int64(2) != 0, select.int64(3)};
-    }
-    error = select.error();
-    return row;
-}
-
-// The owner's id and the section ahead of the list, so that a row moved to another user or section reads empty.
-QByteArray OwnerHeader(std::int32_t user, int section) {
-    return CONVERSION::NumToBytes(user, 4) + QByteArray(1, static_cast<char>(static_cast<std::uint8_t>(section)));
-}
-
-bool PassesOwnerCheck(const QByteArray& plain, std::int32_t user, int section) {
-    return plain.size() >= 5 && CONVERSION::BytesToLong(plain.left(4)) == user &&
-           static_cast<std::uint8_t>(plain[4]) == static_cast<std::uint8_t>(section);
+list_rows::Kind RowKind(int section) {
+    return {.fSec = kCategoryRowSection, .fSub = section, .category = true};
 }
 
 // The elements of a list text; the empty text is the empty list, not one empty name.
@@ -78,17 +45,14 @@ int GreatestId(const QStringList& items) {
 } // namespace
 
 QString LoadCategoryText(Store& store, int section, std::optional<int> budget) {
-    sqlite::Error error;
-    const std::optional<ListRow> row = FindListRow(store, section, budget.has_value(), budget.value_or(0), error);
-    if (!row) {
+    const list_rows::Kind kind = RowKind(section);
+    const std::optional<Row> row = list_rows::Find(store, kind, budget);
+    const std::optional<QByteArray> plain = row ? list_rows::Open(store, kind, *row) : std::nullopt;
+    if (!plain) {
         return {};
     }
-    const QByteArray plain = store.cry.Cipher(static_cast<std::int32_t>(row->fpk), 2, row->etx);
-    if (!PassesOwnerCheck(plain, store.user.fPK, section)) {
-        return {};
-    }
-    const QByteArray rest = plain.mid(5);
-    if (row->currentFormat) {
+    const QByteArray rest = plain->mid(list_rows::kHeaderBytes);
+    if (row->integer(Col::fF1) != 0) {
         return codepage::FromBytes(rest);
     }
     FieldValues values;
@@ -98,55 +62,17 @@ QString LoadCategoryText(Store& store, int section, std::optional<int> budget) {
         items.append(value.toString());
     }
     const QString text = items.join(u';');
-    SaveCategoryText(store, text, section, static_cast<int>(row->fR3 % 256));
+    SaveCategoryText(store, text, section, static_cast<int>(row->integer(Col::fR3) % 256));
     return text;
 }
 
 QByteArray CategoryPlainText(std::int32_t user, int section, const QString& text) {
-    return OwnerHeader(user, section) + codepage::ToBytes(text);
+    return list_rows::Header(user, RowKind(section)) + codepage::ToBytes(text);
 }
 
 int SaveCategoryText(Store& store, const QString& text, int section, int budget) {
-    sqlite::Error error;
-    const std::optional<ListRow> existing = FindListRow(store, section, section == kBudgetSection, budget, error);
-    if (error) {
-        return error.number;
-    }
-    const std::int32_t user = store.user.fPK;
-    const QByteArray plain = CategoryPlainText(user, section, text);
-    auto fill = [&](std::int64_t fpk, RowValues& row) {
-        const QByteArray sealed = store.cry.Cipher(static_cast<std::int32_t>(fpk), 1, plain);
-        if (sealed.isEmpty()) {
-            return false;
-        }
-        row.set(Col::fEtx, sealed);
-        row.set(Col::fR1, user);
-        row.set(Col::fF1, 1);
-        FillNoise(row, store.random(),
-                  NoiseColumns{.onT1 = true, .onT2 = true, .onT3 = true, .onR2 = true, .onR4 = true});
-        return true;
-    };
-    if (existing) {
-        error = ChangeRow(store.connection(), existing->fpk, [&](RowValues& row) {
-            row.orAE(2);
-            return fill(existing->fpk, row);
-        });
-    } else {
-        // The low byte of fR3 finds the budget's row again; the rest keeps the column looking random.
-        const std::int64_t random = RandomLong(store.random());
-        const std::int64_t fR3 = section == kBudgetSection ? (random / 256) * 256 + budget : random;
-        AddNewRow(
-            store.connection(),
-            [&](std::int64_t fpk, RowValues& row) {
-                row.set(Col::fSec, kCategoryRowSection);
-                row.set(Col::fSub, section);
-                row.set(Col::fR3, static_cast<qlonglong>(fR3));
-                row.set(Col::AE, 1);
-                return fill(fpk, row);
-            },
-            &error);
-    }
-    return error.number;
+    return list_rows::Save(store, RowKind(section), CategoryPlainText(store.user.fPK, section, text),
+                           section == kBudgetSection ? std::optional<int>(budget) : std::nullopt);
 }
 
 int SortedPosition(const ListEntries& entries, const QString& text) {
