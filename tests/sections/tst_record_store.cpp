@@ -4,18 +4,75 @@
 
 #include "support/test_main.h"
 
+#include <QDateTime>
+#include <QStringList>
+
 #include <array>
 #include <cstdint>
 
 namespace {
 
 const QString kPassphrase = QStringLiteral("lists of many rows");
+const QDateTime kNow(QDate(2024, 5, 6), QTime(10, 30));
+
+QStringList Texts(const QVector<records::ListedTitle>& titles) {
+    QStringList texts;
+    for (const records::ListedTitle& t : titles) {
+        texts << QStringLiteral("%1 %2 %3").arg(t.key).arg(t.category).arg(t.title);
+    }
+    return texts;
+}
 
 } // namespace
 
 class TestRecordStore : public FileTest {
     Q_OBJECT
 private Q_SLOTS:
+    // Enough memos that the titles are deciphered in several batches on several threads while the rows are read;
+    // the list must still come back whole, in key order, with only what this reader may see.
+    void listsManyTitlesAsTheReaderMaySee() {
+        QVERIFY(newFile(kPassphrase));
+        Store& s = store();
+        QVERIFY(!s.connection().exec("BEGIN"));
+        QStringList all;
+        QStringList inOne;
+        QStringList publicInOne;
+        for (int i = 0; i < 200; ++i) {
+            const QString subject = i % 7 == 0 ? QStringLiteral("日記 %1").arg(i) : QStringLiteral("Memo %1").arg(i);
+            memos::Memo memo = memos::NewMemo(s.user.level, i % 3, subject, kNow);
+            memo.isPrivate = i % 5 == 0;
+            QVERIFY(memos::StoreMemo(s, memo, kNow).ok());
+            const QString text = QStringLiteral("%1 %2 %3").arg(memo.key).arg(memo.category).arg(subject);
+            all << text;
+            if (memo.category == 1) {
+                inOne << text;
+                if (!memo.isPrivate) {
+                    publicInOne << text;
+                }
+            }
+        }
+        // Left out of every list: a memo without a subject (its title is noise), another owner's memo, and a
+        // diary day, whose title column is noise too.
+        memos::Memo untitled = memos::NewMemo(s.user.level, 1, QString(), kNow);
+        QVERIFY(memos::StoreMemo(s, untitled, kNow).ok());
+        const int me = s.user.level;
+        s.user.level = me + 1;
+        memos::Memo foreign = memos::NewMemo(s.user.level, 1, QStringLiteral("Not yours"), kNow);
+        QVERIFY(memos::StoreMemo(s, foreign, kNow).ok());
+        s.user.level = me;
+        diary::DiaryEntry day{.owner = me, .date = kNow.date(), .text = QStringLiteral("A day")};
+        QVERIFY(diary::StoreDiaryDay(s, day).ok());
+        QVERIFY(!s.connection().exec("COMMIT"));
+
+        QVERIFY(reopen(kPassphrase));
+        store().hidePrivate = false;
+        QCOMPARE(Texts(memos::ListMemos(store(), records::kAllCategories)), all);
+        QCOMPARE(Texts(memos::ListMemos(store(), 1)), inOne);
+        QVERIFY(memos::ListMemos(store(), 9).isEmpty());
+        store().hidePrivate = true;
+        QCOMPARE(Texts(memos::ListMemos(store(), 1)), publicInOne);
+    }
+
     // The week is found through its day numbers, which other sections' rows may share by chance.
     void weekHoldsOnlyThisUsersDays() {
         QVERIFY(newFile(kPassphrase));

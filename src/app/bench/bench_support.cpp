@@ -4,6 +4,7 @@
 
 #include "shell/open_sequence.h"
 #include "shell/session.h"
+#include "store/cipher_workers.h"
 
 #include <QSettings>
 #include <QStringList>
@@ -12,6 +13,7 @@
 #include <botan/cipher_mode.h>
 
 #include <algorithm>
+#include <atomic>
 #include <exception>
 #include <optional>
 #include <thread>
@@ -21,8 +23,18 @@ namespace bench {
 namespace {
 
 constexpr const char* kPassphrase = "throwaway bench passphrase";
-// The program gives no thread fewer rows than this, so the raw side splits its rows the same way.
-constexpr std::ptrdiff_t kRowsPerThread = 64;
+
+// The sum of the counts of the parts, or -1 when a part failed.
+int SumOfParts(const std::vector<int>& parts) {
+    int total = 0;
+    for (const int part : parts) {
+        if (part < 0) {
+            return -1;
+        }
+        total += part;
+    }
+    return total;
+}
 
 double Median(std::vector<double> values) {
     std::sort(values.begin(), values.end());
@@ -124,27 +136,19 @@ void PrintTable(QTextStream& out, const std::vector<Timing>& results, int decima
     }
 }
 
-std::ptrdiff_t ThreadsFor(std::ptrdiff_t count) {
-    return std::clamp<std::ptrdiff_t>(std::thread::hardware_concurrency(), 1,
-                                      std::max<std::ptrdiff_t>(1, count / kRowsPerThread));
-}
-
-int DecipherRawRows(const std::vector<RawRow>& rows, const CRY::SecureBytes& keys,
-                    const std::function<bool(const std::uint8_t* text, std::size_t n)>& accept) {
-    const auto count = static_cast<std::ptrdiff_t>(rows.size());
-    const std::ptrdiff_t threads = ThreadsFor(count);
-    const std::ptrdiff_t chunk = (count + threads - 1) / threads;
+int DecipherRawRows(const std::vector<RawRow>& rows, const CRY::SecureBytes& keys) {
+    const auto count = static_cast<qsizetype>(rows.size());
+    const qsizetype threads = cipher_workers::ThreadsFor(count);
+    const qsizetype chunk = (count + threads - 1) / threads;
     std::vector<int> intact(static_cast<std::size_t>(threads), 0);
-    const auto decipherRange = [&](std::ptrdiff_t part) {
+    const auto decipherRange = [&](qsizetype part) {
         try {
             auto mode = Botan::Cipher_Mode::create_or_throw("Blowfish/CBC/NoPadding", Botan::DECRYPTION);
             CRY::SecureBytes buffer;
             int& done = intact[static_cast<std::size_t>(part)];
-            for (std::ptrdiff_t i = part * chunk; i < std::min(count, (part + 1) * chunk); ++i) {
+            for (qsizetype i = part * chunk; i < std::min(count, (part + 1) * chunk); ++i) {
                 const RawRow& row = rows[static_cast<std::size_t>(i)];
-                const std::optional<std::size_t> n =
-                    DecipherRaw(*mode, keys, row.key, row.sealed.data(), row.sealed.size(), buffer);
-                if (n && accept(buffer.data() + kPrefixBytes, *n)) {
+                if (DecipherRaw(*mode, keys, row.key, row.sealed.data(), row.sealed.size(), buffer)) {
                     ++done;
                 }
             }
@@ -153,21 +157,66 @@ int DecipherRawRows(const std::vector<RawRow>& rows, const CRY::SecureBytes& key
         }
     };
     std::vector<std::thread> workers;
-    for (std::ptrdiff_t t = 1; t < threads; ++t) {
+    for (qsizetype t = 1; t < threads; ++t) {
         workers.emplace_back(decipherRange, t);
     }
     decipherRange(0);
     for (std::thread& worker : workers) {
         worker.join();
     }
-    int total = 0;
-    for (const int part : intact) {
-        if (part < 0) {
-            return -1;
+    return SumOfParts(intact);
+}
+
+int ReadAndDecipherRaw(sqlite3_stmt* select, std::size_t capacity, const CRY::SecureBytes& keys,
+                       const std::function<bool(const std::uint8_t* text, std::size_t n)>& accept) {
+    // Reserved in full, so that rows never move while other threads decipher them.
+    std::vector<RawRow> rows;
+    rows.reserve(capacity);
+    std::atomic<std::size_t> read{0};
+    std::atomic<bool> done{false};
+    std::atomic<std::size_t> taken{0};
+    const unsigned threads = std::max(1u, std::thread::hardware_concurrency());
+    std::vector<int> intact(threads, 0);
+    const auto decipher = [&](unsigned part) {
+        try {
+            auto mode = Botan::Cipher_Mode::create_or_throw("Blowfish/CBC/NoPadding", Botan::DECRYPTION);
+            CRY::SecureBytes buffer;
+            for (std::size_t i = taken++;; i = taken++) {
+                while (i >= read.load() && !done.load()) {
+                    std::this_thread::yield();
+                }
+                if (i >= read.load()) {
+                    break;
+                }
+                const RawRow& row = rows[i];
+                const std::optional<std::size_t> n =
+                    DecipherRaw(*mode, keys, row.key, row.sealed.data(), row.sealed.size(), buffer);
+                if (n && accept(buffer.data() + kPrefixBytes, *n)) {
+                    ++intact[part];
+                }
+            }
+        } catch (const std::exception&) {
+            intact[part] = -1;
         }
-        total += part;
+    };
+    std::vector<std::thread> workers;
+    for (unsigned t = 1; t < threads; ++t) {
+        workers.emplace_back(decipher, t);
     }
-    return total;
+    int rc = SQLITE_ROW;
+    while (rows.size() < capacity && (rc = sqlite3_step(select)) == SQLITE_ROW) {
+        const auto* p = static_cast<const std::uint8_t*>(sqlite3_column_blob(select, 1));
+        const auto n = static_cast<std::size_t>(sqlite3_column_bytes(select, 1));
+        rows.push_back({sqlite3_column_int64(select, 0), 0, false, std::vector<std::uint8_t>(p, p + n)});
+        read.store(rows.size());
+    }
+    const bool complete = rc == SQLITE_DONE || (rc == SQLITE_ROW && sqlite3_step(select) == SQLITE_DONE);
+    done.store(true);
+    decipher(0);
+    for (std::thread& worker : workers) {
+        worker.join();
+    }
+    return complete ? SumOfParts(intact) : -1;
 }
 
 } // namespace bench

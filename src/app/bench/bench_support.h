@@ -74,10 +74,6 @@ bool Measure(const char* workload, int rows, const Side& ours, const Side& limit
 
 void PrintTable(QTextStream& out, const std::vector<Timing>& results, int decimals);
 
-// The split of `count` rows the program uses for deciphering many rows at once: one part per core, none smaller
-// than the program allows.
-std::ptrdiff_t ThreadsFor(std::ptrdiff_t count);
-
 // A row as the raw side reads it before deciphering.
 struct RawRow {
     std::int64_t key = 0;
@@ -86,10 +82,15 @@ struct RawRow {
     std::vector<std::uint8_t> sealed;
 };
 
-// Deciphers `rows` on as many threads as the program would use, each with a cipher of its own; `accept` looks at
-// each row's plain text behind its key prefix and says whether it counts. The count of rows deciphered intact
-// and accepted, or -1 when a cipher could not be made.
-int DecipherRawRows(const std::vector<RawRow>& rows, const CRY::SecureBytes& keys,
-                    const std::function<bool(const std::uint8_t* text, std::size_t n)>& accept);
+// Deciphers `rows` split on as many threads as the program would use, each with a cipher of its own. The count
+// of rows deciphered intact, or -1 when a cipher could not be made.
+int DecipherRawRows(const std::vector<RawRow>& rows, const CRY::SecureBytes& keys);
+
+// Steps `select` (key, sealed text) on the calling thread while the other cores decipher the rows read so far,
+// as the program's lists do; the calling thread joins in after the last row. `accept` looks at each row's plain
+// text behind its key prefix and says whether it counts. The count of rows deciphered intact and accepted, or
+// -1 when the statement fails, a cipher could not be made or more than `capacity` rows come.
+int ReadAndDecipherRaw(sqlite3_stmt* select, std::size_t capacity, const CRY::SecureBytes& keys,
+                       const std::function<bool(const std::uint8_t* text, std::size_t n)>& accept);
 
 } // namespace bench

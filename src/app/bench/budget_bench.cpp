@@ -10,6 +10,7 @@
 #include "sections/categories/categories.h"
 #include "shell/open_sequence.h"
 #include "shell/session.h"
+#include "store/cipher_workers.h"
 #include "store/cry.h"
 #include "store/sqlite.h"
 
@@ -304,7 +305,7 @@ int BalanceLimit(sqlite3* db, const CRY::SecureBytes& keys, int firstDay, int la
         return -1;
     }
 
-    return DecipherRawRows(rows, keys, [](const std::uint8_t*, std::size_t) { return true; });
+    return DecipherRawRows(rows, keys);
 }
 
 int Run(QTextStream& out, QTextStream& err) {
@@ -397,9 +398,9 @@ int Run(QTextStream& out, QTextStream& err) {
     CRY::WipeBytes(keys);
 
     PrintTable(out, results, 1);
-    out << "medians of " << kRuns << " runs; balance threads: " << ThreadsFor(expected.year.rows) << " (year), "
-        << ThreadsFor(expected.all.rows) << " (TOTAL), hardware concurrency " << std::thread::hardware_concurrency()
-        << '\n';
+    out << "medians of " << kRuns << " runs; balance threads: " << cipher_workers::ThreadsFor(expected.year.rows)
+        << " (year), " << cipher_workers::ThreadsFor(expected.all.rows) << " (TOTAL), hardware concurrency "
+        << std::thread::hardware_concurrency() << '\n';
     out << "plan of the month list: " << QueryPlan(raw, budget::ListQuery(filter).toUtf8()) << '\n'
         << "plan of the balances: " << QueryPlan(raw, kBalanceSql) << '\n';
     const double listMs = results.front().oursMs;
