@@ -4,13 +4,10 @@
 #include "budget/amounts.h"
 #include "budget/budget_lists.h"
 #include "budget/transaction.h"
+#include "store/cipher_workers.h"
 #include "store/record_get.h"
 #include "store/row.h"
 #include "store/store.h"
-
-#include <algorithm>
-#include <functional>
-#include <thread>
 
 namespace budget {
 
@@ -39,38 +36,9 @@ QVector<SealedRow> ReadBalanceRows(Store& store, const BalanceQuery& query) {
     return rows;
 }
 
-namespace {
-
-// Runs `decode(cry, i)` over all rows, split among the machine's cores, each part with a cipher of its own.
-void ForEachRowDeciphered(const CRY::SecureBytes& keyPool, qsizetype count,
-                          const std::function<void(CRY& cry, qsizetype i)>& decode) {
-    const auto decodeRange = [&](qsizetype begin, qsizetype end) {
-        SystemRandom random;
-        CRY cry(random);
-        cry.setKeyPool(keyPool);
-        for (qsizetype i = begin; i < end; ++i) {
-            decode(cry, i);
-        }
-        cry.wipeKeys();
-    };
-    const qsizetype threads =
-        std::clamp<qsizetype>(std::thread::hardware_concurrency(), 1, std::max<qsizetype>(1, count / 64));
-    const qsizetype chunk = (count + threads - 1) / threads;
-    std::vector<std::thread> workers;
-    for (qsizetype t = 1; t < threads; ++t) {
-        workers.emplace_back(decodeRange, t * chunk, std::min(count, (t + 1) * chunk));
-    }
-    decodeRange(0, std::min(count, chunk));
-    for (std::thread& worker : workers) {
-        worker.join();
-    }
-}
-
-} // namespace
-
 QVector<BalanceItem> DecodeBalanceRows(const CRY::SecureBytes& keyPool, const QVector<SealedRow>& rows) {
     QVector<BalanceItem> items(rows.size());
-    ForEachRowDeciphered(keyPool, rows.size(), [&](CRY& cry, qsizetype i) {
+    cipher_workers::ForEachRow(keyPool, rows.size(), [&](CRY& cry, qsizetype i) {
         QByteArray blob = cry.Cipher(rows[i].key, 2, rows[i].sealed);
         if (blob.isEmpty()) {
             return;
@@ -86,7 +54,7 @@ QVector<BalanceItem> DecodeBalanceRows(const CRY::SecureBytes& keyPool, const QV
 
 QVector<Transaction> DecodeTransactions(const CRY::SecureBytes& keyPool, const QVector<SealedRow>& rows) {
     QVector<std::optional<Transaction>> decoded(rows.size());
-    ForEachRowDeciphered(keyPool, rows.size(), [&](CRY& cry, qsizetype i) {
+    cipher_workers::ForEachRow(keyPool, rows.size(), [&](CRY& cry, qsizetype i) {
         QByteArray blob = cry.Cipher(rows[i].key, 2, rows[i].sealed);
         Transaction t;
         if (DecodeTransactionBlob(blob, t)) {

@@ -1,5 +1,6 @@
 #include "sections/record_store.h"
 
+#include "store/cipher_workers.h"
 #include "store/record_get.h"
 #include "store/record_put.h"
 #include "store/store.h"
@@ -115,15 +116,26 @@ QVector<ListedTitle> ListTitles(Store& store, int section, int category) {
     if (category != kAllCategories) {
         select.bind(2, static_cast<std::int64_t>(category));
     }
+    struct SealedTitle {
+        std::int32_t key = 0;
+        int category = 0;
+        QByteArray sealed;
+    };
     const Record_Get::TitleAccess access = store.titleAccess();
-    QVector<ListedTitle> titles;
-    while (select.step()) {
-        const auto key = static_cast<std::int32_t>(select.value(0).toLongLong());
-        QString title = Record_Get::OpenTitle(store.cry, key, select.value(1).toByteArray(), access);
-        if (!title.isEmpty()) {
-            titles.append({key, std::move(title), select.value(2).toInt()});
-        }
-    }
+    QVector<ListedTitle> titles = cipher_workers::OpenWhileReading<SealedTitle, ListedTitle>(
+        store.cry.KeyPool(),
+        [&](SealedTitle& row) {
+            if (!select.step()) {
+                return false;
+            }
+            row = {static_cast<std::int32_t>(select.int64(0)), static_cast<int>(select.int64(2)), select.bytes(1)};
+            return true;
+        },
+        [&](CRY& cry, const SealedTitle& row) {
+            return ListedTitle{row.key, Record_Get::OpenTitle(cry, row.key, row.sealed, access), row.category};
+        });
+    // An empty title is one this reader may not see.
+    titles.removeIf([](const ListedTitle& t) { return t.title.isEmpty(); });
     return titles;
 }
 

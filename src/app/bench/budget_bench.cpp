@@ -1,5 +1,6 @@
 #include "app/bench/budget_bench.h"
 
+#include "app/bench/bench_support.h"
 #include "app/bench/raw_cipher.h"
 
 #include "budget/budget_lists.h"
@@ -9,8 +10,8 @@
 #include "sections/categories/categories.h"
 #include "shell/open_sequence.h"
 #include "shell/session.h"
+#include "store/cipher_workers.h"
 #include "store/cry.h"
-#include "store/prompter.h"
 #include "store/sqlite.h"
 
 #include <QDate>
@@ -18,7 +19,6 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QLocale>
-#include <QSettings>
 #include <QStringList>
 #include <QTemporaryDir>
 #include <QTextStream>
@@ -30,8 +30,6 @@
 #include <array>
 #include <cstdint>
 #include <exception>
-#include <functional>
-#include <memory>
 #include <random>
 #include <thread>
 #include <utility>
@@ -49,9 +47,6 @@ constexpr int kBudgetShown = 0;
 constexpr int kRuns = 7;
 constexpr double kListTargetMs = 50.0;
 constexpr std::uint32_t kSeed = 20240611;
-// The balance gives no thread fewer rows than this, so the limit splits its rows the same way.
-constexpr qsizetype kRowsPerThread = 64;
-constexpr const char* kPassphrase = "throwaway bench passphrase";
 // The selections of the list and of the balance, by the raw side.
 constexpr const char* kMonthSql =
     "SELECT fPK, fEtx FROM tt WHERE +fSec=? AND +fSub=? AND (fR3 BETWEEN ? AND ?) ORDER BY fR3, fPK";
@@ -110,44 +105,6 @@ const std::array<const char*, kCategories> kCategoryNames = {
 const std::array<const char*, kPayModes - 1> kPayModeNames = {
     "Cash", "Cheque", "Debit card", "Credit card", "Transfer", "Direct debit", "Standing order", "Online", "Voucher",
 };
-
-// Answers the one passphrase dialog of making the file. Any message box means that something went wrong, so
-// its text goes to the error stream.
-class BenchPrompter final : public Prompter {
-public:
-    explicit BenchPrompter(QTextStream& err)
-        : m_err(err) {}
-
-    Reply message(int number, const QString& text, Buttons buttons, Icon) override {
-        m_err << "noctaria-bench: message " << number << ": " << text << '\n';
-        return SafeReply(buttons);
-    }
-    PassphraseReply passphrase(const PassphraseRequest&) override {
-        PassphraseReply reply;
-        if (!m_answered) {
-            m_answered = true;
-            reply.cancelled = false;
-            reply.text = QString::fromLatin1(kPassphrase);
-        }
-        return reply;
-    }
-    QString chooseNewFile(const QString&, const QString&) override { return {}; }
-    QString chooseExistingFile(const QString&, const QString&) override { return {}; }
-    QString chooseFolder(const QString&, const QString&) override { return {}; }
-    void status(const QString&) override {}
-    void penaltyWait(int) override {}
-
-private:
-    QTextStream& m_err;
-    bool m_answered = false;
-};
-
-// Keeps what the program remembers (last file, last user) in `dir`, away from the settings of whoever runs this.
-void RedirectSettings(const QString& dir) {
-    QSettings::setDefaultFormat(QSettings::IniFormat);
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, dir);
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, dir);
-}
 
 void AddKind(KindSums& sums, int dcwb, Currency amount) {
     Currency& sum = sums[static_cast<std::size_t>(dcwb & 3)];
@@ -294,21 +251,18 @@ bool BalanceAgrees(const budget::Balance& balance, const Frame& frame) {
     return true;
 }
 
-using Statement = std::unique_ptr<sqlite3_stmt, decltype(&sqlite3_finalize)>;
-
 // `sql` prepared with the budget in view and the two day numbers bound in its first four parameters.
 Statement PrepareRange(sqlite3* db, const char* sql, int firstDay, int lastDay, bool budgetFirst) {
-    sqlite3_stmt* raw = nullptr;
-    if (sqlite3_prepare_v2(db, sql, -1, &raw, nullptr) != SQLITE_OK) {
-        return {nullptr, &sqlite3_finalize};
+    Statement select = Prepare(db, sql);
+    if (select) {
+        const int range = budgetFirst ? 3 : 1;
+        const int section = budgetFirst ? 1 : 3;
+        sqlite3_bind_int(select.get(), section, categories::kBudgetSection);
+        sqlite3_bind_int(select.get(), section + 1, kBudgetShown);
+        sqlite3_bind_int(select.get(), range, firstDay);
+        sqlite3_bind_int(select.get(), range + 1, lastDay);
     }
-    const int range = budgetFirst ? 3 : 1;
-    const int section = budgetFirst ? 1 : 3;
-    sqlite3_bind_int(raw, section, categories::kBudgetSection);
-    sqlite3_bind_int(raw, section + 1, kBudgetShown);
-    sqlite3_bind_int(raw, range, firstDay);
-    sqlite3_bind_int(raw, range + 1, lastDay);
-    return {raw, &sqlite3_finalize};
+    return select;
 }
 
 // The month list's rows by raw SQLite and raw Botan, in the list's order, each record deciphered and nothing
@@ -332,19 +286,6 @@ int MonthLimit(sqlite3* db, const CRY::SecureBytes& keys, int firstDay, int last
     return rc == SQLITE_DONE ? intact : -1;
 }
 
-// The balance's split of `count` rows: one part per core, none smaller than the balance allows.
-qsizetype ThreadsFor(qsizetype count) {
-    return std::clamp<qsizetype>(std::thread::hardware_concurrency(), 1,
-                                 std::max<qsizetype>(1, count / kRowsPerThread));
-}
-
-struct RawRow {
-    std::int64_t key = 0;
-    int category = 0;
-    bool noteFlag = false;
-    std::vector<std::uint8_t> sealed;
-};
-
 // A balance's rows by raw SQLite and raw Botan: read in one go as the balance reads them, then deciphered on as
 // many threads as the balance uses, each with a cipher of its own. The count of intact rows, or -1.
 int BalanceLimit(sqlite3* db, const CRY::SecureBytes& keys, int firstDay, int lastDay) {
@@ -364,114 +305,7 @@ int BalanceLimit(sqlite3* db, const CRY::SecureBytes& keys, int firstDay, int la
         return -1;
     }
 
-    const auto count = static_cast<qsizetype>(rows.size());
-    const qsizetype threads = ThreadsFor(count);
-    const qsizetype chunk = (count + threads - 1) / threads;
-    std::vector<int> intact(static_cast<std::size_t>(threads), 0);
-    const auto decipherRange = [&](qsizetype part) {
-        try {
-            auto mode = Botan::Cipher_Mode::create_or_throw("Blowfish/CBC/NoPadding", Botan::DECRYPTION);
-            CRY::SecureBytes buffer;
-            int& done = intact[static_cast<std::size_t>(part)];
-            for (qsizetype i = part * chunk; i < std::min(count, (part + 1) * chunk); ++i) {
-                const RawRow& row = rows[static_cast<std::size_t>(i)];
-                if (DecipherRaw(*mode, keys, row.key, row.sealed.data(), row.sealed.size(), buffer)) {
-                    ++done;
-                }
-            }
-        } catch (const std::exception&) {
-            intact[static_cast<std::size_t>(part)] = -1;
-        }
-    };
-    std::vector<std::thread> workers;
-    for (qsizetype t = 1; t < threads; ++t) {
-        workers.emplace_back(decipherRange, t);
-    }
-    decipherRange(0);
-    for (std::thread& worker : workers) {
-        worker.join();
-    }
-    int total = 0;
-    for (const int part : intact) {
-        if (part < 0) {
-            return -1;
-        }
-        total += part;
-    }
-    return total;
-}
-
-// How the engine goes about `sql`, its steps joined; the plan decides most of what selecting the rows costs.
-QString QueryPlan(sqlite3* db, const QByteArray& sql) {
-    const QByteArray explain = "EXPLAIN QUERY PLAN " + sql;
-    sqlite3_stmt* raw = nullptr;
-    if (sqlite3_prepare_v2(db, explain.constData(), -1, &raw, nullptr) != SQLITE_OK) {
-        return QStringLiteral("(none)");
-    }
-    const Statement plan(raw, &sqlite3_finalize);
-    QStringList steps;
-    while (sqlite3_step(plan.get()) == SQLITE_ROW) {
-        steps << QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(plan.get(), 3)));
-    }
-    return steps.join(QStringLiteral("; "));
-}
-
-double Median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-// One side of a workload: runs the work once, sets how long the work itself took, and says whether its result
-// agrees with what was written.
-using Side = std::function<bool(double& ms)>;
-
-struct Result {
-    const char* workload;
-    int rows;
-    double oursMs;
-    double limitMs;
-};
-
-// Both sides once untimed, then alternately, so that whatever the machine does meanwhile falls on both; the
-// medians. False when any run of either side disagrees.
-bool Measure(const char* workload, int rows, const Side& ours, const Side& limit, std::vector<Result>& results,
-             QTextStream& err) {
-    double ms = 0;
-    bool oursAgree = ours(ms);
-    bool limitAgrees = limit(ms);
-    std::vector<double> oursMs;
-    std::vector<double> limitMs;
-    for (int run = 0; run < kRuns; ++run) {
-        oursAgree = ours(ms) && oursAgree;
-        oursMs.push_back(ms);
-        limitAgrees = limit(ms) && limitAgrees;
-        limitMs.push_back(ms);
-    }
-    results.push_back({workload, rows, Median(oursMs), Median(limitMs)});
-    if (!oursAgree) {
-        err << "noctaria-bench: " << workload << ": the program's result disagrees with what was written\n";
-    }
-    if (!limitAgrees) {
-        err << "noctaria-bench: " << workload << ": the raw reading did not decipher every row written\n";
-    }
-    return oursAgree && limitAgrees;
-}
-
-void PrintTable(QTextStream& out, const std::vector<Result>& results) {
-    out << QStringLiteral("%1 %2 %3 %4 %5\n")
-               .arg(QStringLiteral("workload"), -14)
-               .arg(QStringLiteral("rows"), 7)
-               .arg(QStringLiteral("ours ms"), 10)
-               .arg(QStringLiteral("limit ms"), 10)
-               .arg(QStringLiteral("ratio"), 7);
-    for (const Result& r : results) {
-        out << QStringLiteral("%1 %2 %3 %4 %5\n")
-                   .arg(QLatin1String(r.workload), -14)
-                   .arg(r.rows, 7)
-                   .arg(r.oursMs, 10, 'f', 1)
-                   .arg(r.limitMs, 10, 'f', 1)
-                   .arg(r.limitMs > 0 ? r.oursMs / r.limitMs : 0.0, 7, 'f', 2);
-    }
+    return DecipherRawRows(rows, keys);
 }
 
 int Run(QTextStream& out, QTextStream& err) {
@@ -483,10 +317,7 @@ int Run(QTextStream& out, QTextStream& err) {
     RedirectSettings(dir.filePath(QStringLiteral("settings")));
     BenchPrompter prompter(err);
     Session session(prompter);
-    session.CreatingDefault = true;
-    session.DbPath = dir.filePath(QStringLiteral("budget.nct"));
-    if (const int error = open_sequence::NewDatabase(session)) {
-        err << "noctaria-bench: the database could not be made: " << error << '\n';
+    if (!MakeSessionDatabase(session, dir.filePath(QStringLiteral("budget.nct")), err)) {
         return 1;
     }
     Store& store = session.store();
@@ -522,7 +353,7 @@ int Run(QTextStream& out, QTextStream& err) {
     CRY::SecureBytes keys = AllRecordKeys(store.cry.KeyPool());
     sqlite3* raw = store.connection().handle();
 
-    std::vector<Result> results;
+    std::vector<Timing> results;
     const Frame& month = expected.month;
     bool ok = Measure(
         "month list", month.rows,
@@ -540,7 +371,7 @@ int Run(QTextStream& out, QTextStream& err) {
             ms = MillisecondsOf(t);
             return intact == month.rows;
         },
-        results, err);
+        kRuns, results, err);
 
     for (const auto& item : {std::pair{"year balance", &expected.year}, std::pair{"TOTAL balance", &expected.all}}) {
         const Frame& frame = *item.second;
@@ -561,15 +392,15 @@ int Run(QTextStream& out, QTextStream& err) {
                 ms = MillisecondsOf(t);
                 return intact == frame.rows;
             },
-            results, err);
+            kRuns, results, err);
         ok = agrees && ok;
     }
     CRY::WipeBytes(keys);
 
-    PrintTable(out, results);
-    out << "medians of " << kRuns << " runs; balance threads: " << ThreadsFor(expected.year.rows) << " (year), "
-        << ThreadsFor(expected.all.rows) << " (TOTAL), hardware concurrency " << std::thread::hardware_concurrency()
-        << '\n';
+    PrintTable(out, results, 1);
+    out << "medians of " << kRuns << " runs; balance threads: " << cipher_workers::ThreadsFor(expected.year.rows)
+        << " (year), " << cipher_workers::ThreadsFor(expected.all.rows) << " (TOTAL), hardware concurrency "
+        << std::thread::hardware_concurrency() << '\n';
     out << "plan of the month list: " << QueryPlan(raw, budget::ListQuery(filter).toUtf8()) << '\n'
         << "plan of the balances: " << QueryPlan(raw, kBalanceSql) << '\n';
     const double listMs = results.front().oursMs;

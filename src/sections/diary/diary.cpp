@@ -48,8 +48,9 @@ bool DecodeDiaryBlob(const QByteArray& blob, DiaryEntry& entry) {
 }
 
 QVector<DiaryEntry> LoadEntries(Store& store, const QDate& from, const QDate& to) {
+    // The day range picks a handful of rows by its index; the section's index would walk every diary row.
     sqlite::Statement select =
-        store.connection().prepare("SELECT * FROM tt WHERE fSec=? AND fR3 BETWEEN ? AND ? ORDER BY fPK");
+        store.connection().prepare("SELECT * FROM tt WHERE +fSec=? AND fR3 BETWEEN ? AND ? ORDER BY fPK");
     select.bind(1, static_cast<std::int64_t>(kDiarySection))
         .bind(2, static_cast<std::int64_t>(records::DayNumber(from, kDiaryDayBase)))
         .bind(3, static_cast<std::int64_t>(records::DayNumber(to, kDiaryDayBase)));

@@ -1,0 +1,96 @@
+#pragma once
+
+#include "store/cry.h"
+#include "store/prompter.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <sqlite3.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <vector>
+
+class QTextStream;
+class Session;
+
+// What the workloads that go through the program's own logic share: a throw-away database opened as a person
+// would, both sides of a workload timed alternately, the table of medians, and the raw side's threaded reading.
+namespace bench {
+
+// Answers the one passphrase dialog of making the file. Any message box means that something went wrong, so
+// its text goes to the error stream.
+class BenchPrompter final : public Prompter {
+public:
+    explicit BenchPrompter(QTextStream& err)
+        : m_err(err) {}
+
+    Reply message(int number, const QString& text, Buttons buttons, Icon) override;
+    PassphraseReply passphrase(const PassphraseRequest&) override;
+    QString chooseNewFile(const QString&, const QString&) override { return {}; }
+    QString chooseExistingFile(const QString&, const QString&) override { return {}; }
+    QString chooseFolder(const QString&, const QString&) override { return {}; }
+    void status(const QString&) override {}
+    void penaltyWait(int) override {}
+
+private:
+    QTextStream& m_err;
+    bool m_answered = false;
+};
+
+// Keeps what the program remembers (last file, last user) in `dir`, away from the settings of whoever runs this.
+void RedirectSettings(const QString& dir);
+
+// Makes and opens a new database file at `path` through the program's own sequence; false, with the reason on
+// `err`, when that fails.
+bool MakeSessionDatabase(Session& session, const QString& path, QTextStream& err);
+
+using Statement = std::unique_ptr<sqlite3_stmt, decltype(&sqlite3_finalize)>;
+
+// `sql` prepared on `db`; null when it does not prepare.
+Statement Prepare(sqlite3* db, const char* sql);
+
+// How the engine goes about `sql`, its steps joined; the plan decides most of what selecting the rows costs.
+QString QueryPlan(sqlite3* db, const QByteArray& sql);
+
+// One side of a workload: runs the work once, sets how long the work itself took, and says whether its result
+// agrees with what was written.
+using Side = std::function<bool(double& ms)>;
+
+struct Timing {
+    const char* workload;
+    int rows;
+    double oursMs;
+    double limitMs;
+};
+
+// Both sides once untimed, then `runs` times alternately, so that whatever the machine does meanwhile falls on
+// both; the medians. False when any run of either side disagrees.
+bool Measure(const char* workload, int rows, const Side& ours, const Side& limit, int runs,
+             std::vector<Timing>& results, QTextStream& err);
+
+void PrintTable(QTextStream& out, const std::vector<Timing>& results, int decimals);
+
+// A row as the raw side reads it before deciphering.
+struct RawRow {
+    std::int64_t key = 0;
+    int category = 0;
+    bool flag = false;
+    std::vector<std::uint8_t> sealed;
+};
+
+// Deciphers `rows` split on as many threads as the program would use, each with a cipher of its own. The count
+// of rows deciphered intact, or -1 when a cipher could not be made.
+int DecipherRawRows(const std::vector<RawRow>& rows, const CRY::SecureBytes& keys);
+
+// Steps `select` (key, sealed text) on the calling thread while the other cores decipher the rows read so far,
+// as the program's lists do; the calling thread joins in after the last row. `accept` looks at each row's plain
+// text behind its key prefix and says whether it counts. The count of rows deciphered intact and accepted, or
+// -1 when the statement fails, a cipher could not be made or more than `capacity` rows come.
+int ReadAndDecipherRaw(sqlite3_stmt* select, std::size_t capacity, const CRY::SecureBytes& keys,
+                       const std::function<bool(const std::uint8_t* text, std::size_t n)>& accept);
+
+} // namespace bench
