@@ -2,8 +2,6 @@
 
 #include "store/random_source.h"
 
-#include <QStringList>
-
 namespace {
 
 constexpr std::array<const char*, kColumnCount> kNames = {
@@ -15,19 +13,22 @@ sqlite::Error NoSuchRow(std::int64_t fpk) {
     return sqlite::Error{sqlite::kErrGeneral, QStringLiteral("No record with key %1.").arg(fpk)};
 }
 
-// Writes the set columns of `row` to the row `fpk`. Column names come from our fixed list, values are bound.
+// Writes the set columns of `row` to the row `fpk`. Column names come from our fixed list, values are bound, so
+// the text depends only on which columns are set and the connection keeps one statement for each such set.
 sqlite::Error WriteColumns(sqlite::Connection& db, std::int64_t fpk, const RowValues& row) {
-    QStringList assignments;
+    const bool orAE = row.aeBits() != 0 && !row.get(Col::AE);
+    QByteArray sql("UPDATE tt SET ");
+    const qsizetype start = sql.size();
     for (int c = 1; c < kColumnCount; ++c) {
         if (row.get(static_cast<Col>(c))) {
-            assignments << QStringLiteral("%1=?").arg(QLatin1String(kNames[c]));
+            sql.append(sql.size() > start ? "," : "").append(kNames[c]).append("=?");
         }
     }
-    if (row.aeBits() != 0 && !row.get(Col::AE)) {
-        assignments << QStringLiteral("AE=AE|%1").arg(row.aeBits());
+    if (orAE) {
+        sql.append(sql.size() > start ? "," : "").append("AE=AE|?");
     }
-    if (assignments.isEmpty()) {
-        sqlite::Statement exists = db.prepare("SELECT 1 FROM tt WHERE fPK=?");
+    if (sql.size() == start) {
+        sqlite::Statement exists = db.cached("SELECT 1 FROM tt WHERE fPK=?");
         exists.bind(1, fpk);
         const bool found = exists.step();
         if (sqlite::Error e = exists.error()) {
@@ -35,13 +36,16 @@ sqlite::Error WriteColumns(sqlite::Connection& db, std::int64_t fpk, const RowVa
         }
         return found ? sqlite::Error{} : NoSuchRow(fpk);
     }
-    const QByteArray sql = QStringLiteral("UPDATE tt SET %1 WHERE fPK=?").arg(assignments.join(u',')).toUtf8();
-    sqlite::Statement update = db.prepare(sql.constData());
+    sql.append(" WHERE fPK=?");
+    sqlite::Statement update = db.cached(sql.constData());
     int i = 1;
     for (int c = 1; c < kColumnCount; ++c) {
         if (const auto& value = row.get(static_cast<Col>(c))) {
             update.bindVariant(i++, *value);
         }
+    }
+    if (orAE) {
+        update.bind(i++, static_cast<std::int64_t>(row.aeBits()));
     }
     update.bind(i, fpk);
     update.step();
@@ -69,7 +73,11 @@ std::optional<Col> ColumnOf(const QString& name) {
 Row Row::FromStatement(const sqlite::Statement& statement) {
     Row row;
     for (int i = 0; i < statement.columnCount(); ++i) {
-        if (const auto column = ColumnOf(statement.columnName(i))) {
+        // Mostly the columns stand in table order, which spares the search by name.
+        const QString name = statement.columnName(i);
+        if (i < kColumnCount && name.compare(QLatin1String(kNames[i]), Qt::CaseInsensitive) == 0) {
+            row.setValue(static_cast<Col>(i), statement.value(i));
+        } else if (const auto column = ColumnOf(name)) {
             row.setValue(*column, statement.value(i));
         }
     }
@@ -82,7 +90,7 @@ std::int64_t AddNewRow(sqlite::Connection& db, const std::function<bool(std::int
     sqlite::Savepoint transaction(db);
     std::int64_t fpk = 0;
     if (!(e = transaction.begin())) {
-        sqlite::Statement insert = db.prepare("INSERT INTO tt DEFAULT VALUES");
+        sqlite::Statement insert = db.cached("INSERT INTO tt DEFAULT VALUES");
         insert.step();
         e = insert.error();
     }
@@ -117,7 +125,7 @@ sqlite::Error ChangeRow(sqlite::Connection& db, std::int64_t fpk, const std::fun
 }
 
 std::optional<Row> ReadRow(sqlite::Connection& db, std::int64_t fpk, sqlite::Error* error) {
-    sqlite::Statement select = db.prepare("SELECT * FROM tt WHERE fPK=?");
+    sqlite::Statement select = db.cached("SELECT * FROM tt WHERE fPK=?");
     select.bind(1, fpk);
     std::optional<Row> row;
     if (select.step()) {
