@@ -9,6 +9,10 @@ constexpr std::array<const char*, kColumnCount> kNames = {
     "fF3", "fT1",  "fT2",  "fT3",  "fT4", "fT5", "fD1", "fD2", "fG1", "AE",
 };
 
+sqlite::Error NotPrepared() {
+    return sqlite::Error{sqlite::kErrGeneral, QStringLiteral("The record could not be prepared.")};
+}
+
 sqlite::Error NoSuchRow(std::int64_t fpk) {
     return sqlite::Error{sqlite::kErrGeneral, QStringLiteral("No record with key %1.").arg(fpk)};
 }
@@ -86,10 +90,14 @@ Row Row::FromStatement(const sqlite::Statement& statement) {
 
 std::int64_t AddNewRow(sqlite::Connection& db, const std::function<bool(std::int64_t fpk, RowValues& row)>& fill,
                        sqlite::Error* error) {
-    sqlite::Error e;
+    // Alone, the row gets a transaction of its own. Inside a caller's transaction that one already keeps a crash
+    // from leaving half a row, while a savepoint would copy every page the row touches into its journal and cost
+    // bulk writes more than the row itself; a row that cannot be finished is deleted instead.
+    const bool outer = db.inTransaction();
     sqlite::Savepoint transaction(db);
+    sqlite::Error e = outer ? sqlite::Error{} : transaction.begin();
     std::int64_t fpk = 0;
-    if (!(e = transaction.begin())) {
+    if (!e) {
         sqlite::Statement insert = db.cached("INSERT INTO tt DEFAULT VALUES");
         insert.step();
         e = insert.error();
@@ -97,11 +105,15 @@ std::int64_t AddNewRow(sqlite::Connection& db, const std::function<bool(std::int
     if (!e) {
         fpk = db.lastInsertId();
         RowValues row;
-        if (!fill(fpk, row)) {
-            e = sqlite::Error{sqlite::kErrGeneral, QStringLiteral("The record could not be prepared.")};
-        } else if (!(e = WriteColumns(db, fpk, row))) {
-            e = transaction.release();
+        e = fill(fpk, row) ? WriteColumns(db, fpk, row) : NotPrepared();
+        if (e && outer) {
+            sqlite::Statement remove = db.cached("DELETE FROM tt WHERE fPK=?");
+            remove.bind(1, fpk);
+            remove.step();
         }
+    }
+    if (!e && !outer) {
+        e = transaction.release();
     }
     if (error != nullptr) {
         *error = e;
@@ -110,18 +122,9 @@ std::int64_t AddNewRow(sqlite::Connection& db, const std::function<bool(std::int
 }
 
 sqlite::Error ChangeRow(sqlite::Connection& db, std::int64_t fpk, const std::function<bool(RowValues& row)>& fill) {
-    sqlite::Savepoint transaction(db);
-    if (sqlite::Error e = transaction.begin()) {
-        return e;
-    }
+    // The change is one statement, which the engine applies whole or not at all.
     RowValues row;
-    if (!fill(row)) {
-        return sqlite::Error{sqlite::kErrGeneral, QStringLiteral("The record could not be prepared.")};
-    }
-    if (sqlite::Error e = WriteColumns(db, fpk, row)) {
-        return e;
-    }
-    return transaction.release();
+    return fill(row) ? WriteColumns(db, fpk, row) : NotPrepared();
 }
 
 std::optional<Row> ReadRow(sqlite::Connection& db, std::int64_t fpk, sqlite::Error* error) {

@@ -116,6 +116,10 @@ void Connection::close() {
     }
 }
 
+bool Connection::inTransaction() const {
+    return m_db != nullptr && sqlite3_get_autocommit(m_db) == 0;
+}
+
 Error Connection::exec(const char* sql) {
     if (m_db == nullptr) {
         return Error{kErrGeneral, QStringLiteral("No database is open.")};

@@ -48,6 +48,8 @@ public:
     Error open(const QString& path, Mode mode, bool exclusive = false);
     void close();
     bool isOpen() const { return m_db != nullptr; }
+    // Whether a transaction is open, so that what is written now is committed or rolled back with it.
+    bool inTransaction() const;
     sqlite3* handle() const { return m_db; }
 
     // A statement with no parameters and no rows, such as a pragma or DDL.
