@@ -114,7 +114,7 @@ TransactionList ReloadList(Store& store, const ListFilter& filter, const ListCon
     select.reset();
     // The items of a deleted category arrive in "Unfiled" as they are shown.
     for (const std::int32_t key : lost) {
-        sqlite::Statement repair = store.connection().prepare("UPDATE tt SET fG1=0 WHERE fPK=?");
+        sqlite::Statement repair = store.connection().cached("UPDATE tt SET fG1=0 WHERE fPK=?");
         repair.bind(1, static_cast<std::int64_t>(key));
         repair.step();
         if (!repair.error()) {

@@ -10,6 +10,7 @@
 #include <botan/pwdhash.h>
 
 #include <algorithm>
+#include <cstring>
 
 namespace {
 
@@ -92,27 +93,36 @@ void CRY::SelectKey(int R) {
     }
 }
 
-QByteArray CRY::BlowfishEncrypt(QByteArray text, const QByteArray& prefix) {
+bool CRY::BlowfishEncrypt(QByteArray& out, QByteArray text, const QByteArray& prefix) {
     // An empty record must not be told from a short one, so it becomes a random run of blanks.
     if (text.isEmpty()) {
         text = QByteArray(std::clamp(m_random.blankCount(), 0, 12), ' ');
     }
-    SecureBytes plain = SecureCopy(prefix + text);
+    const qsizetype length = prefix.size() + text.size();
+    const qsizetype p = kBlowfishBlock - (length + 1) % kBlowfishBlock;
+    const qsizetype head = out.size();
+    // The plain text is framed right where its cipher text goes and enciphered in place, so that no copy of it is
+    // left anywhere; `out` is sized first, as growing it later could leave a plain copy behind.
+    out.resize(head + kBlowfishBlock + length + 1 + p);
+    auto* iv = reinterpret_cast<std::uint8_t*>(out.data() + head);
+    std::uint8_t* plain = iv + kBlowfishBlock;
+    std::memcpy(plain, prefix.constData(), static_cast<std::size_t>(prefix.size()));
+    std::memcpy(plain + prefix.size(), text.constData(), static_cast<std::size_t>(text.size()));
     CRY::WipeBytes(text);
-    const std::size_t p = kBlowfishBlock - ((plain.size() + 1) % kBlowfishBlock);
-    plain.push_back(kMarker);
-    plain.insert(plain.end(), p, static_cast<std::uint8_t>(p));
+    plain[length] = kMarker;
+    std::memset(plain + length + 1, static_cast<int>(p), static_cast<std::size_t>(p));
 
-    std::uint8_t iv[kBlowfishBlock];
-    m_random.vector(iv, sizeof iv);
+    m_random.vector(iv, kBlowfishBlock);
     try {
         m_encryptor->set_key(m_recordKey);
-        m_encryptor->start(iv, sizeof iv);
-        m_encryptor->finish(plain);
+        m_encryptor->start(iv, kBlowfishBlock);
+        m_encryptor->process(plain, static_cast<std::size_t>(length + 1 + p));
     } catch (const std::exception&) {
-        return {};
+        Botan::secure_scrub_memory(out.data() + head, static_cast<std::size_t>(out.size() - head));
+        out.truncate(head);
+        return false;
     }
-    return QByteArray(reinterpret_cast<const char*>(iv), sizeof iv) + SecureText(plain);
+    return true;
 }
 
 int CRY::BlowfishDecrypt(const QByteArray& text) {
@@ -169,14 +179,12 @@ QByteArray CRY::Cipher(std::int32_t fpk, int op, const QByteArray& text) {
         const int R = m_random.selector();
         SelectKey(R);
         const QByteArray prefix = op == 1 ? CONVERSION::NumToBytes(fpk, 4) : QByteArray();
-        const QByteArray body = BlowfishEncrypt(text, prefix);
-        if (body.isEmpty()) {
-            return {};
-        }
+        // Room for selector, vector, text, marker and padding, so that the result is written in one piece.
         QByteArray out;
+        out.reserve(2 + 2 * kBlowfishBlock + 1 + prefix.size() + std::max<qsizetype>(text.size(), 12));
         out.append(static_cast<char>(R / 256));
         out.append(static_cast<char>(R % 256));
-        return out + body;
+        return BlowfishEncrypt(out, text, prefix) ? out : QByteArray();
     }
     case 2: {
         if (OpenCipherText(text) < 3) {
@@ -206,7 +214,8 @@ QByteArray CRY::Cipher(std::int32_t fpk, int op, const QByteArray& text) {
             return {};
         }
         if (op == 3) {
-            return BlowfishEncrypt(text, {});
+            QByteArray out;
+            return BlowfishEncrypt(out, text, {}) ? out : QByteArray();
         }
         return BlowfishDecrypt(text) < 0 ? QByteArray() : SecureText(m_workBuffer);
     }

@@ -68,7 +68,8 @@ public:
     static void WipeText(QString& text);
 
 private:
-    QByteArray BlowfishEncrypt(QByteArray text, const QByteArray& prefix);
+    // Appends the vector and the cipher text of prefix and text, with marker and padding, to `out`.
+    bool BlowfishEncrypt(QByteArray& out, QByteArray text, const QByteArray& prefix);
     int BlowfishDecrypt(const QByteArray& text);
     int OpenCipherText(const QByteArray& text);
 

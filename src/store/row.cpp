@@ -2,8 +2,6 @@
 
 #include "store/random_source.h"
 
-#include <QStringList>
-
 namespace {
 
 constexpr std::array<const char*, kColumnCount> kNames = {
@@ -11,23 +9,30 @@ constexpr std::array<const char*, kColumnCount> kNames = {
     "fF3", "fT1",  "fT2",  "fT3",  "fT4", "fT5", "fD1", "fD2", "fG1", "AE",
 };
 
+sqlite::Error NotPrepared() {
+    return sqlite::Error{sqlite::kErrGeneral, QStringLiteral("The record could not be prepared.")};
+}
+
 sqlite::Error NoSuchRow(std::int64_t fpk) {
     return sqlite::Error{sqlite::kErrGeneral, QStringLiteral("No record with key %1.").arg(fpk)};
 }
 
-// Writes the set columns of `row` to the row `fpk`. Column names come from our fixed list, values are bound.
+// Writes the set columns of `row` to the row `fpk`. Column names come from our fixed list, values are bound, so
+// the text depends only on which columns are set and the connection keeps one statement for each such set.
 sqlite::Error WriteColumns(sqlite::Connection& db, std::int64_t fpk, const RowValues& row) {
-    QStringList assignments;
+    const bool orAE = row.aeBits() != 0 && !row.get(Col::AE);
+    QByteArray sql("UPDATE tt SET ");
+    const qsizetype start = sql.size();
     for (int c = 1; c < kColumnCount; ++c) {
         if (row.get(static_cast<Col>(c))) {
-            assignments << QStringLiteral("%1=?").arg(QLatin1String(kNames[c]));
+            sql.append(sql.size() > start ? "," : "").append(kNames[c]).append("=?");
         }
     }
-    if (row.aeBits() != 0 && !row.get(Col::AE)) {
-        assignments << QStringLiteral("AE=AE|%1").arg(row.aeBits());
+    if (orAE) {
+        sql.append(sql.size() > start ? "," : "").append("AE=AE|?");
     }
-    if (assignments.isEmpty()) {
-        sqlite::Statement exists = db.prepare("SELECT 1 FROM tt WHERE fPK=?");
+    if (sql.size() == start) {
+        sqlite::Statement exists = db.cached("SELECT 1 FROM tt WHERE fPK=?");
         exists.bind(1, fpk);
         const bool found = exists.step();
         if (sqlite::Error e = exists.error()) {
@@ -35,13 +40,16 @@ sqlite::Error WriteColumns(sqlite::Connection& db, std::int64_t fpk, const RowVa
         }
         return found ? sqlite::Error{} : NoSuchRow(fpk);
     }
-    const QByteArray sql = QStringLiteral("UPDATE tt SET %1 WHERE fPK=?").arg(assignments.join(u',')).toUtf8();
-    sqlite::Statement update = db.prepare(sql.constData());
+    sql.append(" WHERE fPK=?");
+    sqlite::Statement update = db.cached(sql.constData());
     int i = 1;
     for (int c = 1; c < kColumnCount; ++c) {
         if (const auto& value = row.get(static_cast<Col>(c))) {
             update.bindVariant(i++, *value);
         }
+    }
+    if (orAE) {
+        update.bind(i++, static_cast<std::int64_t>(row.aeBits()));
     }
     update.bind(i, fpk);
     update.step();
@@ -69,7 +77,11 @@ std::optional<Col> ColumnOf(const QString& name) {
 Row Row::FromStatement(const sqlite::Statement& statement) {
     Row row;
     for (int i = 0; i < statement.columnCount(); ++i) {
-        if (const auto column = ColumnOf(statement.columnName(i))) {
+        // Mostly the columns stand in table order, which spares the search by name.
+        const QString name = statement.columnName(i);
+        if (i < kColumnCount && name.compare(QLatin1String(kNames[i]), Qt::CaseInsensitive) == 0) {
+            row.setValue(static_cast<Col>(i), statement.value(i));
+        } else if (const auto column = ColumnOf(name)) {
             row.setValue(*column, statement.value(i));
         }
     }
@@ -78,22 +90,30 @@ Row Row::FromStatement(const sqlite::Statement& statement) {
 
 std::int64_t AddNewRow(sqlite::Connection& db, const std::function<bool(std::int64_t fpk, RowValues& row)>& fill,
                        sqlite::Error* error) {
-    sqlite::Error e;
+    // Alone, the row gets a transaction of its own. Inside a caller's transaction that one already keeps a crash
+    // from leaving half a row, while a savepoint would copy every page the row touches into its journal and cost
+    // bulk writes more than the row itself; a row that cannot be finished is deleted instead.
+    const bool outer = db.inTransaction();
     sqlite::Savepoint transaction(db);
+    sqlite::Error e = outer ? sqlite::Error{} : transaction.begin();
     std::int64_t fpk = 0;
-    if (!(e = transaction.begin())) {
-        sqlite::Statement insert = db.prepare("INSERT INTO tt DEFAULT VALUES");
+    if (!e) {
+        sqlite::Statement insert = db.cached("INSERT INTO tt DEFAULT VALUES");
         insert.step();
         e = insert.error();
     }
     if (!e) {
         fpk = db.lastInsertId();
         RowValues row;
-        if (!fill(fpk, row)) {
-            e = sqlite::Error{sqlite::kErrGeneral, QStringLiteral("The record could not be prepared.")};
-        } else if (!(e = WriteColumns(db, fpk, row))) {
-            e = transaction.release();
+        e = fill(fpk, row) ? WriteColumns(db, fpk, row) : NotPrepared();
+        if (e && outer) {
+            sqlite::Statement remove = db.cached("DELETE FROM tt WHERE fPK=?");
+            remove.bind(1, fpk);
+            remove.step();
         }
+    }
+    if (!e && !outer) {
+        e = transaction.release();
     }
     if (error != nullptr) {
         *error = e;
@@ -102,22 +122,13 @@ std::int64_t AddNewRow(sqlite::Connection& db, const std::function<bool(std::int
 }
 
 sqlite::Error ChangeRow(sqlite::Connection& db, std::int64_t fpk, const std::function<bool(RowValues& row)>& fill) {
-    sqlite::Savepoint transaction(db);
-    if (sqlite::Error e = transaction.begin()) {
-        return e;
-    }
+    // The change is one statement, which the engine applies whole or not at all.
     RowValues row;
-    if (!fill(row)) {
-        return sqlite::Error{sqlite::kErrGeneral, QStringLiteral("The record could not be prepared.")};
-    }
-    if (sqlite::Error e = WriteColumns(db, fpk, row)) {
-        return e;
-    }
-    return transaction.release();
+    return fill(row) ? WriteColumns(db, fpk, row) : NotPrepared();
 }
 
 std::optional<Row> ReadRow(sqlite::Connection& db, std::int64_t fpk, sqlite::Error* error) {
-    sqlite::Statement select = db.prepare("SELECT * FROM tt WHERE fPK=?");
+    sqlite::Statement select = db.cached("SELECT * FROM tt WHERE fPK=?");
     select.bind(1, fpk);
     std::optional<Row> row;
     if (select.step()) {

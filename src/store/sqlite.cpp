@@ -4,6 +4,14 @@
 
 namespace sqlite {
 
+// A statement a connection keeps. `out` while a Statement uses it; `dropped` once its connection has closed, so
+// that the Statement still using it finalizes it.
+struct KeptStatement {
+    sqlite3_stmt* stmt = nullptr;
+    bool out = false;
+    bool dropped = false;
+};
+
 int ErrorNumberOf(int sqliteCode) {
     switch (sqliteCode & 0xFF) {
     case SQLITE_OK:
@@ -26,6 +34,9 @@ int ErrorNumberOf(int sqliteCode) {
 
 namespace {
 
+// Far more than the store's per-row texts; beyond it a text is prepared for each use.
+constexpr qsizetype kMaxCached = 64;
+
 Error MakeError(sqlite3* db, int code) {
     if (code == SQLITE_OK || code == SQLITE_ROW || code == SQLITE_DONE) {
         return {};
@@ -41,15 +52,19 @@ Connection::~Connection() {
 }
 
 Connection::Connection(Connection&& other) noexcept
-    : m_db(other.m_db) {
+    : m_db(other.m_db)
+    , m_cache(std::move(other.m_cache)) {
     other.m_db = nullptr;
+    other.m_cache.clear();
 }
 
 Connection& Connection::operator=(Connection&& other) noexcept {
     if (this != &other) {
         close();
         m_db = other.m_db;
+        m_cache = std::move(other.m_cache);
         other.m_db = nullptr;
+        other.m_cache.clear();
     }
     return *this;
 }
@@ -98,10 +113,16 @@ Error Connection::open(const QString& path, Mode mode, bool exclusive) {
 }
 
 void Connection::close() {
+    // A statement left unfinalized would keep the file open, and locked, after the close.
+    dropCache();
     if (m_db != nullptr) {
         sqlite3_close_v2(m_db);
         m_db = nullptr;
     }
+}
+
+bool Connection::inTransaction() const {
+    return m_db != nullptr && sqlite3_get_autocommit(m_db) == 0;
 }
 
 Error Connection::exec(const char* sql) {
@@ -115,6 +136,44 @@ Statement Connection::prepare(const char* sql) {
     sqlite3_stmt* stmt = nullptr;
     const int rc = m_db != nullptr ? sqlite3_prepare_v2(m_db, sql, -1, &stmt, nullptr) : SQLITE_MISUSE;
     return Statement(m_db, stmt, rc);
+}
+
+Statement Connection::cached(const char* sql) {
+    if (m_db == nullptr) {
+        return prepare(sql);
+    }
+    const auto it = m_cache.constFind(QByteArray::fromRawData(sql, static_cast<qsizetype>(qstrlen(sql))));
+    if (it != m_cache.constEnd()) {
+        if ((*it)->out) {
+            return prepare(sql);
+        }
+        (*it)->out = true;
+        return Statement(m_db, (*it)->stmt, SQLITE_OK, *it);
+    }
+    if (m_cache.size() >= kMaxCached) {
+        return prepare(sql);
+    }
+    sqlite3_stmt* stmt = nullptr;
+    const int rc = sqlite3_prepare_v3(m_db, sql, -1, SQLITE_PREPARE_PERSISTENT, &stmt, nullptr);
+    if (rc != SQLITE_OK || stmt == nullptr) {
+        return Statement(m_db, stmt, rc);
+    }
+    auto kept = std::make_shared<KeptStatement>();
+    kept->stmt = stmt;
+    kept->out = true;
+    m_cache.insert(QByteArray(sql), kept);
+    return Statement(m_db, stmt, rc, std::move(kept));
+}
+
+void Connection::dropCache() {
+    for (const std::shared_ptr<KeptStatement>& kept : std::as_const(m_cache)) {
+        if (kept->out) {
+            kept->dropped = true;
+        } else {
+            sqlite3_finalize(kept->stmt);
+        }
+    }
+    m_cache.clear();
 }
 
 Error Connection::lastError() const {
@@ -132,31 +191,46 @@ int Connection::changes() const {
     return m_db != nullptr ? sqlite3_changes(m_db) : 0;
 }
 
-Statement::Statement(sqlite3* db, sqlite3_stmt* stmt, int prepareCode)
+Statement::Statement(sqlite3* db, sqlite3_stmt* stmt, int prepareCode, std::shared_ptr<KeptStatement> kept)
     : m_db(db)
     , m_stmt(stmt)
-    , m_code(prepareCode) {}
+    , m_code(prepareCode)
+    , m_kept(std::move(kept)) {}
 
 Statement::~Statement() {
-    sqlite3_finalize(m_stmt);
+    letGo();
 }
 
 Statement::Statement(Statement&& other) noexcept
     : m_db(other.m_db)
     , m_stmt(other.m_stmt)
-    , m_code(other.m_code) {
+    , m_code(other.m_code)
+    , m_kept(std::move(other.m_kept)) {
     other.m_stmt = nullptr;
 }
 
 Statement& Statement::operator=(Statement&& other) noexcept {
     if (this != &other) {
-        sqlite3_finalize(m_stmt);
+        letGo();
         m_db = other.m_db;
         m_stmt = other.m_stmt;
         m_code = other.m_code;
+        m_kept = std::move(other.m_kept);
         other.m_stmt = nullptr;
     }
     return *this;
+}
+
+void Statement::letGo() {
+    if (m_kept && !m_kept->dropped) {
+        sqlite3_reset(m_stmt);
+        sqlite3_clear_bindings(m_stmt);
+        m_kept->out = false;
+    } else {
+        sqlite3_finalize(m_stmt);
+    }
+    m_kept.reset();
+    m_stmt = nullptr;
 }
 
 Statement& Statement::bind(int i, std::int64_t value) {
@@ -279,23 +353,30 @@ Savepoint::Savepoint(Connection& db)
 
 Savepoint::~Savepoint() {
     if (m_open) {
-        m_db.exec("ROLLBACK TO nct_write");
-        m_db.exec("RELEASE nct_write");
+        run("ROLLBACK TO nct_write");
+        run("RELEASE nct_write");
     }
 }
 
 Error Savepoint::begin() {
-    Error e = m_db.exec("SAVEPOINT nct_write");
+    Error e = run("SAVEPOINT nct_write");
     m_open = !e;
     return e;
 }
 
 Error Savepoint::release() {
-    Error e = m_db.exec("RELEASE nct_write");
+    Error e = run("RELEASE nct_write");
     if (!e) {
         m_open = false;
     }
     return e;
+}
+
+// Every row write opens and closes a savepoint, so its statements are kept rather than parsed each time.
+Error Savepoint::run(const char* sql) {
+    Statement statement = m_db.cached(sql);
+    statement.step();
+    return statement.error();
 }
 
 } // namespace sqlite

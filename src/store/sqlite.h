@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QHash>
 #include <QString>
 #include <QVariant>
 
@@ -30,6 +31,7 @@ constexpr int kErrGeneral = 3146;
 int ErrorNumberOf(int sqliteCode);
 
 class Statement;
+struct KeptStatement;
 
 class Connection {
 public:
@@ -46,23 +48,32 @@ public:
     Error open(const QString& path, Mode mode, bool exclusive = false);
     void close();
     bool isOpen() const { return m_db != nullptr; }
+    // Whether a transaction is open, so that what is written now is committed or rolled back with it.
+    bool inTransaction() const;
     sqlite3* handle() const { return m_db; }
 
     // A statement with no parameters and no rows, such as a pragma or DDL.
     Error exec(const char* sql);
     Statement prepare(const char* sql);
+    // The statement of `sql` prepared once and kept until the connection closes, for what runs once per row. It
+    // comes reset and without bindings and is reset and cleared again when let go, so that it holds no lock and
+    // no value meanwhile. While it is out, the same text is prepared afresh for a nested user.
+    Statement cached(const char* sql);
     Error lastError() const;
     std::int64_t lastInsertId() const;
     int changes() const;
 
 private:
+    void dropCache();
+
     sqlite3* m_db = nullptr;
+    QHash<QByteArray, std::shared_ptr<KeptStatement>> m_cache;
 };
 
 class Statement {
 public:
     Statement() = default;
-    Statement(sqlite3* db, sqlite3_stmt* stmt, int prepareCode);
+    Statement(sqlite3* db, sqlite3_stmt* stmt, int prepareCode, std::shared_ptr<KeptStatement> kept = nullptr);
     ~Statement();
     Statement(Statement&& other) noexcept;
     Statement& operator=(Statement&& other) noexcept;
@@ -95,9 +106,13 @@ public:
     QVariant value(int i) const;
 
 private:
+    // Finalizes the statement, or gives it back to the connection that keeps it.
+    void letGo();
+
     sqlite3* m_db = nullptr;
     sqlite3_stmt* m_stmt = nullptr;
     int m_code = 0;
+    std::shared_ptr<KeptStatement> m_kept;
 };
 
 // A savepoint, which nests inside a transaction or stands for one. What is written between begin() and
@@ -112,6 +127,8 @@ public:
     Error release();
 
 private:
+    Error run(const char* sql);
+
     Connection& m_db;
     bool m_open = false;
 };

@@ -467,6 +467,54 @@ private Q_SLOTS:
         }
     }
 
+    // The connection keeps the statements of row writes and reads. A statement still in use is not handed out a
+    // second time; closing lets go of them all, so that the file is free for others and the same database opened
+    // again works through statements of its own.
+    void keptStatementsEndWithTheConnection() {
+        QVERIFY(create(3));
+        db::Database database;
+        for (std::int64_t fpk = 4; fpk <= 5; ++fpk) {
+            QCOMPARE(database.Open(m_file).number, 0);
+            sqlite::Connection& connection = database.connection();
+            const auto write = [](std::int64_t key, RowValues& row) {
+                row.set(Col::fEtx, QByteArray::number(key));
+                return true;
+            };
+            QCOMPARE(AddNewRow(connection, write), fpk);
+            QCOMPARE(ChangeRow(connection, fpk, [](RowValues& row) { return row.orAE(2), true; }).number, 0);
+            {
+                sqlite::Statement pending = connection.cached("SELECT * FROM tt WHERE fPK=?");
+                pending.bind(1, fpk);
+                QVERIFY(pending.step());
+                QCOMPARE(ReadRow(connection, 1)->integer(Col::fPK), 1);
+                const Row row = Row::FromStatement(pending);
+                QCOMPARE(row.bytes(Col::fEtx), QByteArray::number(fpk));
+                QCOMPARE(row.integer(Col::AE), 3);
+                database.Close();
+            }
+            db::Database other;
+            QCOMPARE(other.Open(m_file).number, 0);
+        }
+    }
+
+    // Files of former releases lack columns that the upgrade adds on the open connection: a write naming a missing
+    // column fails, and once the column is there the same write and the same read see it.
+    void columnAddedWhileOpen() {
+        QVERIFY(create(1));
+        sqlite::Connection connection;
+        QVERIFY(!connection.open(m_file, sqlite::Connection::Mode::ReadWrite));
+        QVERIFY(!connection.exec("ALTER TABLE tt DROP COLUMN fT5"));
+        const auto setT5 = [](RowValues& row) {
+            row.set(Col::fT5, QByteArray("five"));
+            return true;
+        };
+        QVERIFY(ReadRow(connection, 1)->isNull(Col::fT5));
+        QVERIFY(ChangeRow(connection, 1, setT5).number != 0);
+        QVERIFY(!connection.exec("ALTER TABLE tt ADD COLUMN fT5 BLOB"));
+        QCOMPARE(ChangeRow(connection, 1, setT5).number, 0);
+        QCOMPARE(ReadRow(connection, 1)->bytes(Col::fT5), QByteArray("five"));
+    }
+
     void compactShrinksAndKeepsRows() {
         QVERIFY(create(600, 16, 2500));
         const QString source = m_file;
