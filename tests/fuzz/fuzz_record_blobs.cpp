@@ -1,9 +1,11 @@
-// The records read through the field codec, each on any bytes: the preferences, a user's options and a budget
-// transaction.
+// The records read through the field codec, each on any bytes: the preferences, a user's options, a budget
+// transaction, a memo and a diary entry.
 
 #include "fuzz_support.h"
 
 #include "budget/transaction.h"
+#include "sections/diary/diary.h"
+#include "sections/memos/memo.h"
 #include "store/preferences.h"
 #include "store/store.h"
 #include "store/users.h"
@@ -22,5 +24,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     budget::Transaction transaction;
     budget::DecodeTransactionBlob(blob, transaction);
+    memos::Memo memo;
+    memos::DecodeMemoBlob(blob, memo);
+    diary::DiaryEntry entry;
+    diary::DecodeDiaryBlob(blob, entry);
     return 0;
 }

@@ -9,6 +9,8 @@
 #include "budget/budget_lists.h"
 #include "budget/transaction.h"
 #include "sections/categories/categories.h"
+#include "sections/diary/diary.h"
+#include "sections/memos/memo.h"
 #include "store/backup.h"
 #include "store/codepage.h"
 #include "store/conversion.h"
@@ -79,7 +81,12 @@ void CodecSeeds(SeedWriter& out) {
     const QByteArray prefs = Preferences::Defaults().toBlob();
     const QByteArray options = users::UserOptionsBlob(SampleUser().options);
     const QByteArray transaction = budget::TransactionBlob(SampleTransaction());
-    for (const QByteArray& blob : {prefs, options, transaction}) {
+    memos::Memo memo = memos::NewMemo(1, 2, QStringLiteral("Subject"), QDateTime(QDate(2026, 1, 2), QTime(3, 4)));
+    memo.text = QStringLiteral("A memo\nof two lines");
+    const QByteArray memoBlob = memos::MemoBlob(memo);
+    const QByteArray diaryBlob =
+        diary::DiaryBlob({.key = -1, .owner = 1, .date = QDate(2026, 1, 2), .text = QStringLiteral("An entry")});
+    for (const QByteArray& blob : {prefs, options, transaction, memoBlob, diaryBlob}) {
         out.add(QStringLiteral("fuzz_record_blobs"), blob);
         out.add(QStringLiteral("fuzz_field_codec"), blob);
     }
