@@ -1,7 +1,7 @@
 #include "app/cli/commands.h"
 
-#include "store/self_test.h"
 #include "app/cli/vector_check.h"
+#include "store/self_test.h"
 
 namespace cli {
 
