@@ -97,13 +97,14 @@ int WithOpenFile(Streams io, const QString& path, const std::function<int(Sessio
     return code;
 }
 
+QString EntryName(const ListEntry& entry) {
+    const QString text = entry.text.trimmed();
+    return text.startsWith(u'<') && text.endsWith(u'>') ? text.mid(1, text.size() - 2).trimmed() : text;
+}
+
 std::optional<int> EntryNamed(const ListEntries& entries, const QString& name, qsizetype from) {
     for (qsizetype i = from; i < entries.size(); ++i) {
-        QString text = entries[i].text.trimmed();
-        if (text.startsWith(u'<') && text.endsWith(u'>')) {
-            text = text.mid(1, text.size() - 2).trimmed();
-        }
-        if (text.compare(name.trimmed(), Qt::CaseInsensitive) == 0) {
+        if (EntryName(entries[i]).compare(name.trimmed(), Qt::CaseInsensitive) == 0) {
             return entries[i].itemData;
         }
     }

@@ -56,6 +56,8 @@ int RunVerb(const QStringList& args, Streams io, const char* usage, std::initial
 // whole run and closed after. Returns `body`'s exit code or the open's.
 int WithOpenFile(Streams io, const QString& path, const std::function<int(Session&)>& body);
 
+// An entry's name as a person types it: blanks around and the brackets of "< All >" taken off.
+QString EntryName(const ListEntry& entry);
 // The entry named `name` in a drop-down list, compared without case and blanks around, brackets taken off;
 // entries before `from` are passed over.
 std::optional<int> EntryNamed(const ListEntries& entries, const QString& name, qsizetype from = 0);

@@ -29,8 +29,7 @@ ListEntries CategoryEntries(Store& store) {
 QString CategoryName(const ListEntries& entries, int id) {
     for (const ListEntry& e : entries) {
         if (e.itemData == id) {
-            const QString text = e.text.trimmed();
-            return text.startsWith(u'<') && text.endsWith(u'>') ? text.mid(1, text.size() - 2).trimmed() : text;
+            return cli::EntryName(e);
         }
     }
     return {};
@@ -121,10 +120,7 @@ int Add(const QStringList& args, cli::Streams io) {
 
 int Show(const QStringList& args, cli::Streams io) {
     CommandLine line(io, kUsage, {});
-    if (!line.parse(args, 2)) {
-        return cli::kExitUsage;
-    }
-    const std::int32_t key = line.key(1);
+    const std::int32_t key = line.parse(args, 2) ? line.key(1) : 0;
     if (key == 0) {
         return cli::kExitUsage;
     }
@@ -146,10 +142,7 @@ int Show(const QStringList& args, cli::Streams io) {
 
 int Delete(const QStringList& args, cli::Streams io) {
     CommandLine line(io, kUsage, {});
-    if (!line.parse(args, 2)) {
-        return cli::kExitUsage;
-    }
-    const std::int32_t key = line.key(1);
+    const std::int32_t key = line.parse(args, 2) ? line.key(1) : 0;
     if (key == 0) {
         return cli::kExitUsage;
     }
