@@ -5,6 +5,7 @@
 #include "sections/categories/ui/frm_edit_categories.h"
 #include "sections/record_store.h"
 #include "shell/session.h"
+#include "shell/show_result.h"
 #include "shell/ui/list_controls.h"
 #include "shell/ui/modal.h"
 
@@ -140,23 +141,24 @@ void RecordListForm::ReloadList(std::int32_t key) {
     }
     ListSelect->sortItems();
     applySearch();
-    QListWidgetItem* chosen = nullptr;
-    for (int i = 0; i < ListSelect->count(); ++i) {
-        QListWidgetItem* item = ListSelect->item(i);
-        if (item->isHidden()) {
-            continue;
-        }
-        if (chosen == nullptr || item->data(Qt::UserRole).toInt() == key) {
-            chosen = item;
-        }
-        if (item->data(Qt::UserRole).toInt() == key) {
-            break;
-        }
-    }
-    ListSelect->setCurrentItem(chosen);
+    ListSelect->setCurrentItem(shownItem(key));
     showRecord(selectedKey());
     updateCommands();
     showCount();
+}
+
+QListWidgetItem* RecordListForm::shownItem(std::int32_t key) const {
+    QListWidgetItem* first = nullptr;
+    for (int i = 0; i < ListSelect->count(); ++i) {
+        QListWidgetItem* item = ListSelect->item(i);
+        if (!item->isHidden() && item->data(Qt::UserRole).toInt() == key) {
+            return item;
+        }
+        if (!item->isHidden() && first == nullptr) {
+            first = item;
+        }
+    }
+    return first;
 }
 
 void RecordListForm::applySearch() {
@@ -166,10 +168,7 @@ void RecordListForm::applySearch() {
         item->setHidden(!text.isEmpty() && !item->text().contains(text, Qt::CaseInsensitive));
     }
     if (ListSelect->currentItem() == nullptr || ListSelect->currentItem()->isHidden()) {
-        QListWidgetItem* first = nullptr;
-        for (int i = 0; i < ListSelect->count() && first == nullptr; ++i) {
-            first = ListSelect->item(i)->isHidden() ? nullptr : ListSelect->item(i);
-        }
+        QListWidgetItem* first = shownItem(0);
         ListSelect->setCurrentItem(first);
         if (first == nullptr) {
             showRecord(0);
@@ -216,9 +215,7 @@ void RecordListForm::cmdDelete_Click() {
         return;
     }
     const Result result = records::DeleteRecord(m_session.store(), sections::Number(m_info.id), key);
-    if (!result.ok()) {
-        prompter.message(result.number(), result.text(), Prompter::Buttons::Ok, Prompter::Icon::Warning);
-    }
+    ShowResult(prompter, result);
     const int row = ListSelect->currentRow();
     ReloadList();
     // The next entry the search lets through, else the last one before the deleted one.
@@ -247,9 +244,7 @@ void RecordListForm::DeleteAll(bool category) {
     }
     const Result result =
         records::DeleteRecords(m_session.store(), sections::Number(m_info.id), all ? records::kAllCategories : inView);
-    if (!result.ok()) {
-        prompter.message(result.number(), result.text(), Prompter::Buttons::Ok, Prompter::Icon::Warning);
-    }
+    ShowResult(prompter, result);
     fillCategories(all ? categories::kAll : inView);
     ReloadList();
 }

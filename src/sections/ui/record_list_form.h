@@ -11,6 +11,7 @@ class QComboBox;
 class QHBoxLayout;
 class QLineEdit;
 class QListWidget;
+class QListWidgetItem;
 class QPushButton;
 class QToolButton;
 class Session;
@@ -65,6 +66,8 @@ private:
     void fillCategories(int select);
     void cmdEditCat_Click();
     void applySearch();
+    // The entry of `key` if the search lets it through, else the first entry it lets through.
+    QListWidgetItem* shownItem(std::int32_t key) const;
     void updateCommands();
     void showCount();
 };

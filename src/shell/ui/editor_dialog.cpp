@@ -1,6 +1,7 @@
 #include "shell/ui/editor_dialog.h"
 
 #include "base/messages.h"
+#include "shell/show_result.h"
 #include "store/prompter.h"
 #include "store/record_put.h"
 
@@ -56,10 +57,7 @@ void EditorDialog::reject() {
 }
 
 void EditorDialog::reportFailure(const Result& result) {
-    if (!result.ok() && result.kind() != Result::Kind::Fatal) {
-        m_prompter.message(result.kind() == Result::Kind::Message ? result.number() : 0, result.text(),
-                           Prompter::Buttons::Ok, Prompter::Icon::Warning);
-    }
+    ShowResult(m_prompter, result);
 }
 
 bool EditorDialog::agreesToCut(const QString& what, const QString& text) {

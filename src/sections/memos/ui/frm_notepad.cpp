@@ -5,6 +5,7 @@
 #include "sections/memos/ui/frm_edit_notepad.h"
 #include "sections/memos/ui/memo_dates.h"
 #include "shell/session.h"
+#include "shell/show_result.h"
 #include "shell/ui/apply_captions.h"
 #include "shell/ui/modal.h"
 
@@ -105,10 +106,7 @@ void frmNotepad::cmdEdit_Click() {
     Result result;
     const std::optional<memos::Memo> memo = memos::LoadMemo(m_session.store(), key, &result);
     if (!memo) {
-        if (!result.ok()) {
-            m_session.store().prompter.message(result.number(), result.text(), Prompter::Buttons::Ok,
-                                               Prompter::Icon::Warning);
-        }
+        ShowResult(m_session.store().prompter, result);
         return;
     }
     editMemo(*memo);
