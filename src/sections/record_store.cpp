@@ -109,31 +109,60 @@ Result DeleteRecords(Store& store, int section, int category) {
 }
 
 QVector<ListedTitle> ListTitles(Store& store, int section, int category) {
-    sqlite::Statement select = store.connection().prepare(
-        category == kAllCategories ? "SELECT fPK, fT1, fG1 FROM tt WHERE fSec=? ORDER BY fPK"
-                                   : "SELECT fPK, fT1, fG1 FROM tt WHERE fSec=? AND fG1=? ORDER BY fPK");
-    select.bind(1, static_cast<std::int64_t>(section));
-    if (category != kAllCategories) {
-        select.bind(2, static_cast<std::int64_t>(category));
-    }
     struct SealedTitle {
         std::int32_t key = 0;
         int category = 0;
         QByteArray sealed;
     };
+    sqlite::Error e;
+    const std::optional<std::vector<std::int64_t>> keys =
+        category == kAllCategories ? std::nullopt : store.categories.keys(store.connection(), section, category, &e);
+    if (e) {
+        return {};
+    }
+    std::function<bool(SealedTitle&)> next;
+    sqlite::Statement select;
+    std::vector<CategoryDirectory::Entry> filed;
+    if (keys) {
+        select = store.connection().cached("SELECT fT1 FROM tt WHERE fPK=? AND fSec=? AND fG1=?");
+        next = [&, at = std::size_t{0}](SealedTitle& row) mutable {
+            while (at < keys->size()) {
+                const std::int64_t key = (*keys)[at++];
+                select.reset();
+                select.bind(1, key).bind(2, static_cast<std::int64_t>(section));
+                select.bind(3, static_cast<std::int64_t>(category));
+                if (select.step()) {
+                    row = {static_cast<std::int32_t>(key), category, select.bytes(0)};
+                    return true;
+                }
+            }
+            return false;
+        };
+    } else {
+        // The whole section is read either way; where each row is filed comes along for the lists after this one.
+        select = store.connection().prepare("SELECT fPK, fG1, fT1 FROM tt WHERE fSec=? ORDER BY fPK");
+        select.bind(1, static_cast<std::int64_t>(section));
+        next = [&](SealedTitle& row) {
+            while (select.step()) {
+                const std::int64_t key = select.int64(0);
+                const auto filedUnder = static_cast<int>(select.int64(1));
+                filed.push_back({key, filedUnder});
+                if (category == kAllCategories || filedUnder == category) {
+                    row = {static_cast<std::int32_t>(key), filedUnder, select.bytes(2)};
+                    return true;
+                }
+            }
+            return false;
+        };
+    }
     const Record_Get::TitleAccess access = store.titleAccess();
     QVector<ListedTitle> titles = cipher_workers::OpenWhileReading<SealedTitle, ListedTitle>(
-        store.cry.KeyPool(),
-        [&](SealedTitle& row) {
-            if (!select.step()) {
-                return false;
-            }
-            row = {static_cast<std::int32_t>(select.int64(0)), static_cast<int>(select.int64(2)), select.bytes(1)};
-            return true;
-        },
-        [&](CRY& cry, const SealedTitle& row) {
+        store.cry.KeyPool(), next, [&](CRY& cry, const SealedTitle& row) {
             return ListedTitle{row.key, Record_Get::OpenTitle(cry, row.key, row.sealed, access), row.category};
         });
+    if (!keys && !select.error()) {
+        store.categories.adopt(section, std::move(filed));
+    }
     // An empty title is one this reader may not see.
     titles.removeIf([](const ListedTitle& t) { return t.title.isEmpty(); });
     return titles;

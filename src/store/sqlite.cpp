@@ -12,6 +12,17 @@ struct KeptStatement {
     bool dropped = false;
 };
 
+// Rows written through a connection, as the engine reports them, since a reader last took them. `reported`
+// counts every report, so that a change the engine made without one shows as a difference to its own count.
+struct WriteLog {
+    QHash<QByteArray, QSet<std::int64_t>> rows;
+    qsizetype listed = 0;
+    std::int64_t reported = 0;
+    std::int64_t changesAtTake = 0;
+    std::int64_t dataVersionAtTake = 0;
+    bool known = false;
+};
+
 int ErrorNumberOf(int sqliteCode) {
     switch (sqliteCode & 0xFF) {
     case SQLITE_OK:
@@ -36,6 +47,36 @@ namespace {
 
 // Far more than the store's per-row texts; beyond it a text is prepared for each use.
 constexpr qsizetype kMaxCached = 64;
+// Beyond this many rows written between two reads a reader rebuilds faster than it could read them one by one.
+constexpr qsizetype kMaxListedWrites = 20000;
+
+void OnRowWritten(void* context, int /*operation*/, const char* /*database*/, const char* table, sqlite3_int64 rowid) {
+    auto* log = static_cast<WriteLog*>(context);
+    ++log->reported;
+    if (!log->known) {
+        return;
+    }
+    if (log->listed >= kMaxListedWrites) {
+        log->known = false;
+        log->rows.clear();
+        return;
+    }
+    QSet<std::int64_t>& rows = log->rows[QByteArray::fromRawData(table, static_cast<qsizetype>(qstrlen(table)))];
+    const qsizetype before = rows.size();
+    rows.insert(rowid);
+    log->listed += rows.size() - before;
+}
+
+std::int64_t DataVersion(sqlite3* db) {
+    sqlite3_stmt* stmt = nullptr;
+    std::int64_t version = -1;
+    if (sqlite3_prepare_v2(db, "PRAGMA data_version", -1, &stmt, nullptr) == SQLITE_OK &&
+        sqlite3_step(stmt) == SQLITE_ROW) {
+        version = sqlite3_column_int64(stmt, 0);
+    }
+    sqlite3_finalize(stmt);
+    return version;
+}
 
 Error MakeError(sqlite3* db, int code) {
     if (code == SQLITE_OK || code == SQLITE_ROW || code == SQLITE_DONE) {
@@ -47,13 +88,16 @@ Error MakeError(sqlite3* db, int code) {
 
 } // namespace
 
+Connection::Connection() = default;
+
 Connection::~Connection() {
     close();
 }
 
 Connection::Connection(Connection&& other) noexcept
     : m_db(other.m_db)
-    , m_cache(std::move(other.m_cache)) {
+    , m_cache(std::move(other.m_cache))
+    , m_writes(std::move(other.m_writes)) {
     other.m_db = nullptr;
     other.m_cache.clear();
 }
@@ -63,6 +107,7 @@ Connection& Connection::operator=(Connection&& other) noexcept {
         close();
         m_db = other.m_db;
         m_cache = std::move(other.m_cache);
+        m_writes = std::move(other.m_writes);
         other.m_db = nullptr;
         other.m_cache.clear();
     }
@@ -91,6 +136,8 @@ Error Connection::open(const QString& path, Mode mode, bool exclusive) {
         return e;
     }
     sqlite3_extended_result_codes(m_db, 0);
+    m_writes = std::make_unique<WriteLog>();
+    sqlite3_update_hook(m_db, &OnRowWritten, m_writes.get());
     // Nothing ever lands in a temporary file, and deleted content does not linger in free pages.
     for (const char* pragma : {"PRAGMA temp_store=MEMORY", "PRAGMA secure_delete=ON", "PRAGMA synchronous=FULL"}) {
         if (Error e = exec(pragma)) {
@@ -119,6 +166,7 @@ void Connection::close() {
         sqlite3_close_v2(m_db);
         m_db = nullptr;
     }
+    m_writes.reset();
 }
 
 bool Connection::inTransaction() const {
@@ -189,6 +237,28 @@ std::int64_t Connection::lastInsertId() const {
 
 int Connection::changes() const {
     return m_db != nullptr ? sqlite3_changes(m_db) : 0;
+}
+
+std::optional<QSet<std::int64_t>> Connection::takeWrittenRows(const char* table) {
+    if (m_db == nullptr || !m_writes) {
+        return std::nullopt;
+    }
+    WriteLog& log = *m_writes;
+    const std::int64_t changes = sqlite3_total_changes64(m_db);
+    const std::int64_t dataVersion = DataVersion(m_db);
+    const bool known = log.known && changes - log.changesAtTake == log.reported &&
+                       dataVersion == log.dataVersionAtTake && dataVersion >= 0;
+    std::optional<QSet<std::int64_t>> rows;
+    if (known) {
+        rows = log.rows.value(QByteArray::fromRawData(table, static_cast<qsizetype>(qstrlen(table))));
+    }
+    log.rows.clear();
+    log.listed = 0;
+    log.reported = 0;
+    log.changesAtTake = changes;
+    log.dataVersionAtTake = dataVersion;
+    log.known = true;
+    return rows;
 }
 
 Statement::Statement(sqlite3* db, sqlite3_stmt* stmt, int prepareCode, std::shared_ptr<KeptStatement> kept)

@@ -5,8 +5,11 @@
 #include <QString>
 #include <QVariant>
 
+#include <QSet>
+
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -32,12 +35,13 @@ int ErrorNumberOf(int sqliteCode);
 
 class Statement;
 struct KeptStatement;
+struct WriteLog;
 
 class Connection {
 public:
     enum class Mode { ReadOnly, ReadWrite, Create };
 
-    Connection() = default;
+    Connection();
     ~Connection();
     Connection(Connection&& other) noexcept;
     Connection& operator=(Connection&& other) noexcept;
@@ -63,11 +67,19 @@ public:
     std::int64_t lastInsertId() const;
     int changes() const;
 
+    // The rowids of `table` written through this connection since the previous call, so that one reader may keep
+    // plain columns in memory between reads. Rolled-back writes are among them: the reader reads those rows
+    // again. Empty of meaning (nullopt) on the first call after opening, after a change by another connection,
+    // after a write the engine does not report row by row, or after more writes than are worth listing: then
+    // the reader starts over.
+    std::optional<QSet<std::int64_t>> takeWrittenRows(const char* table);
+
 private:
     void dropCache();
 
     sqlite3* m_db = nullptr;
     QHash<QByteArray, std::shared_ptr<KeptStatement>> m_cache;
+    std::unique_ptr<WriteLog> m_writes;
 };
 
 class Statement {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "store/byte_view.h"
+#include "store/category_directory.h"
 #include "store/cry.h"
 #include "store/db.h"
 #include "store/preferences.h"
@@ -74,6 +75,7 @@ public:
     int lastBudget = 0;
     // The category each section showed last, by section number, while this file is open.
     std::map<int, int> lastCategory;
+    CategoryDirectory categories;
     Prompter& prompter;
 
     sqlite::Connection& connection() { return database.connection(); }

@@ -7,6 +7,7 @@
 #include <QDateTime>
 #include <QStringList>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -70,6 +71,19 @@ private Q_SLOTS:
         QCOMPARE(Texts(memos::ListMemos(store(), 1)), inOne);
         QVERIFY(memos::ListMemos(store(), 9).isEmpty());
         store().hidePrivate = true;
+        QCOMPARE(Texts(memos::ListMemos(store(), 1)), publicInOne);
+
+        // Lists after the first know where each memo is filed; a memo filed anew or deleted must show so at once.
+        std::optional<memos::Memo> moved = memos::LoadMemo(store(), all.at(3).section(QLatin1Char(' '), 0, 0).toInt());
+        QVERIFY(moved && moved->category == 0 && !moved->isPrivate);
+        moved->category = 1;
+        QVERIFY(memos::StoreMemo(store(), *moved, kNow).ok());
+        const QVector<records::ListedTitle> withMoved = memos::ListMemos(store(), 1);
+        QCOMPARE(withMoved.size(), publicInOne.size() + 1);
+        QVERIFY(std::any_of(withMoved.begin(), withMoved.end(),
+                            [&](const records::ListedTitle& t) { return t.key == moved->key; }));
+        QVERIFY(memos::ListMemos(store(), 0).size() < all.size() / 3);
+        QVERIFY(memos::DeleteMemo(store(), moved->key).ok());
         QCOMPARE(Texts(memos::ListMemos(store(), 1)), publicInOne);
     }
 

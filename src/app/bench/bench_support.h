@@ -67,10 +67,11 @@ struct Timing {
     double limitMs;
 };
 
-// Both sides once untimed, then `runs` times alternately, so that whatever the machine does meanwhile falls on
-// both; the medians. False when any run of either side disagrees.
+// Both sides once untimed (unless `warmUp` is false, to time what a first use costs), then `runs` times
+// alternately, so that whatever the machine does meanwhile falls on both; the medians. False when any run of
+// either side disagrees.
 bool Measure(const char* workload, int rows, const Side& ours, const Side& limit, int runs,
-             std::vector<Timing>& results, QTextStream& err);
+             std::vector<Timing>& results, QTextStream& err, bool warmUp = true);
 
 void PrintTable(QTextStream& out, const std::vector<Timing>& results, int decimals);
 

@@ -35,6 +35,7 @@
 #include <optional>
 #include <random>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 namespace bench {
@@ -452,9 +453,14 @@ int Run(QTextStream& out, QTextStream& err) {
 
     std::vector<Timing> results;
     bool ok = true;
-    const std::pair<const char*, int> lists[] = {{"memo list", expected.listedCategory},
-                                                 {"memo list max", categories::kUnfiled}};
-    for (const auto& [workload, category] : lists) {
+    // The first list of a session also learns where every memo is filed; the lists after it read only their own.
+    const std::tuple<const char*, int, int> lists[] = {{"first memo list", expected.listedCategory, 1},
+                                                       {"memo list", expected.listedCategory, kRuns},
+                                                       {"memo list max", categories::kUnfiled, kRuns}};
+    // The pages a list touches are mapped in by one raw reading first, so that the first list finds them as the
+    // raw side does.
+    MemoListLimit(raw, keys, expected.listedCategory, static_cast<std::size_t>(expected.listed.size()), owner, false);
+    for (const auto& [workload, category, runs] : lists) {
         const QVector<ListedMemo>& written = category == categories::kUnfiled ? expected.largest : expected.listed;
         const int rows = Visible(written, false);
         ok = Measure(workload, rows, Timed([&, category = category] {
@@ -464,7 +470,7 @@ int Run(QTextStream& out, QTextStream& err) {
                          return MemoListLimit(raw, keys, category, static_cast<std::size_t>(written.size()), owner,
                                               false) == rows;
                      }),
-                     kRuns, results, err) &&
+                     runs, results, err, runs > 1) &&
              ok;
     }
 
@@ -504,14 +510,15 @@ int Run(QTextStream& out, QTextStream& err) {
     }
 
     PrintTable(out, results, 3);
-    out << "medians of " << kRuns << " runs; memo list: " << CategoryName(expected.listedCategory) << " (rank "
+    out << "medians of " << kRuns
+        << " runs (the first memo list: one run); memo list: " << CategoryName(expected.listedCategory) << " (rank "
         << kListedRank << " of " << kCategories << "), memo list max: Unfiled; title threads "
         << std::max(1u, std::thread::hardware_concurrency()) << "; memo display: one memo a run; "
         << "diary week from " << weekStart.toString(Qt::ISODate) << '\n';
-    out << "plan of the memo list: " << QueryPlan(raw, kMemoListSql) << '\n';
-    for (std::size_t i = 0; i < 2; ++i) {
-        out << results[i].workload << ' ' << (results[i].oursMs < kListTargetMs ? "under" : "NOT under") << ' '
-            << kListTargetMs << " ms (" << QString::number(results[i].oursMs, 'f', 1) << " ms)\n";
+    out << "plan of the raw memo list: " << QueryPlan(raw, kMemoListSql) << '\n';
+    for (const Timing& timing : results) {
+        out << timing.workload << ' ' << (timing.oursMs < kListTargetMs ? "under" : "NOT under") << ' ' << kListTargetMs
+            << " ms (" << QString::number(timing.oursMs, 'f', 1) << " ms)\n";
     }
     out.flush();
 
