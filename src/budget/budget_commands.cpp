@@ -160,8 +160,8 @@ int Add(const QStringList& args, cli::Streams io) {
         if (const QString cut = CutTextsNotice(TextsTooLong(t)); !cut.isEmpty()) {
             io.err << "noctaria-cli: " << cut << "\n";
         }
-        if (const int error = StoreTransaction(store, *id, t)) {
-            return line.fail(QStringLiteral("the transaction could not be saved (error %1)").arg(error));
+        if (const Result r = StoreTransaction(store, *id, t); !r.ok()) {
+            return line.fail(QStringLiteral("the transaction could not be saved: %1").arg(r.text()));
         }
         io.out << t.key << "\n";
         return cli::kExitOk;

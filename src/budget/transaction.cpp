@@ -120,7 +120,7 @@ std::optional<Transaction> LoadTransaction(Store& store, std::int32_t key, Resul
     return t;
 }
 
-int StoreTransaction(Store& store, int budget, Transaction& t) {
+Result StoreTransaction(Store& store, int budget, Transaction& t) {
     const records::RecordKind kind{.section = kBudgetSection,
                                    .freeColumns = {.onT2 = true, .onT3 = true, .onR1 = true, .onR4 = true}};
     records::RecordData data;
@@ -140,15 +140,11 @@ int StoreTransaction(Store& store, int budget, Transaction& t) {
         row.set(Col::fF2, t.noteFlag ? 1 : 0);
         return true;
     };
-    const Result r = records::SaveRecord(store, kind, t.key, data);
-    if (r.kind() == Result::Kind::Message) {
-        store.prompter.message(r.number(), r.text(), Prompter::Buttons::Ok, Prompter::Icon::Critical);
-    }
-    return r.number();
+    return records::SaveRecord(store, kind, t.key, data);
 }
 
-int DeleteTransaction(Store& store, std::int32_t key) {
-    return records::DeleteRecord(store, kBudgetSection, key).number();
+Result DeleteTransaction(Store& store, std::int32_t key) {
+    return records::DeleteRecord(store, kBudgetSection, key);
 }
 
 } // namespace budget

@@ -83,14 +83,10 @@ bool DecodeTransaction(Store& store, const Row& row, Transaction& t);
 // or it cannot be read.
 std::optional<Transaction> LoadTransaction(Store& store, std::int32_t key, Result* result = nullptr);
 
-// Results of StoreTransaction besides 0 and the engine's numbers.
-constexpr int kUpdateImpossible = 16;
-
 // Writes `t` into budget `budget`: a new row for key -1 or a key that no longer exists, else the row itself.
 // A key of another section's row is refused with message 16. On success `t.key` is the row's key.
-int StoreTransaction(Store& store, int budget, Transaction& t);
+Result StoreTransaction(Store& store, int budget, Transaction& t);
 
-// Deletes the row `key`; 0 or the engine's number.
-int DeleteTransaction(Store& store, std::int32_t key);
+Result DeleteTransaction(Store& store, std::int32_t key);
 
 } // namespace budget

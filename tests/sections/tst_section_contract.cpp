@@ -73,9 +73,9 @@ SectionAdapter BudgetSection() {
         t.isPrivate = s.isPrivate;
         t.dcwb = kDebitBit | (s.isPrivate ? kPrivateBit : 0);
         t.amount = *Currency::FromText(QStringLiteral("12.50"));
-        const int r = StoreTransaction(store, kBudget, t);
+        const Result r = StoreTransaction(store, kBudget, t);
         key = t.key;
-        return r == kUpdateImpossible ? Result::Message(r) : Result::Engine(r);
+        return r;
     };
     a.load = [](Store& store, std::int32_t key, Result* r) -> std::optional<Sample> {
         const std::optional<Transaction> t = LoadTransaction(store, key, r);
@@ -88,7 +88,7 @@ SectionAdapter BudgetSection() {
         return KeysOf(ReloadList(store, {.budget = kBudget, .month = s.day}, context).rows,
                       [](const ListRow& row) { return row.transaction.key; });
     };
-    a.remove = [](Store& store, std::int32_t key) { return Result::Engine(DeleteTransaction(store, key)); };
+    a.remove = [](Store& store, std::int32_t key) { return DeleteTransaction(store, key); };
     return a;
 }
 

@@ -198,8 +198,8 @@ bool Fill(Store& store, const QDate& today, Expected& expected, QTextStream& err
         const QDate date = first.addDays(span * i / kTransactions);
         const int budgetId = Below(rng, kBudgets);
         budget::Transaction t = MakeTransaction(rng, store.user.level, date);
-        if (const int e = budget::StoreTransaction(store, budgetId, t)) {
-            err << "noctaria-bench: writing transaction " << i << " failed: " << e << '\n';
+        if (const Result r = budget::StoreTransaction(store, budgetId, t); !r.ok()) {
+            err << "noctaria-bench: writing transaction " << i << " failed: " << r.text() << '\n';
             store.connection().exec("ROLLBACK");
             return false;
         }

@@ -10,6 +10,7 @@
 #include "shell/catalogue/captions.h"
 #include "shell/session.h"
 #include "shell/shell_state.h"
+#include "shell/show_result.h"
 #include "shell/ui/apply_captions.h"
 #include "shell/ui/list_controls.h"
 #include "shell/ui/modal.h"
@@ -523,24 +524,17 @@ void frmBudget::mnuListitemRC(int index) {
     }
 }
 
-bool frmBudget::editTransaction(budget::Transaction& t, int kind, bool& stored) {
-    stored = false;
+bool frmBudget::editTransaction(budget::Transaction& t, int kind) {
     const modal::Scoped<frmEditBudget> editor(m_session.store(), m_budget, list_controls::Entries(ctlPayment), this);
     connect(editor.get(), &frmEditBudget::listsChanged, this, [this] {
         fillCategoryFilter(list_controls::GetSelectedId(cboCategories));
         fillPayments(list_controls::GetSelectedId(ctlPayment));
     });
     editor->TransactionToEditor(t, kind);
-    if (editor.exec() != QDialog::Accepted || editor->cancelled() || (t.key < 0 && !editor->dirty()) ||
-        !editor->EditorToTransaction(t)) {
+    if (editor.exec() != QDialog::Accepted || editor->cancelled()) {
         return false;
     }
-    const int error = budget::StoreTransaction(m_session.store(), m_budget, t);
-    if (error != 0 && error != budget::kUpdateImpossible) {
-        m_session.prompter.message(0, tr("The transaction could not be saved (error %1).").arg(error),
-                                   Prompter::Buttons::Ok, Prompter::Icon::Critical);
-    }
-    stored = error == 0;
+    t = editor->stored();
     return true;
 }
 
@@ -550,8 +544,7 @@ void frmBudget::addTransaction(int kind) {
     }
     budget::Transaction t = budget::ClearTransaction(m_session.store().user.level,
                                                      list_controls::GetSelectedId(cboCategories), QDate::currentDate());
-    bool stored = false;
-    if (editTransaction(t, kind, stored) && stored) {
+    if (editTransaction(t, kind)) {
         storeAndShow(t, false);
     }
 }
@@ -571,8 +564,7 @@ void frmBudget::cmdEdit_Click() {
         addTransaction(0);
         return;
     }
-    bool stored = false;
-    if (editTransaction(*t, -1, stored) && stored) {
+    if (editTransaction(*t, -1)) {
         storeAndShow(*t, true);
     }
 }
@@ -611,9 +603,8 @@ void frmBudget::cmdDelete_Click() {
         Prompter::Reply::Ok) {
         return;
     }
-    if (const int error = budget::DeleteTransaction(m_session.store(), item->data(0, Qt::UserRole).toInt())) {
-        m_session.prompter.message(0, tr("The transaction could not be deleted (error %1).").arg(error),
-                                   Prompter::Buttons::Ok, Prompter::Icon::Critical);
+    if (const Result r = budget::DeleteTransaction(m_session.store(), item->data(0, Qt::UserRole).toInt()); !r.ok()) {
+        ShowResult(m_session.prompter, r);
         return;
     }
     delete item;

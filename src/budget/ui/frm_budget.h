@@ -121,7 +121,8 @@ private:
     void fillCategoryFilter(int select);
     void fillPayments(int select);
     void storeAndShow(budget::Transaction& t, bool reselectAlways);
-    bool editTransaction(budget::Transaction& t, int kind, bool& stored);
+    // Shows the editor on `t`; true, with `t` as stored, once OK has stored it.
+    bool editTransaction(budget::Transaction& t, int kind);
     void ColumnsResize2();
     void buildLV2Headers();
     void fitLV2Columns();

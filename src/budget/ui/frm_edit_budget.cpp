@@ -125,6 +125,7 @@ void frmEditBudget::fillPayments(int select) {
 }
 
 void frmEditBudget::TransactionToEditor(const budget::Transaction& t, int kind) {
+    m_transaction = t;
     fillCategories(t.category);
     if (!list_controls::SelectByItemData(ctlPayment, t.payMode)) {
         ctlPayment->setCurrentIndex(0);
@@ -231,13 +232,22 @@ bool frmEditBudget::accepted() {
         ctlSubject->setFocus();
         return false;
     }
-    budget::Transaction typed;
-    EditorToTransaction(typed);
+    budget::Transaction typed = m_transaction;
+    // A new transaction that nothing was typed into, or one still without credit or debit, is not stored.
+    if ((typed.key < 0 && !m_dirty) || !EditorToTransaction(typed)) {
+        QDialog::reject();
+        return false;
+    }
     if (const QVector<budget::CutText> cut = budget::TextsTooLong(typed);
         !cut.isEmpty() && m_store.prompter.message(0, budget::CutTextsNotice(cut), Prompter::Buttons::OkCancel,
                                                    Prompter::Icon::Warning) != Prompter::Reply::Ok) {
         return false;
     }
+    if (const Result r = budget::StoreTransaction(m_store, m_budget, typed); !r.ok()) {
+        reportFailure(r);
+        return false;
+    }
+    m_transaction = typed;
     return true;
 }
 

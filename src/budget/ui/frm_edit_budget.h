@@ -14,8 +14,7 @@ class QPlainTextEdit;
 class QPushButton;
 class QToolButton;
 
-// Edits one transaction. The section form loads it, shows it modally and reads it back; OK only hides the form
-// so that its controls can still be read.
+// Edits one transaction and stores it on OK; a failed store keeps the dialog open with what was typed.
 class frmEditBudget : public EditorDialog {
     Q_OBJECT
 public:
@@ -29,6 +28,8 @@ public:
 
     // Whether a text was typed into since the load.
     bool dirty() const { return m_dirty; }
+    // The transaction as OK stored it, with its key.
+    const budget::Transaction& stored() const { return m_transaction; }
     bool changed() const override;
 
     QFrame* cdFrame = nullptr;
@@ -64,6 +65,7 @@ private:
 
     Store& m_store;
     int m_budget;
+    budget::Transaction m_transaction;
     bool m_dirty = false;
     Currency m_loadedAmount;
     QString m_loadedAmountText;

@@ -3,6 +3,7 @@
 #include "budget/ui/frm_budget.h"
 #include "budget/ui/frm_edit_budget.h"
 #include "sections/categories/categories.h"
+#include "store/row.h"
 #include "support/gui.h"
 
 #include <tuple>
@@ -54,7 +55,7 @@ class TestFrmBudget : public FileTest {
             t.description = QString::fromLatin1(item);
             t.amount = Currency{units};
             t.dcwb = debit ? budget::kDebitBit : 0;
-            QCOMPARE(budget::StoreTransaction(store(), 0, t), 0);
+            QVERIFY(budget::StoreTransaction(store(), 0, t).ok());
         }
         m_form->FillBudgetCombo(0);
     }
@@ -94,7 +95,7 @@ private Q_SLOTS:
         budget::Transaction t = budget::ClearTransaction(0, 0, QDate::currentDate());
         t.description = QStringLiteral("Shares");
         t.amount = Currency{12345678};
-        QCOMPARE(budget::StoreTransaction(store(), 0, t), 0);
+        QVERIFY(budget::StoreTransaction(store(), 0, t).ok());
         m_form->FillBudgetCombo(0);
         select(QStringLiteral("Shares"));
         AnswerDialog<frmEditBudget>([](frmEditBudget& editor) {
@@ -192,6 +193,28 @@ private Q_SLOTS:
         QCOMPARE(m_form->result[3]->text(), QStringLiteral(" 20.00"));
         m_form->cPeriod[budget::kPeriodYearToDate]->click();
         QCOMPARE(m_form->result[3]->text(), QStringLiteral(" 0.00"));
+    }
+
+    // What was typed is not lost when the store refuses it: here the row was taken by another section meanwhile.
+    void aRefusedStoreKeepsTheEditorOpen() {
+        seed();
+        select(QStringLiteral("Lunch"));
+        const std::int64_t key = m_form->LV1->currentItem()->data(0, Qt::UserRole).toInt();
+        const qsizetype shown = prompter().numbers().size();
+        AnswerDialog<frmEditBudget>(
+            [&](frmEditBudget& editor) {
+                sqlite::Statement take = store().connection().prepare("UPDATE tt SET fSec=14 WHERE fPK=?");
+                take.bind(1, key);
+                take.step();
+                Type(editor.ctlAmount, QStringLiteral("20"));
+                editor.cmdOK->click();
+                QVERIFY(editor.isVisible());
+                QCOMPARE(editor.ctlAmount->text(), QStringLiteral("20"));
+            },
+            false);
+        m_form->cmdEdit_Click();
+        QCOMPARE(prompter().numbers().mid(shown), QList<int>({16}));
+        QCOMPARE(ReadRow(store().connection(), key)->integer(Col::fSec), 14);
     }
 
     void movingMonths() {
