@@ -47,6 +47,8 @@ frmBudget::frmBudget(Session& session, QWidget* parent)
     : SectionForm(parent)
     , m_session(session) {
     setObjectName(QStringLiteral("frmBudget"));
+    m_newTool = toolAction("tbrNew", "kiNewApp", tr("New Transaction"));
+    connect(m_newTool, &QAction::triggered, this, [this] { addTransaction(0); });
     auto* layout = new QVBoxLayout(this);
     buildFilters();
     tbsOptions = Named<QTabWidget>(this, QStringLiteral("tbsOptions"));
@@ -250,6 +252,10 @@ void frmBudget::buildMenus() {
     action(QStringLiteral("mnuBudgetPayment"), [this] { mnuBudgetPayment(); });
     mnuBudgetShowPrivate = action(QStringLiteral("mnuBudgetShowPrivate"), [this] { ShowPrivateBudget(); });
     mnuBudgetShowPrivate->setText(MsgText(272));
+}
+
+QList<QAction*> frmBudget::toolActions() {
+    return {m_newTool};
 }
 
 QList<QAction*> frmBudget::menuActions() {

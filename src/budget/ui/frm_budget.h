@@ -33,6 +33,7 @@ public:
     ~frmBudget() override;
 
     QList<QAction*> menuActions() override;
+    QList<QAction*> toolActions() override;
     void privateSwitched() override;
 
     // Commands the main frame's menu and the list's context menu forward to.
@@ -142,6 +143,7 @@ private:
     budget::PeriodState m_period;
     budget::Balance m_balance;
     QVector<QAction*> m_frameActions;
+    QAction* m_newTool = nullptr;
     QVector<QAction*> mnuBudgetShowBudget;
     QAction* mnuBudgetShowPrivate = nullptr;
     QAction* mnuBudgetAdd = nullptr;

@@ -19,7 +19,7 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
-RecordListForm::RecordListForm(Session& session, SectionId section, QWidget* parent)
+RecordListForm::RecordListForm(Session& session, SectionId section, const QString& newTip, QWidget* parent)
     : SectionForm(parent)
     , m_session(session)
     , m_info(sections::Info(section)) {
@@ -57,6 +57,8 @@ RecordListForm::RecordListForm(Session& session, SectionId section, QWidget* par
     });
     connect(ListSelect, &QListWidget::itemDoubleClicked, this, [this] { cmdEdit_Click(); });
     connect(cmdAdd, &QPushButton::clicked, this, [this] { cmdAdd_Click(); });
+    m_newTool = toolAction("tbrNew", "kiNewApp", newTip);
+    connect(m_newTool, &QAction::triggered, cmdAdd, &QPushButton::click);
     connect(cmdEdit, &QPushButton::clicked, this, [this] { cmdEdit_Click(); });
     connect(cmdDelete, &QPushButton::clicked, this, &RecordListForm::cmdDelete_Click);
     // Shortcuts of the window while the form is open, wherever the focus is, and only while enabled.
@@ -186,6 +188,10 @@ void RecordListForm::updateCommands() {
 void RecordListForm::showCount() {
     m_session.frame.ShowStatusComment(
         QStringLiteral("%1 %2").arg(ListSelect->count()).arg(QLatin1String(m_info.records)));
+}
+
+QList<QAction*> RecordListForm::toolActions() {
+    return {m_newTool};
 }
 
 void RecordListForm::privateSwitched() {

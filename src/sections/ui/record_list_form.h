@@ -22,7 +22,8 @@ class Session;
 class RecordListForm : public SectionForm {
     Q_OBJECT
 public:
-    RecordListForm(Session& session, SectionId section, QWidget* parent = nullptr);
+    // `newTip` names the command bar's button for a new record.
+    RecordListForm(Session& session, SectionId section, const QString& newTip, QWidget* parent = nullptr);
 
     // Reads the list of the selected category again and selects `key` (or the first entry).
     void ReloadList(std::int32_t key = 0);
@@ -30,6 +31,7 @@ public:
     // The category in view; categories::kAll for "All".
     int selectedCategory() const;
     void privateSwitched() override;
+    QList<QAction*> toolActions() override;
 
     void cmdDelete_Click();
     // Deletes the records of the category in view, or all of them with the section's category lists.
@@ -70,4 +72,5 @@ private:
     QListWidgetItem* shownItem(std::int32_t key) const;
     void updateCommands();
     void showCount();
+    QAction* m_newTool = nullptr;
 };

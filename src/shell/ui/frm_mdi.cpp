@@ -494,8 +494,20 @@ bool frmMDI::GotoSection(int n) {
     return optSection_ButtonClick(n);
 }
 
-void frmMDI::showSectionMenus(int section) {
+void frmMDI::showSectionCommands(int section) {
     auto* form = qobject_cast<SectionForm*>(m_sectionForm);
+    for (const QPointer<QAction>& a : std::as_const(m_sectionTools)) {
+        if (a) {
+            Toolbar1->removeAction(a);
+        }
+    }
+    m_sectionTools.clear();
+    if (form != nullptr && section > 0) {
+        for (QAction* a : form->toolActions()) {
+            Toolbar1->addAction(a);
+            m_sectionTools.append(a);
+        }
+    }
     for (const auto& [number, menu] : m_sectionMenus) {
         menu->clear();
         if (number == section && form != nullptr) {
@@ -516,7 +528,7 @@ bool frmMDI::optSection_ButtonClick(int n) {
     QCoreApplication::processEvents();
     ShowStatusComment(QString());
     EnableDbCommands(false);
-    showSectionMenus(-1);
+    showSectionCommands(-1);
     const bool wasBlocked = m_shell.AutoBlocked;
     const int target = m_session.DbIsOpen || n == 0 ? m_shell.enterSection(n) : 0;
     if (target < 0) {
@@ -554,11 +566,11 @@ void frmMDI::showSection(int section) {
         if (auto* form = qobject_cast<SectionForm*>(m_sectionForm)) {
             connect(form, &SectionForm::menuChanged, this, [this, form, section] {
                 if (m_sectionForm == form) {
-                    showSectionMenus(section);
+                    showSectionCommands(section);
                 }
             });
         }
-        showSectionMenus(section);
+        showSectionCommands(section);
     }
 }
 
@@ -585,7 +597,7 @@ void frmMDI::ShowDatabase(const QString& path) {
 
 void frmMDI::CloseSections() {
     // Closing is no entry into a section, so it passes no gate: no passphrase, no PIN.
-    showSectionMenus(-1);
+    showSectionCommands(-1);
     m_shell.CurrentSection = 0;
     showSection(0);
 }

@@ -8,6 +8,7 @@
 
 #include <QLockFile>
 #include <QMainWindow>
+#include <QPointer>
 #include <QTimer>
 
 #include <functional>
@@ -79,7 +80,7 @@ private:
     void OutlookBarEnabled(bool enabled);
     void timerTimeout_Tick();
     void timerSplash_Tick();
-    void showSectionMenus(int section);
+    void showSectionCommands(int section);
     // Unloads the section form on show and builds the chosen one; 0 is the start screen.
     void showSection(int section);
     void penaltyWait(int milliseconds);
@@ -123,6 +124,7 @@ private:
     QLabel* kTime = nullptr;
     QLabel* autoshutoff = nullptr;
     std::map<int, QMenu*> m_sectionMenus;
+    QList<QPointer<QAction>> m_sectionTools;
     int m_calendarView = 2;
     bool m_shutDown = false;
     bool m_loaded = false;

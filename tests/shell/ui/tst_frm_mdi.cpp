@@ -234,6 +234,39 @@ private Q_SLOTS:
         QVERIFY(!m_f->menuShown(QStringLiteral("mnuTodo")));
     }
 
+    // The open section's own buttons stand on the command bar while it is open, and only then; they act on it.
+    void commandBarCarriesTheOpenSectionsButtons() {
+        QVERIFY(start(QStringLiteral("0")));
+        auto* bar = m_f->find<QToolBar>(QStringLiteral("Toolbar1"));
+        const auto sectionTips = [bar] {
+            QStringList tips;
+            for (QAction* a : bar->actions()) {
+                if (a->objectName().startsWith(QLatin1String("tbr"))) {
+                    tips << a->toolTip();
+                }
+            }
+            return tips;
+        };
+        QVERIFY(sectionTips().isEmpty());
+        m_f->frame->GotoSection(kMemos);
+        QCOMPARE(sectionTips(), QStringList{QStringLiteral("New Memo")});
+        m_f->frame->GotoSection(17);
+        QCOMPARE(sectionTips(), QStringList{QStringLiteral("New Transaction")});
+        bool editorShown = false;
+        WhenModal<QDialog>([&editorShown](QDialog* editor) {
+            editorShown = editor->objectName() == QLatin1String("frmEditBudget");
+            editor->done(QDialog::Rejected);
+        });
+        for (QAction* a : bar->actions()) {
+            if (a->objectName() == QLatin1String("tbrNew")) {
+                a->trigger();
+            }
+        }
+        QVERIFY(editorShown);
+        m_f->action(QStringLiteral("mnuFileCloseSection"))->trigger();
+        QVERIFY(sectionTips().isEmpty());
+    }
+
     void idleHidesPrivateRecords() {
         QVERIFY(start(QStringLiteral("0")));
         m_f->idle(5, 0);

@@ -33,6 +33,8 @@ frmDiary::frmDiary(Session& session, QWidget* parent)
     : SectionForm(parent)
     , m_session(session) {
     setObjectName(QStringLiteral("frmDiary"));
+    m_editTool = toolAction("tbrEditDay", "kiNewApp", tr("Write in the Day"));
+    connect(m_editTool, &QAction::triggered, this, [this] { EditDay(static_cast<int>(m_weekStart.daysTo(m_date))); });
     lblTitel = new QLabel(this);
     lblTitel->setObjectName(QStringLiteral("lblTitel"));
     QFont heading = lblTitel->font();
@@ -184,6 +186,10 @@ void frmDiary::diaPeriod_Click(int index) {
 
 void frmDiary::diaMoveDay(int direction) {
     calDate_Click(m_date.addDays(direction * (m_period == 1 ? 7 : 1)));
+}
+
+QList<QAction*> frmDiary::toolActions() {
+    return {m_editTool};
 }
 
 void frmDiary::EditDay(int index) {

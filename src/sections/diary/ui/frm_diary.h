@@ -20,6 +20,7 @@ class frmDiary : public SectionForm {
     Q_OBJECT
 public:
     explicit frmDiary(Session& session, QWidget* parent = nullptr);
+    QList<QAction*> toolActions() override;
 
     // Shows the week that holds `date` (the one day in the one-day mode) and marks the date in the calendar.
     void calDate_Click(const QDate& date);
@@ -59,4 +60,5 @@ private:
     QDate m_weekStart;
     int m_period = 1;
     std::array<diary::DiaryEntry, 7> m_entries{};
+    QAction* m_editTool = nullptr;
 };

@@ -21,7 +21,7 @@
 #include <QVBoxLayout>
 
 frmNotepad::frmNotepad(Session& session, QWidget* parent)
-    : RecordListForm(session, SectionId::Memos, parent) {
+    : RecordListForm(session, SectionId::Memos, tr("New Memo"), parent) {
     padFrame = new QFrame(this);
     padFrame->setObjectName(QStringLiteral("padFrame"));
     txtSubject = new QLineEdit(padFrame);
