@@ -47,7 +47,7 @@ frmBudget::frmBudget(Session& session, QWidget* parent)
     : SectionForm(parent)
     , m_session(session) {
     setObjectName(QStringLiteral("frmBudget"));
-    m_newTool = toolAction("tbrNew", "kiNewApp", tr("New Transaction"));
+    m_newTool = toolAction("tbrNew", "kiNewRecord", tr("New Transaction"));
     connect(m_newTool, &QAction::triggered, this, [this] { addTransaction(0); });
     auto* layout = new QVBoxLayout(this);
     buildFilters();

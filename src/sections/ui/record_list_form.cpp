@@ -57,7 +57,7 @@ RecordListForm::RecordListForm(Session& session, SectionId section, const QStrin
     });
     connect(ListSelect, &QListWidget::itemDoubleClicked, this, [this] { cmdEdit_Click(); });
     connect(cmdAdd, &QPushButton::clicked, this, [this] { cmdAdd_Click(); });
-    m_newTool = toolAction("tbrNew", "kiNewApp", newTip);
+    m_newTool = toolAction("tbrNew", "kiNewRecord", newTip);
     connect(m_newTool, &QAction::triggered, cmdAdd, &QPushButton::click);
     connect(cmdEdit, &QPushButton::clicked, this, [this] { cmdEdit_Click(); });
     connect(cmdDelete, &QPushButton::clicked, this, &RecordListForm::cmdDelete_Click);
@@ -187,7 +187,7 @@ void RecordListForm::updateCommands() {
 
 void RecordListForm::showCount() {
     m_session.frame.ShowStatusComment(
-        QStringLiteral("%1 %2").arg(ListSelect->count()).arg(QLatin1String(m_info.records)));
+        QStringLiteral("%1: %2").arg(sections::Name(sections::Number(m_info.id))).arg(ListSelect->count()));
 }
 
 QList<QAction*> RecordListForm::toolActions() {

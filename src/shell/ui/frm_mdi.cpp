@@ -499,10 +499,15 @@ void frmMDI::showSectionCommands(int section) {
     for (const QPointer<QAction>& a : std::as_const(m_sectionTools)) {
         if (a) {
             Toolbar1->removeAction(a);
+            // The separator is the bar's own; the section's actions go with their form.
+            if (a->isSeparator()) {
+                delete a;
+            }
         }
     }
     m_sectionTools.clear();
-    if (form != nullptr && section > 0) {
+    if (form != nullptr && section > 0 && !form->toolActions().isEmpty()) {
+        m_sectionTools.append(Toolbar1->addSeparator());
         for (QAction* a : form->toolActions()) {
             Toolbar1->addAction(a);
             m_sectionTools.append(a);

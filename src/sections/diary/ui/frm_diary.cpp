@@ -33,7 +33,7 @@ frmDiary::frmDiary(Session& session, QWidget* parent)
     : SectionForm(parent)
     , m_session(session) {
     setObjectName(QStringLiteral("frmDiary"));
-    m_editTool = toolAction("tbrEditDay", "kiNewApp", tr("Write in the Day"));
+    m_editTool = toolAction("tbrEditDay", "kiNewRecord", tr("Write in the Day"));
     connect(m_editTool, &QAction::triggered, this, [this] { EditDay(static_cast<int>(m_weekStart.daysTo(m_date))); });
     lblTitel = new QLabel(this);
     lblTitel->setObjectName(QStringLiteral("lblTitel"));
