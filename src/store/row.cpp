@@ -2,12 +2,17 @@
 
 #include "store/random_source.h"
 
+#include <limits>
+
 namespace {
 
 constexpr std::array<const char*, kColumnCount> kNames = {
     "fPK", "fEtx", "fSec", "fSub", "fR1", "fR2", "fR3", "fR4", "fR5", "fF1", "fF2",
     "fF3", "fT1",  "fT2",  "fT3",  "fT4", "fT5", "fD1", "fD2", "fG1", "AE",
 };
+
+// AE's default in the table.
+constexpr std::int64_t kDefaultAE = 1;
 
 sqlite::Error NotPrepared() {
     return sqlite::Error{sqlite::kErrGeneral, QStringLiteral("The record could not be prepared.")};
@@ -59,6 +64,54 @@ sqlite::Error WriteColumns(sqlite::Connection& db, std::int64_t fpk, const RowVa
     return db.changes() == 1 ? sqlite::Error{} : NoSuchRow(fpk);
 }
 
+// Inserts the row `fpk` with the set columns of `row`; the others take their defaults, as an insert of default
+// values would give them, and the bits of AE are or-ed into its default.
+sqlite::Error InsertColumns(sqlite::Connection& db, std::int64_t fpk, const RowValues& row) {
+    const bool orAE = row.aeBits() != 0 && !row.get(Col::AE);
+    QByteArray sql("INSERT INTO tt(fPK");
+    QByteArray values("?");
+    for (int c = 1; c < kColumnCount; ++c) {
+        if (row.get(static_cast<Col>(c))) {
+            sql.append(",").append(kNames[c]);
+            values.append(",?");
+        }
+    }
+    if (orAE) {
+        sql.append(",AE");
+        values.append(",?");
+    }
+    sql.append(") VALUES(").append(values).append(")");
+    sqlite::Statement insert = db.cached(sql.constData());
+    int i = 1;
+    insert.bind(i++, fpk);
+    for (int c = 1; c < kColumnCount; ++c) {
+        if (const auto& value = row.get(static_cast<Col>(c))) {
+            insert.bindVariant(i++, *value);
+        }
+    }
+    if (orAE) {
+        insert.bind(i, static_cast<std::int64_t>(kDefaultAE | row.aeBits()));
+    }
+    insert.step();
+    return insert.error();
+}
+
+// The key the engine would give the next row: one past the largest, 1 in an empty table. Past the largest
+// possible key the engine picks one at random; then nothing is foretold.
+std::optional<std::int64_t> NextKey(sqlite::Connection& db, sqlite::Error& e) {
+    sqlite::Statement last = db.cached("SELECT max(fPK) FROM tt");
+    std::optional<std::int64_t> next;
+    if (last.step()) {
+        if (last.isNull(0)) {
+            next = 1;
+        } else if (const std::int64_t largest = last.int64(0); largest < std::numeric_limits<std::int64_t>::max()) {
+            next = largest + 1;
+        }
+    }
+    e = last.error();
+    return next;
+}
+
 } // namespace
 
 const char* ColumnName(Col column) {
@@ -97,12 +150,18 @@ std::int64_t AddNewRow(sqlite::Connection& db, const std::function<bool(std::int
     sqlite::Savepoint transaction(db);
     sqlite::Error e = outer ? sqlite::Error{} : transaction.begin();
     std::int64_t fpk = 0;
-    if (!e) {
+    // The key is known before the row is written, so the row goes in whole with one insert.
+    const std::optional<std::int64_t> next = e ? std::nullopt : NextKey(db, e);
+    if (next) {
+        fpk = *next;
+        RowValues row;
+        e = fill(fpk, row) ? InsertColumns(db, fpk, row) : NotPrepared();
+    } else if (!e) {
         sqlite::Statement insert = db.cached("INSERT INTO tt DEFAULT VALUES");
         insert.step();
         e = insert.error();
     }
-    if (!e) {
+    if (!e && !next) {
         fpk = db.lastInsertId();
         RowValues row;
         e = fill(fpk, row) ? WriteColumns(db, fpk, row) : NotPrepared();

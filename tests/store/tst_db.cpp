@@ -262,19 +262,24 @@ private Q_SLOTS:
         QVERIFY(!connection.open(m_file, sqlite::Connection::Mode::ReadWrite));
         // With the highest keys deleted the next key is one that was in use before, where a guessed key goes wrong.
         QVERIFY(!connection.exec("DELETE FROM tt WHERE fPK>7"));
+        std::int64_t seen = 0;
+        const auto fill = [&seen](std::int64_t key, RowValues& row) {
+            seen = key;
+            // The program enciphers with the key, so what it writes must land in the row of that key.
+            row.set(Col::fEtx, QByteArray::number(key));
+            return true;
+        };
+        const auto addsWhereItFilled = [&] {
+            const std::int64_t fpk = AddNewRow(connection, fill);
+            return fpk != 0 && fpk == seen && ReadRow(connection, fpk)->bytes(Col::fEtx) == QByteArray::number(fpk);
+        };
         for (int i = 0; i < 5; ++i) {
-            std::int64_t seen = 0;
-            const std::int64_t fpk = AddNewRow(connection, [&](std::int64_t key, RowValues& row) {
-                seen = key;
-                // The program enciphers with the key, so what it writes must land in the row of that key.
-                row.set(Col::fEtx, QByteArray::number(key));
-                return true;
-            });
-            QVERIFY(fpk != 0);
-            QCOMPARE(fpk, seen);
-            QCOMPARE(ReadRow(connection, fpk)->bytes(Col::fEtx), QByteArray::number(fpk));
+            QVERIFY(addsWhereItFilled());
         }
         QCOMPARE(Scalar(connection, "SELECT count(*) FROM tt").toLongLong(), 12);
+        // Past the largest possible key the engine picks a free one at random, which no one can foretell.
+        QVERIFY(!connection.exec("INSERT INTO tt(fPK) VALUES(9223372036854775807)"));
+        QVERIFY(addsWhereItFilled());
     }
 
     // An abandoned fill and a change of a missing row fail without leaving a trace or an open transaction that a later
