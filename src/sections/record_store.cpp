@@ -16,7 +16,8 @@ Result EngineResult(const sqlite::Error& e) {
     return Result::Engine(e.number);
 }
 
-// Runs a DELETE with its bound numbers.
+} // namespace
+
 Result Delete(Store& store, const char* sql, std::initializer_list<std::int64_t> values) {
     sqlite::Statement del = store.connection().prepare(sql);
     int i = 1;
@@ -26,8 +27,6 @@ Result Delete(Store& store, const char* sql, std::initializer_list<std::int64_t>
     del.step();
     return EngineResult(del.error());
 }
-
-} // namespace
 
 std::optional<Row> LoadRow(Store& store, int section, std::int32_t key, Result* result) {
     sqlite::Error e;

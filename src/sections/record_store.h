@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <optional>
 
 class Store;
@@ -55,6 +56,8 @@ QByteArray RowBlob(Store& store, const Row& row);
 Result SaveRecord(Store& store, const RecordKind& kind, std::int32_t& key, const RecordData& data);
 
 Result DeleteRecord(Store& store, int section, std::int32_t key);
+// Runs a DELETE with its bound numbers, for a section's own selections.
+Result Delete(Store& store, const char* sql, std::initializer_list<std::int64_t> values);
 // The rows of one category, or with kAllCategories every row of the section and its category lists (of every
 // user), in one transaction.
 Result DeleteRecords(Store& store, int section, int category);

@@ -10,7 +10,8 @@ namespace {
 
 constexpr std::array<SectionInfo, 7> kTable{{
     {SectionId::Calendar, 113, "frmCalendar", "op12", "mnuCalendar", 1, true, "appointments", ""},
-    {SectionId::Tasks, 116, "frmTodo", "op15", "mnuTodo", 4, true, "tasks", ""},
+    {SectionId::Tasks, 116, "frmTodo", "op15", "mnuTodo", 4, true, "tasks",
+     "0 Owner 2 1 Private 1 2 Subject 10 3 Memo 12 "},
     {SectionId::Contacts, 383, "frmAddress", "op11", "mnuAddress", 0, true, "contacts", ""},
     {SectionId::Memos, 115, "frmNotepad", "op14", "mnuMemo", 3, true, "memos",
      "0 owner 2 1 Private 1 2 DateCreated 25 3 DateLastModified 25 4 Subject 10 5 Memo 12 "},

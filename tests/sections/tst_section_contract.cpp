@@ -3,6 +3,7 @@
 #include "sections/categories/categories.h"
 #include "sections/diary/diary.h"
 #include "sections/memos/memo.h"
+#include "sections/tasks/task.h"
 #include "shell/section_table.h"
 #include "support/section_fixture.h"
 
@@ -119,6 +120,38 @@ SectionAdapter MemoSection() {
     return a;
 }
 
+SectionAdapter TaskSection() {
+    using namespace tasks;
+    SectionAdapter a{"tasks", kTaskSection, Categories | PrivateMark | Titles | SealedTitle | ReadsByKey, Normal,
+                     kDueDayBase};
+    a.descriptor = TaskDescriptor();
+    a.save = [](Store& store, std::int32_t& key, const Sample& s) {
+        Task task{.key = key,
+                  .owner = store.user.level,
+                  .isPrivate = s.isPrivate,
+                  .subject = s.title,
+                  .memo = s.text,
+                  .due = s.day,
+                  .category = s.category};
+        const Result r = StoreTask(store, task);
+        key = task.key;
+        return r;
+    };
+    a.load = [](Store& store, std::int32_t key, Result* r) -> std::optional<Sample> {
+        const std::optional<Task> t = LoadTask(store, key, r);
+        return t ? std::optional(Sample{t->subject, t->memo, t->category, t->isPrivate, t->due}) : std::nullopt;
+    };
+    a.list = [](Store& store, const Sample&) {
+        return KeysOf(ListTasks(store, {}), [](const Task& t) { return t.key; });
+    };
+    a.remove = DeleteTask;
+    a.removeMany = [](Store& store, int category) {
+        return category == records::kAllCategories ? DeleteAllTasks(store)
+                                                   : records::DeleteRecords(store, kTaskSection, category);
+    };
+    return a;
+}
+
 SectionAdapter DiarySection() {
     using namespace diary;
     SectionAdapter a{"diary", kDiarySection, 0, 0, kDiaryDayBase};
@@ -146,7 +179,7 @@ SectionAdapter DiarySection() {
 }
 
 const QVector<SectionAdapter>& Adapters() {
-    static const QVector<SectionAdapter> all{BudgetSection(), MemoSection(), DiarySection()};
+    static const QVector<SectionAdapter> all{BudgetSection(), MemoSection(), TaskSection(), DiarySection()};
     return all;
 }
 

@@ -1,0 +1,186 @@
+#include "sections/tasks/task.h"
+
+#include "sections/record_store.h"
+#include "store/cipher_workers.h"
+#include "store/field_codec.h"
+#include "store/record_get.h"
+#include "store/record_put.h"
+#include "store/store.h"
+
+namespace tasks {
+
+namespace {
+
+constexpr int kFieldCount = 4;
+
+const records::RecordKind kKind{.section = kTaskSection,
+                                .freeColumns = {.onT2 = true, .onT3 = true, .onR1 = true, .onR4 = true}};
+
+// A day number at or below 1 stands for no date.
+QDate DayOf(std::int64_t dayNumber, int base) {
+    return dayNumber > 1 ? records::DateOfDayNumber(static_cast<int>(dayNumber), base) : QDate();
+}
+
+QString DateSort(const QDate& date) {
+    return date.isValid() ? QStringLiteral("0%1").arg(records::OleDay(date), 6, 10, QLatin1Char('0')) : kNoDateSort;
+}
+
+// The row's plain columns into `task`.
+void ReadColumns(const Row& row, Task& task) {
+    task.key = static_cast<std::int32_t>(row.integer(Col::fPK));
+    task.priority = static_cast<int>(row.integer(Col::fSub));
+    task.category = static_cast<int>(row.integer(Col::fG1));
+    task.completed = row.integer(Col::fF3) != 0;
+    task.due = row.integer(Col::fF1) != 0 ? DayOf(row.integer(Col::fR3), kDueDayBase) : QDate();
+    task.done = DayOf(row.integer(Col::fR2), kDoneDayBase);
+}
+
+Result Changed(Store& store, std::int32_t key, const std::function<void(Task&)>& change) {
+    Result result;
+    std::optional<Task> task = LoadTask(store, key, &result);
+    if (!task) {
+        return result.ok() ? Result::Message(18) : result;
+    }
+    change(*task);
+    return StoreTask(store, *task);
+}
+
+} // namespace
+
+QString TaskDescriptor() {
+    return QLatin1String(sections::Info(SectionId::Tasks).descriptor);
+}
+
+QByteArray TaskBlob(const Task& task) {
+    using Record_Put::PutField;
+    return PutField(task.owner, FieldType::Byte, Owner) + PutField(task.isPrivate, FieldType::Boolean, Private) +
+           PutField(task.subject, FieldType::Text, Subject) + PutField(task.memo, FieldType::LongText, Memo);
+}
+
+bool DecodeTaskBlob(const QByteArray& blob, Task& task) {
+    if (blob.isEmpty()) {
+        return false;
+    }
+    FieldValues values(kFieldCount);
+    Record_Get::GetRecord(values, blob);
+    task.owner = values[Owner].toInt();
+    task.isPrivate = values[Private].toBool();
+    task.subject = values[Subject].toString();
+    task.memo = values[Memo].toString();
+    return true;
+}
+
+QString DueSort(const Task& task) {
+    return DateSort(task.due);
+}
+
+QString DoneSort(const Task& task) {
+    return task.completed ? DateSort(task.done) : kNoDateSort;
+}
+
+bool IsOverdue(const Task& task, const QDate& today) {
+    return !task.completed && task.due.isValid() && task.due < today;
+}
+
+QString CompositeSort(const Task& task, const QDate& today) {
+    return QLatin1String(task.completed ? "1" : "0") +
+           QLatin1String(task.due.isValid() && task.due < today ? "0" : "1") + DueSort(task) +
+           QString::number(task.priority);
+}
+
+std::optional<Task> LoadTask(Store& store, std::int32_t key, Result* result) {
+    const std::optional<Row> row = records::LoadRow(store, kTaskSection, key, result);
+    Task task;
+    if (!row || !DecodeTaskBlob(records::RowBlob(store, *row), task)) {
+        return std::nullopt;
+    }
+    ReadColumns(*row, task);
+    return task;
+}
+
+Result StoreTask(Store& store, Task& task) {
+    records::RecordData data;
+    data.blob = TaskBlob(task);
+    data.title = records::Title{task.subject, task.isPrivate};
+    data.columns = [&](std::int32_t, RowValues& row) {
+        row.set(Col::fSub, task.priority);
+        // A task without a category number keeps the one it was filed under.
+        if (task.category >= 0) {
+            row.set(Col::fG1, task.category);
+        }
+        row.set(Col::fR2, task.completed ? records::DayNumber(task.done, kDoneDayBase) : 0);
+        row.set(Col::fR3, records::DayNumber(task.due, kDueDayBase));
+        row.set(Col::fF1, task.due.isValid() ? 1 : 0);
+        row.set(Col::fF2, task.memo.isEmpty() ? 0 : 1);
+        row.set(Col::fF3, task.completed ? 1 : 0);
+        return true;
+    };
+    return records::SaveRecord(store, kKind, task.key, data);
+}
+
+QVector<Task> ListTasks(Store& store, const ListFilter& filter) {
+    const bool all = filter.category == records::kAllCategories;
+    const char* sql = all ? (filter.showCompleted ? "SELECT * FROM tt WHERE fSec=? ORDER BY fPK"
+                                                  : "SELECT * FROM tt WHERE fSec=? AND fF3=0 ORDER BY fPK")
+                          : (filter.showCompleted ? "SELECT * FROM tt WHERE fSec=? AND fG1=? ORDER BY fPK"
+                                                  : "SELECT * FROM tt WHERE fSec=? AND fG1=? AND fF3=0 ORDER BY fPK");
+    sqlite::Statement select = store.connection().prepare(sql);
+    select.bind(1, static_cast<std::int64_t>(kTaskSection));
+    if (!all) {
+        select.bind(2, static_cast<std::int64_t>(filter.category));
+    }
+    const bool hidePrivate = store.hidePrivate;
+    struct Read {
+        bool ok = false;
+        Task task;
+    };
+    QVector<Read> read = cipher_workers::OpenWhileReading<Row, Read>(
+        store.cry.KeyPool(),
+        [&](Row& row) {
+            if (!select.step()) {
+                return false;
+            }
+            row = Row::FromStatement(select);
+            return true;
+        },
+        [&](CRY& cry, const Row& row) {
+            Read r;
+            const auto key = static_cast<std::int32_t>(row.integer(Col::fPK));
+            r.ok =
+                DecodeTaskBlob(cry.Cipher(key, 2, row.bytes(Col::fEtx)), r.task) && !(r.task.isPrivate && hidePrivate);
+            ReadColumns(row, r.task);
+            return r;
+        });
+    QVector<Task> shown;
+    for (Read& r : read) {
+        if (r.ok) {
+            shown.append(std::move(r.task));
+        }
+    }
+    return shown;
+}
+
+Result SetCompleted(Store& store, std::int32_t key, bool completed, const QDate& today) {
+    return Changed(store, key, [&](Task& task) {
+        task.completed = completed;
+        task.done = completed ? today : QDate();
+    });
+}
+
+Result SetPriority(Store& store, std::int32_t key, int priority) {
+    return Changed(store, key, [&](Task& task) { task.priority = priority; });
+}
+
+Result DeleteTask(Store& store, std::int32_t key) {
+    return records::DeleteRecord(store, kTaskSection, key);
+}
+
+Result DeleteCompletedTasks(Store& store) {
+    return records::Delete(store, "DELETE FROM tt WHERE fSec=? AND fF3<>0", {kTaskSection});
+}
+
+Result DeleteAllTasks(Store& store) {
+    return records::DeleteRecords(store, kTaskSection, records::kAllCategories);
+}
+
+} // namespace tasks
