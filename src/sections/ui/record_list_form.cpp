@@ -2,8 +2,8 @@
 
 #include "base/messages.h"
 #include "sections/categories/categories.h"
-#include "sections/categories/ui/frm_edit_categories.h"
 #include "sections/record_store.h"
+#include "sections/ui/category_filter.h"
 #include "shell/session.h"
 #include "shell/show_result.h"
 #include "shell/ui/list_controls.h"
@@ -22,14 +22,11 @@
 RecordListForm::RecordListForm(Session& session, SectionId section, const QString& newTip, QWidget* parent)
     : SectionForm(parent)
     , m_session(session)
-    , m_info(sections::Info(section)) {
+    , m_info(sections::Info(section))
+    , m_filter(new CategoryFilter(session, sections::Number(section), this)) {
+    cboCategories = m_filter->combo;
+    cmdEditCat = m_filter->editButton;
     setObjectName(QLatin1String(m_info.formName));
-    cboCategories = new QComboBox(this);
-    cboCategories->setObjectName(QStringLiteral("cboCategories"));
-    cboCategories->setMinimumContentsLength(16);
-    cmdEditCat = new QToolButton(this);
-    cmdEditCat->setObjectName(QStringLiteral("cmdEditCat"));
-    cmdEditCat->setText(QStringLiteral("..."));
     txtSearch = new QLineEdit(this);
     txtSearch->setObjectName(QStringLiteral("txtSearch"));
     txtSearch->setClearButtonEnabled(true);
@@ -48,8 +45,7 @@ RecordListForm::RecordListForm(Session& session, SectionId section, const QStrin
     cmdEdit->setText(tr("Edit"));
     cmdDelete->setText(tr("Delete"));
 
-    connect(cboCategories, qOverload<int>(&QComboBox::activated), this, [this] { ReloadList(); });
-    connect(cmdEditCat, &QToolButton::clicked, this, &RecordListForm::cmdEditCat_Click);
+    connect(m_filter, &CategoryFilter::changed, this, [this] { ReloadList(selectedKey()); });
     connect(txtSearch, &QLineEdit::textChanged, this, &RecordListForm::applySearch);
     connect(ListSelect, &QListWidget::currentRowChanged, this, [this] {
         showRecord(selectedKey());
@@ -99,31 +95,17 @@ void RecordListForm::setPane(QWidget* pane) {
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(splitter);
 
-    const auto remembered = m_session.store().lastCategory.find(sections::Number(m_info.id));
-    fillCategories(remembered != m_session.store().lastCategory.end() ? remembered->second : categories::kAll);
+    m_filter->restore();
     ReloadList();
     ListSelect->setFocus();
 }
 
-void RecordListForm::fillCategories(int select) {
-    cboCategories->clear();
-    ListEntries entries;
-    list_controls::SetTag(cboCategories,
-                          categories::FillCategoryEntries(m_session.store(), entries, sections::Number(m_info.id),
-                                                          {.addAll = true, .addUnfiled = true}));
-    list_controls::AddEntries(cboCategories, entries);
-    if (!list_controls::SelectByItemData(cboCategories, select)) {
-        list_controls::SelectByItemData(cboCategories, categories::kAll);
-    }
-}
-
 int RecordListForm::selectedCategory() const {
-    return cboCategories->currentIndex() < 0 ? categories::kAll : list_controls::GetSelectedId(cboCategories);
+    return m_filter->selected();
 }
 
 int RecordListForm::newRecordCategory() const {
-    const int category = selectedCategory();
-    return category == categories::kAll ? categories::kUnfiled : category;
+    return m_filter->forNewRecord();
 }
 
 std::int32_t RecordListForm::selectedKey() const {
@@ -132,8 +114,7 @@ std::int32_t RecordListForm::selectedKey() const {
 }
 
 void RecordListForm::ReloadList(std::int32_t key) {
-    // Remembered now, not when the form goes: a switch deletes it later, possibly with another file open.
-    m_session.store().lastCategory[sections::Number(m_info.id)] = selectedCategory();
+    m_filter->remember();
     const QSignalBlocker quiet(ListSelect);
     ListSelect->clear();
     for (const records::ListedTitle& row :
@@ -205,7 +186,7 @@ QString RecordListForm::AboutRecord(int message, const QString& title) {
 void RecordListForm::ShowStored(std::int32_t key, int category) {
     const int inView = selectedCategory();
     // The editor may have made the category just now, so the filter reads the list again.
-    fillCategories(inView == categories::kAll ? inView : category);
+    m_filter->fill(inView == categories::kAll ? inView : category);
     txtSearch->clear();
     ReloadList(key);
 }
@@ -251,14 +232,6 @@ void RecordListForm::DeleteAll(bool category) {
     const Result result =
         records::DeleteRecords(m_session.store(), sections::Number(m_info.id), all ? records::kAllCategories : inView);
     ShowResult(prompter, result);
-    fillCategories(all ? categories::kAll : inView);
+    m_filter->fill(all ? categories::kAll : inView);
     ReloadList();
-}
-
-void RecordListForm::cmdEditCat_Click() {
-    const int selected = selectedCategory();
-    const modal::Scoped<frmEditCategories> dialog(m_session.store(), sections::Number(m_info.id), 0, this);
-    dialog.exec();
-    fillCategories(!dialog->cancelled() && dialog->lastNewId() != 0 ? dialog->lastNewId() : selected);
-    ReloadList(selectedKey());
 }

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 
+class CategoryFilter;
 class QComboBox;
 class QHBoxLayout;
 class QLineEdit;
@@ -63,10 +64,9 @@ protected:
 
     Session& m_session;
     const SectionInfo& m_info;
+    CategoryFilter* m_filter;
 
 private:
-    void fillCategories(int select);
-    void cmdEditCat_Click();
     void applySearch();
     // The entry of `key` if the search lets it through, else the first entry it lets through.
     QListWidgetItem* shownItem(std::int32_t key) const;
