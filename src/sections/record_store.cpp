@@ -19,6 +19,7 @@ Result EngineResult(const sqlite::Error& e) {
 } // namespace
 
 Result Delete(Store& store, const char* sql, std::initializer_list<std::int64_t> values) {
+    store.NeedRequery = true;
     sqlite::Statement del = store.connection().prepare(sql);
     int i = 1;
     for (const std::int64_t v : values) {
@@ -47,6 +48,7 @@ QByteArray RowBlob(Store& store, const Row& row) {
 }
 
 Result SaveRecord(Store& store, const RecordKind& kind, std::int32_t& key, const RecordData& data) {
+    store.NeedRequery = true;
     const auto fill = [&](std::int64_t fpk, RowValues& row) {
         const auto rowKey = static_cast<std::int32_t>(fpk);
         const QByteArray sealed = store.cry.Cipher(rowKey, 1, data.blob);

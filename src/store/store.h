@@ -76,6 +76,8 @@ public:
     // The category each section showed last, by section number, while this file is open.
     std::map<int, int> lastCategory;
     CategoryDirectory categories;
+    // Set by every change of records; the calendar reads its rows again only when it is set.
+    bool NeedRequery = true;
     Prompter& prompter;
 
     sqlite::Connection& connection() { return database.connection(); }

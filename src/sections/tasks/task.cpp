@@ -7,6 +7,8 @@
 #include "store/record_put.h"
 #include "store/store.h"
 
+#include <array>
+
 namespace tasks {
 
 namespace {
@@ -86,6 +88,45 @@ QString CompositeSort(const Task& task, const QDate& today) {
     return QLatin1String(task.completed ? "1" : "0") +
            QLatin1String(task.due.isValid() && task.due < today ? "0" : "1") + DueSort(task) +
            QString::number(task.priority);
+}
+
+TodoSort SortAfterClick(const TodoSort& last, int clicked) {
+    if (clicked == kTask) {
+        if (last.column == kSort) {
+            return {kTask, false};
+        }
+        return last.column == kTask && !last.descending ? TodoSort{kTask, true} : TodoSort{kSort, false};
+    }
+    constexpr std::array<bool, kColumnCount> kStartsDescending = {false, false, true,  true,  true,
+                                                                  false, true,  false, false, false};
+    const int column = clicked == kDue || clicked == kExec ? kDateDue : clicked;
+    if (column < 0 || column >= kColumnCount) {
+        return last;
+    }
+    if (last.column == column) {
+        return {column, !last.descending};
+    }
+    return {column, kStartsDescending[static_cast<std::size_t>(column)]};
+}
+
+QString PriorityMark(int priority) {
+    switch (priority) {
+    case High:
+        return QStringLiteral("X X X");
+    case Normal:
+        return QStringLiteral("X X");
+    default:
+        return QStringLiteral("X");
+    }
+}
+
+DueCounts CountDue(const QVector<Task>& tasks, const QDate& today) {
+    DueCounts counts;
+    for (const Task& task : tasks) {
+        counts.overdue += IsOverdue(task, today) ? 1 : 0;
+        counts.dueToday += !task.completed && task.due == today ? 1 : 0;
+    }
+    return counts;
 }
 
 std::optional<Task> LoadTask(Store& store, std::int32_t key, Result* result) {

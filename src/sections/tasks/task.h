@@ -52,6 +52,27 @@ QString DoneSort(const Task& task);
 QString CompositeSort(const Task& task, const QDate& today);
 bool IsOverdue(const Task& task, const QDate& today);
 
+// The columns of the task list; the last three are hidden and carry the sort texts.
+enum Column { kTask, kDue, kPriority, kPrivate, kNote, kCat, kExec, kSort, kDateDue, kDateExec, kColumnCount };
+
+struct TodoSort {
+    int column = kSort;
+    bool descending = false;
+};
+// The order after a click on a header: the Task header steps through the composite order, the task text
+// ascending and descending; the Due and Exec Date headers both sort by due date; another click on the column in
+// use flips its order, else each column starts in its own direction.
+TodoSort SortAfterClick(const TodoSort& last, int clicked);
+
+// "X X X" for high, "X X" for normal, "X" for low.
+QString PriorityMark(int priority);
+
+struct DueCounts {
+    int overdue = 0;
+    int dueToday = 0;
+};
+DueCounts CountDue(const QVector<Task>& tasks, const QDate& today);
+
 // The task `key`; absent when there is none, it is not a task (`result` says message 16) or it does not decode.
 std::optional<Task> LoadTask(Store& store, std::int32_t key, Result* result = nullptr);
 Result StoreTask(Store& store, Task& task);

@@ -74,14 +74,46 @@ private Q_SLOTS:
         QCOMPARE(IsOverdue(task, kToday), overdue);
     }
 
+    // Each row is a click on a header after the order in the first two columns.
+    void columnClicks_data() {
+        QTest::addColumn<int>("lastColumn");
+        QTest::addColumn<bool>("lastDescending");
+        QTest::addColumn<int>("clicked");
+        QTest::addColumn<int>("column");
+        QTest::addColumn<bool>("descending");
+        QTest::newRow("Task from the composite order") << int(kSort) << false << int(kTask) << int(kTask) << false;
+        QTest::newRow("Task again") << int(kTask) << false << int(kTask) << int(kTask) << true;
+        QTest::newRow("Task a third time") << int(kTask) << true << int(kTask) << int(kSort) << false;
+        QTest::newRow("Task from another column") << int(kPriority) << true << int(kTask) << int(kSort) << false;
+        QTest::newRow("Due Date sorts by due date") << int(kSort) << false << int(kDue) << int(kDateDue) << false;
+        QTest::newRow("Exec Date sorts by due date too") << int(kSort) << false << int(kExec) << int(kDateDue) << false;
+        QTest::newRow("Exec Date after Due Date flips")
+            << int(kDateDue) << false << int(kExec) << int(kDateDue) << true;
+        QTest::newRow("priority starts descending") << int(kSort) << false << int(kPriority) << int(kPriority) << true;
+        QTest::newRow("category starts ascending") << int(kSort) << false << int(kCat) << int(kCat) << false;
+        QTest::newRow("the same column flips") << int(kCat) << false << int(kCat) << int(kCat) << true;
+    }
+    void columnClicks() {
+        QFETCH(int, lastColumn);
+        QFETCH(bool, lastDescending);
+        QFETCH(int, clicked);
+        QFETCH(int, column);
+        QFETCH(bool, descending);
+        const TodoSort after = SortAfterClick({lastColumn, lastDescending}, clicked);
+        QCOMPARE(after.column, column);
+        QCOMPARE(after.descending, descending);
+    }
+
     // Completing writes the completion day and the flag; opening again clears both. Priority and a missing category
     // number keep the rest of the task as it was.
     void completionPriorityAndCategory() {
         Task task = Make(QStringLiteral("Call the bank"), Normal, kToday.addDays(3));
         task.category = 4;
         task.memo = QStringLiteral("about the card");
+        store().NeedRequery = false;
         const std::int32_t key = stored(task);
         QVERIFY(key > 0);
+        QVERIFY(store().NeedRequery);
         QVERIFY(SetCompleted(store(), key, true, kToday).ok());
         std::optional<Row> row = ReadRow(store().connection(), key);
         QCOMPARE(row->integer(Col::fF3), 1);
