@@ -61,3 +61,36 @@ void CategoryFilter::edit() {
     fill(dialog.get() != nullptr && !dialog->cancelled() && dialog->lastNewId() != 0 ? dialog->lastNewId() : before);
     Q_EMIT changed();
 }
+
+CategoryPicker::CategoryPicker(Store& store, int section, const QString& comboName, QWidget* parent)
+    : QObject(parent)
+    , combo(new QComboBox(parent))
+    , editButton(new QToolButton(parent))
+    , m_store(store)
+    , m_section(section) {
+    combo->setObjectName(comboName);
+    editButton->setObjectName(QStringLiteral("cmdEditCat"));
+    editButton->setText(QStringLiteral("..."));
+    connect(editButton, &QToolButton::clicked, this, &CategoryPicker::edit);
+}
+
+void CategoryPicker::fill(int select) {
+    combo->clear();
+    ListEntries entries;
+    list_controls::SetTag(combo, categories::FillCategoryEntries(m_store, entries, m_section, {.addUnfiled = true}));
+    list_controls::AddEntries(combo, entries);
+    if (!list_controls::SelectByItemData(combo, select)) {
+        list_controls::SelectByItemData(combo, categories::kUnfiled);
+    }
+}
+
+int CategoryPicker::selected() const {
+    return list_controls::GetSelectedId(combo);
+}
+
+void CategoryPicker::edit() {
+    const int before = selected();
+    const modal::Scoped<frmEditCategories> dialog(m_store, m_section, 0, static_cast<QWidget*>(parent()));
+    dialog.exec();
+    fill(dialog.get() != nullptr && !dialog->cancelled() && dialog->lastNewId() != 0 ? dialog->lastNewId() : before);
+}

@@ -6,6 +6,7 @@ class QComboBox;
 class QToolButton;
 class QWidget;
 class Session;
+class Store;
 
 // The category filter of a section's list: "All", "Unfiled" and the section's categories, the button that edits
 // them, and the category in view remembered for the section while the file is open.
@@ -36,5 +37,26 @@ private:
     void edit();
 
     Session& m_session;
+    int m_section;
+};
+
+// The category of a record in its editor: "Unfiled" and the section's categories, and the button that edits them
+// and files the record in the category made last.
+class CategoryPicker : public QObject {
+    Q_OBJECT
+public:
+    CategoryPicker(Store& store, int section, const QString& comboName, QWidget* parent);
+
+    // Fills the combo anew and shows `select`, or "Unfiled" when it is gone.
+    void fill(int select);
+    int selected() const;
+
+    QComboBox* const combo;
+    QToolButton* const editButton;
+
+private:
+    void edit();
+
+    Store& m_store;
     int m_section;
 };

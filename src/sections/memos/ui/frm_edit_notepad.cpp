@@ -1,12 +1,9 @@
 #include "sections/memos/ui/frm_edit_notepad.h"
 
 #include "base/messages.h"
-#include "sections/categories/categories.h"
-#include "sections/categories/ui/frm_edit_categories.h"
 #include "sections/memos/ui/memo_dates.h"
+#include "sections/ui/category_filter.h"
 #include "shell/ui/apply_captions.h"
-#include "shell/ui/list_controls.h"
-#include "shell/ui/modal.h"
 #include "store/store.h"
 
 #include <QCheckBox>
@@ -32,16 +29,13 @@ frmEditNotepad::frmEditNotepad(Store& store, const memos::Memo& memo, QWidget* p
     ctlNote->setLineWrapMode(QPlainTextEdit::WidgetWidth);
     ctlPrivate = new QCheckBox(this);
     ctlPrivate->setObjectName(QStringLiteral("ctlPrivate"));
-    ctlCategory = new QComboBox(this);
-    ctlCategory->setObjectName(QStringLiteral("ctlCategory"));
-    cmdEditCat = new QToolButton(this);
-    cmdEditCat->setObjectName(QStringLiteral("cmdEditCat"));
-    cmdEditCat->setText(QStringLiteral("..."));
+    m_category = new CategoryPicker(store, memos::kMemoSection, QStringLiteral("ctlCategory"), this);
+    ctlCategory = m_category->combo;
+    cmdEditCat = m_category->editButton;
     ctlDateCreated = new QLabel(this);
     ctlDateCreated->setObjectName(QStringLiteral("ctlDateCreated"));
     ctlLastModified = new QLabel(this);
     ctlLastModified->setObjectName(QStringLiteral("ctlLastModified"));
-    connect(cmdEditCat, &QToolButton::clicked, this, &frmEditNotepad::cmdEditCat_Click);
 
     auto* category = new QHBoxLayout;
     category->addWidget(ctlCategory, 1);
@@ -63,7 +57,7 @@ frmEditNotepad::frmEditNotepad(Store& store, const memos::Memo& memo, QWidget* p
     body()->addLayout(dates);
     ApplyCaptions(this);
 
-    fillCategories(memo.category);
+    m_category->fill(memo.category);
     ctlSubject->setText(memo.subject);
     ctlNote->setPlainText(memo.text);
     ctlPrivate->setChecked(memo.isPrivate);
@@ -74,27 +68,8 @@ frmEditNotepad::frmEditNotepad(Store& store, const memos::Memo& memo, QWidget* p
     ctlNote->setFocus();
 }
 
-void frmEditNotepad::fillCategories(int select) {
-    ctlCategory->clear();
-    ListEntries entries;
-    list_controls::SetTag(ctlCategory,
-                          categories::FillCategoryEntries(m_store, entries, memos::kMemoSection, {.addUnfiled = true}));
-    list_controls::AddEntries(ctlCategory, entries);
-    if (!list_controls::SelectByItemData(ctlCategory, select)) {
-        list_controls::SelectByItemData(ctlCategory, categories::kUnfiled);
-    }
-}
-
-void frmEditNotepad::cmdEditCat_Click() {
-    const int selected = list_controls::GetSelectedId(ctlCategory);
-    const modal::Scoped<frmEditCategories> dialog(m_store, memos::kMemoSection, 0, this);
-    dialog.exec();
-    fillCategories(!dialog->cancelled() && dialog->lastNewId() != 0 ? dialog->lastNewId() : selected);
-}
-
 QVariantList frmEditNotepad::values() const {
-    return {ctlSubject->text(), ctlNote->toPlainText(), ctlPrivate->isChecked(),
-            list_controls::GetSelectedId(ctlCategory)};
+    return {ctlSubject->text(), ctlNote->toPlainText(), ctlPrivate->isChecked(), m_category->selected()};
 }
 
 bool frmEditNotepad::accepted() {
@@ -102,7 +77,7 @@ bool frmEditNotepad::accepted() {
     typed.subject = ctlSubject->text();
     typed.text = ctlNote->toPlainText();
     typed.isPrivate = ctlPrivate->isChecked();
-    typed.category = list_controls::GetSelectedId(ctlCategory);
+    typed.category = m_category->selected();
     if (!agreesToCut(QStringLiteral("subject"), typed.subject) || !agreesToCut(QStringLiteral("memo"), typed.text)) {
         return false;
     }

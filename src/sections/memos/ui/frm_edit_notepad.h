@@ -3,6 +3,7 @@
 #include "sections/memos/memo.h"
 #include "shell/ui/editor_dialog.h"
 
+class CategoryPicker;
 class Store;
 class QCheckBox;
 class QComboBox;
@@ -33,9 +34,7 @@ protected:
     bool accepted() override;
 
 private:
-    void fillCategories(int select);
-    void cmdEditCat_Click();
-
     Store& m_store;
     memos::Memo m_memo;
+    CategoryPicker* m_category = nullptr;
 };
