@@ -120,6 +120,16 @@ QString PriorityMark(int priority) {
     }
 }
 
+DueDateCheck CheckDueDate(bool completed, const QDate& wanted, const QDate& today) {
+    if (completed) {
+        return {.message = 23, .refused = true};
+    }
+    if (wanted.isValid() && wanted < today) {
+        return {.date = today, .message = 24};
+    }
+    return {.date = wanted};
+}
+
 DueCounts CountDue(const QVector<Task>& tasks, const QDate& today) {
     DueCounts counts;
     for (const Task& task : tasks) {

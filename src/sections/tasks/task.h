@@ -67,6 +67,15 @@ TodoSort SortAfterClick(const TodoSort& last, int clicked);
 // "X X X" for high, "X X" for normal, "X" for low.
 QString PriorityMark(int priority);
 
+// A due date as the person sets it: refused for a completed task (message 23), today for a day in the past
+// (message 24, a warning); no date and later days as they are.
+struct DueDateCheck {
+    QDate date;
+    int message = 0;
+    bool refused = false;
+};
+DueDateCheck CheckDueDate(bool completed, const QDate& wanted, const QDate& today);
+
 struct DueCounts {
     int overdue = 0;
     int dueToday = 0;

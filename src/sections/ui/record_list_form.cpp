@@ -57,20 +57,9 @@ RecordListForm::RecordListForm(Session& session, SectionId section, const QStrin
     connect(m_newTool, &QAction::triggered, cmdAdd, &QPushButton::click);
     connect(cmdEdit, &QPushButton::clicked, this, [this] { cmdEdit_Click(); });
     connect(cmdDelete, &QPushButton::clicked, this, &RecordListForm::cmdDelete_Click);
-    // Shortcuts of the window while the form is open, wherever the focus is, and only while enabled.
-    const std::pair<QKeySequence, QPushButton*> keys[] = {
-        {QKeySequence(Qt::CTRL | Qt::Key_N), cmdAdd},
-        {QKeySequence(Qt::CTRL | Qt::Key_E), cmdEdit},
-        {QKeySequence(Qt::CTRL | Qt::Key_D), cmdDelete},
-    };
-    for (const auto& [sequence, target] : keys) {
-        auto* shortcut = new QShortcut(sequence, this);
-        connect(shortcut, &QShortcut::activated, target, [target = target] {
-            if (target->isEnabled()) {
-                target->click();
-            }
-        });
-    }
+    buttonShortcuts({{QKeySequence(Qt::CTRL | Qt::Key_N), cmdAdd},
+                     {QKeySequence(Qt::CTRL | Qt::Key_E), cmdEdit},
+                     {QKeySequence(Qt::CTRL | Qt::Key_D), cmdDelete}});
 }
 
 void RecordListForm::setPane(QWidget* pane) {

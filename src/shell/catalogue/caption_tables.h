@@ -17,6 +17,8 @@ extern const std::span<const CaptionEntry> kEditBudget;
 extern const std::span<const CaptionEntry> kEditCategories;
 extern const std::span<const CaptionEntry> kEditBudgetNames;
 extern const std::span<const CaptionEntry> kEditBudgetPaymode;
+extern const std::span<const CaptionEntry> kTodo;
+extern const std::span<const CaptionEntry> kEditTodo;
 extern const std::span<const CaptionEntry> kNotepad;
 extern const std::span<const CaptionEntry> kEditNotepad;
 extern const std::span<const CaptionEntry> kDiary;

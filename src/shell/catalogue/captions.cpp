@@ -26,6 +26,8 @@ const std::array kForms = {
     FormTable{"frmEditCategories", captions::kEditCategories},
     FormTable{"frmEditBudgetNames", captions::kEditBudgetNames},
     FormTable{"frmEditBudgetPaymode", captions::kEditBudgetPaymode},
+    FormTable{"frmTodo", captions::kTodo},
+    FormTable{"frmEditTodo", captions::kEditTodo},
     FormTable{"frmNotepad", captions::kNotepad},
     FormTable{"frmEditNotepad", captions::kEditNotepad},
     FormTable{"frmDiary", captions::kDiary},

@@ -38,8 +38,49 @@ constexpr CaptionEntry kEditTextEntries[] = {
     {"cmdEsc", -1, P::Caption, "Esc"},
 };
 
+constexpr CaptionEntry kTodoEntries[] = {
+    {nullptr, -1, P::Caption, "Tasks"},
+    {"cmdAdd", -1, P::Caption, "New"},
+    {"cmdEdit", -1, P::Caption, "Edit"},
+    {"cmdDelete", -1, P::Caption, "Delete"},
+    {"cmdAdd", -1, P::ToolTipText, "New task (Ctrl+N)"},
+    {"cmdEdit", -1, P::ToolTipText, "Edit the task (Ctrl+E)"},
+    {"cmdDelete", -1, P::ToolTipText, "Delete the task (Ctrl+D)"},
+    {"ShowCompleted", -1, P::Caption, "Show completed tasks"},
+    {"mnuTodoEdit", -1, P::Caption, "&Edit Task"},
+    {"mnuCompleted", -1, P::Caption, "&Completed"},
+    {"mnuTodoPriority", -1, P::Caption, "&Priority"},
+    {"mnuTodoPriority", 0, P::Caption, "&High"},
+    {"mnuTodoPriority", 1, P::Caption, "&Normal"},
+    {"mnuTodoPriority", 2, P::Caption, "&Low"},
+    {"mnuTodoRCDueDate", -1, P::Caption, "&Due Date"},
+    {"mnuTodoRCDueDateChooseDate", -1, P::Caption, "&Choose Date..."},
+    {"mnuTodoRCDueDateNoDate", -1, P::Caption, "&No Date"},
+    {"mnuTodoDeleteItem", -1, P::Caption, "&Delete Task"},
+    {"mnuTodoDeleteCompleted", -1, P::Caption, "Delete Completed &Tasks"},
+    {"mnuTodoDeleteAll", -1, P::Caption, "Delete &All Tasks"},
+};
+
+constexpr CaptionEntry kEditTodoEntries[] = {
+    {nullptr, -1, P::Caption, "Task"},
+    {"lblTask", -1, P::Caption, "Task:"},
+    {"lblPriority", -1, P::Caption, "Priority:"},
+    {"ctlPri", 0, P::Caption, "High"},
+    {"ctlPri", 1, P::Caption, "Normal"},
+    {"ctlPri", 2, P::Caption, "Low"},
+    {"ctlPrivate", -1, P::Caption, "Private"},
+    {"lblCategory", -1, P::Caption, "Category:"},
+    {"lblDateDue", -1, P::Caption, "Due date:"},
+    {"lblDateCompleted", -1, P::Caption, "Completed:"},
+    {"lblNote", -1, P::Caption, "Note:"},
+    {"cmdOK", -1, P::Caption, "OK"},
+    {"cmdEsc", -1, P::Caption, "Esc"},
+};
+
 } // namespace
 
+const std::span<const CaptionEntry> kTodo = kTodoEntries;
+const std::span<const CaptionEntry> kEditTodo = kEditTodoEntries;
 const std::span<const CaptionEntry> kNotepad = kNotepadEntries;
 const std::span<const CaptionEntry> kEditNotepad = kEditNotepadEntries;
 const std::span<const CaptionEntry> kDiary = kDiaryEntries;

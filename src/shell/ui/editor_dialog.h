@@ -43,10 +43,10 @@ protected:
     bool agreesToCut(const QString& what, const QString& text);
 
     Prompter& m_prompter;
-
-private:
+    // OK: the section's checks and store, then the dialog closes.
     void cmdOK_Click();
 
+private:
     QVBoxLayout* m_body = nullptr;
     QVariantList m_loaded;
     bool m_cancelled = true;

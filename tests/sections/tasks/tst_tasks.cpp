@@ -104,6 +104,30 @@ private Q_SLOTS:
         QCOMPARE(after.descending, descending);
     }
 
+    void dueDateRules_data() {
+        QTest::addColumn<bool>("completed");
+        QTest::addColumn<QDate>("wanted");
+        QTest::addColumn<QDate>("date");
+        QTest::addColumn<int>("message");
+        QTest::addColumn<bool>("refused");
+        QTest::newRow("completed") << true << kToday.addDays(2) << QDate() << 23 << true;
+        QTest::newRow("past becomes today") << false << kToday.addDays(-1) << kToday << 24 << false;
+        QTest::newRow("today") << false << kToday << kToday << 0 << false;
+        QTest::newRow("later") << false << kToday.addDays(9) << kToday.addDays(9) << 0 << false;
+        QTest::newRow("no date") << false << QDate() << QDate() << 0 << false;
+    }
+    void dueDateRules() {
+        QFETCH(bool, completed);
+        QFETCH(QDate, wanted);
+        QFETCH(QDate, date);
+        QFETCH(int, message);
+        QFETCH(bool, refused);
+        const DueDateCheck check = CheckDueDate(completed, wanted, kToday);
+        QCOMPARE(check.date, date);
+        QCOMPARE(check.message, message);
+        QCOMPARE(check.refused, refused);
+    }
+
     // Completing writes the completion day and the flag; opening again clears both. Priority and a missing category
     // number keep the rest of the task as it was.
     void completionPriorityAndCategory() {
