@@ -49,7 +49,7 @@ constexpr CaptionEntry kTodoEntries[] = {
     {"ShowCompleted", -1, P::Caption, "Show completed tasks"},
     {"mnuTodoEdit", -1, P::Caption, "&Edit Task"},
     {"mnuCompleted", -1, P::Caption, "&Completed"},
-    {"mnuTodoPriority", -1, P::Caption, "&Priority"},
+    {"mnuTodoPriorities", -1, P::Caption, "&Priority"},
     {"mnuTodoPriority", 0, P::Caption, "&High"},
     {"mnuTodoPriority", 1, P::Caption, "&Normal"},
     {"mnuTodoPriority", 2, P::Caption, "&Low"},

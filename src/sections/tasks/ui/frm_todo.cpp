@@ -29,9 +29,10 @@ namespace {
 
 using tasks::Column;
 
-// Widths in twips, as the list was laid out; the hidden sort columns have none.
+// Widths in twips, as the list was laid out; the hidden sort columns have none. At 15 twips a pixel every
+// visible column fits a window of the frame's first size.
 constexpr std::array<int, tasks::kColumnCount> kWidths = {4200, 1200, 690, 600, 600, 1800, 1200, 0, 0, 0};
-constexpr int kTwipsPerPixel = 10;
+constexpr int kTwipsPerPixel = 15;
 constexpr int kFirstCaption = 289;
 
 } // namespace
@@ -122,7 +123,7 @@ void frmTodo::buildMenus() {
     mnuTodoDeleteCompleted = action("mnuTodoDeleteCompleted", [this] { DeleteCompleted(); });
     mnuTodoDeleteAll = action("mnuTodoDeleteAll", [this] { DeleteAll(); });
     mnuCompleted = action("mnuCompleted", [this] { ToggleCompleted(); });
-    mnuTodoPriorityMenu = Named<QMenu>(this, QStringLiteral("mnuTodoPriority"));
+    mnuTodoPriorityMenu = Named<QMenu>(this, QStringLiteral("mnuTodoPriorities"));
     for (int i = 0; i < 3; ++i) {
         mnuTodoPriority[static_cast<std::size_t>(i)] = mnuTodoPriorityMenu->addAction(QString());
         mnuTodoPriority[static_cast<std::size_t>(i)]->setObjectName(ArrayElementName("mnuTodoPriority", i));

@@ -123,6 +123,21 @@ private Q_SLOTS:
         QCOMPARE(rows(), (QStringList{"d overdue", "c done", "b later", "a undated"}));
     }
 
+    // The priority menu is a menu of its own beside its three levels, each with its caption.
+    void priorityMenuAndLevels() {
+        QCOMPARE(m_form->mnuTodoPriorityMenu->title(), QStringLiteral("&Priority"));
+        QStringList levels;
+        for (QAction* a : m_form->mnuTodoPriority) {
+            levels << a->text();
+        }
+        QCOMPARE(levels, (QStringList{"&High", "&Normal", "&Low"}));
+        const std::int32_t key = seed(QStringLiteral("Sort the photos"), Normal, {});
+        m_form->ShowListItems(key);
+        m_form->mnuTodoPriority[0]->trigger();
+        QCOMPARE(rows(kPriority), QStringList{QStringLiteral("X X X")});
+        QCOMPARE(m_form->selectedKey(), key);
+    }
+
     // The deletions ask first; deleting all removes the section's categories too.
     void deletions() {
         seed(QStringLiteral("Open"), Normal, {});
