@@ -9,7 +9,7 @@ const QString kPassphrase = QStringLiteral("correct horse 1");
 
 } // namespace
 
-// The memo and diary commands as a script runs them, on a copy of basic.nct in a folder of its own.
+// The memo, diary and task commands as a script runs them, on a copy of basic.nct in a folder of its own.
 class TestCliSections : public QObject {
     Q_OBJECT
 
@@ -75,6 +75,37 @@ private Q_SLOTS:
         QCOMPARE(cli({"diary", "list", m_file, "--from", "2024-03-13", "--to", "2024-03-19"}).out, QString());
     }
 
+    // Tasks in the list's order: open before done, overdue first, by due date, by priority.
+    void taskRoundTrip() {
+        const QString tomorrow = QDate::currentDate().addDays(1).toString(Qt::ISODate);
+        const int later = keyOf({"task", "add", m_file, "--subject", "File the taxes", "--due", "2079-01-13"});
+        const int soon = keyOf({"task", "add", m_file, "--subject", "Call\tmum", "--due", tomorrow, "--priority",
+                                "high", "--private", "--note", "birthday"});
+        const int undated = keyOf({"task", "add", m_file, "--subject", "Paint the fence", "--priority", "LOW"});
+        QVERIFY(later > 0 && soon > later && undated > soon);
+        QCOMPARE(cli({"task", "list", m_file}).out,
+                 QStringLiteral("%1\tUnfiled\thigh\t%2\topen\tprivate\tCall\\tmum\n"
+                                "%3\tUnfiled\tnormal\t2079-01-13\topen\tpublic\tFile the taxes\n"
+                                "%4\tUnfiled\tlow\t\topen\tpublic\tPaint the fence\n")
+                     .arg(soon)
+                     .arg(tomorrow)
+                     .arg(later)
+                     .arg(undated));
+        QCOMPARE(cli({"task", "done", m_file, QString::number(soon)}).exitCode, 0);
+        const QStringList lines = cli({"task", "list", m_file}).out.split(u'\n', Qt::SkipEmptyParts);
+        QCOMPARE(lines.last().section(u'\t', 4, 4), QDate::currentDate().toString(Qt::ISODate));
+        QVERIFY(!cli({"task", "list", m_file, "--open"}).out.contains(QLatin1String("mum")));
+        QCOMPARE(cli({"task", "done", m_file, QString::number(soon), "--undo"}).exitCode, 0);
+        QVERIFY(cli({"task", "list", m_file, "--open"}).out.contains(QLatin1String("mum")));
+        QCOMPARE(cli({"task", "delete", m_file, QString::number(undated)}).exitCode, 0);
+        QVERIFY(!cli({"task", "list", m_file}).out.contains(QLatin1String("fence")));
+        // A day gone by is due today, and the person is told.
+        const CliResult past = cli({"task", "add", m_file, "--subject", "Late", "--due", "2001-01-01"});
+        QCOMPARE(past.exitCode, 0);
+        QVERIFY(past.err.contains(QLatin1String("Date in the past!")));
+        QVERIFY(cli({"task", "list", m_file}).out.contains(QDate::currentDate().toString(Qt::ISODate) + "\topen"));
+    }
+
     // Refused with words that say why, and nothing changed; FILE and DIARY stand for the file and a diary key.
     void refusals_data() {
         QTest::addColumn<QStringList>("args");
@@ -94,6 +125,18 @@ private Q_SLOTS:
                                                         "12.03.2024", "--to", "2024-03-31"}
                                          << 2 << badDate;
         QTest::newRow("no last day") << QStringList{"diary", "list", "FILE", "--from", "2024-03-01"} << 2 << badDate;
+        QTest::newRow("a diary entry is no task")
+            << QStringList{"task", "done", "FILE", "DIARY"} << 1 << "record DIARY is not a task";
+        QTest::newRow("task without subject")
+            << QStringList{"task", "add", "FILE", "--subject", " "} << 1 << "Task description missing!";
+        QTest::newRow("due past the last day kept")
+            << QStringList{"task", "add", "FILE", "--subject", "x", "--due", "2079-01-14"} << 1
+            << "A due date can be at most 2079-01-13.";
+        QTest::newRow("unknown priority")
+            << QStringList{"task", "add", "FILE", "--subject", "x", "--priority", "urgent"} << 1 << "not 'urgent'";
+        QTest::newRow("unknown task category")
+            << QStringList{"task", "add", "FILE", "--subject", "x", "--category", "Nowhere"} << 1
+            << "there is no such category: 'Nowhere'";
     }
     void refusals() {
         QFETCH(QStringList, args);

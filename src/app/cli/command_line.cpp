@@ -2,6 +2,9 @@
 
 #include "app/cli/cli_prompter.h"
 #include "app/cli/records.h"
+#include "base/result.h"
+#include "sections/categories/categories.h"
+#include "sections/record_store.h"
 #include "shell/open_sequence.h"
 #include "shell/session.h"
 
@@ -126,6 +129,45 @@ QString OneLine(const QString& text) {
         }
     }
     return line;
+}
+
+ListEntries CategoryEntries(Store& store, int section) {
+    ListEntries entries;
+    categories::FillCategoryEntries(store, entries, section, {.addUnfiled = true});
+    return entries;
+}
+
+QString CategoryName(const ListEntries& entries, int id) {
+    for (const ListEntry& e : entries) {
+        if (e.itemData == id) {
+            return EntryName(e);
+        }
+    }
+    return {};
+}
+
+std::optional<int> ChosenCategory(const CommandLine& line, Store& store, int section, bool allWithout) {
+    if (!line.isSet(QStringLiteral("category"))) {
+        return allWithout ? records::kAllCategories : categories::kUnfiled;
+    }
+    const QString name = line.value(QStringLiteral("category"));
+    const std::optional<int> id = EntryNamed(CategoryEntries(store, section), name);
+    if (!id) {
+        line.fail(QStringLiteral("there is no such category: '%1'").arg(name));
+    }
+    return id;
+}
+
+QString NoRecord(std::int32_t key, const Result& r, const char* what) {
+    if (r.kind() == Result::Kind::Engine) {
+        return r.text();
+    }
+    return r.ok() ? QStringLiteral("there is no record %1").arg(key)
+                  : QStringLiteral("record %1 is not a %2").arg(key).arg(QLatin1String(what));
+}
+
+int Report(const CommandLine& line, const Result& r) {
+    return r.ok() ? kExitOk : line.fail(r.text());
 }
 
 } // namespace cli

@@ -11,6 +11,8 @@
 #include <optional>
 
 class Session;
+class Store;
+class Result;
 
 // What every command of a section shares: its options parsed by QCommandLineParser, the file opened through
 // the full open sequence with one passphrase attempt, and the exit codes.
@@ -64,5 +66,17 @@ std::optional<int> EntryNamed(const ListEntries& entries, const QString& name, q
 
 // A text on one output line: line breaks and tabs written as \n and \t, a backslash doubled.
 QString OneLine(const QString& text);
+
+// A section's categories as its records are filed: "Unfiled" and the named ones.
+ListEntries CategoryEntries(Store& store, int section);
+// The name of category `id` among `entries`; empty when there is none.
+QString CategoryName(const ListEntries& entries, int id);
+// The category named by --category: without the option all categories (`allWithout`) or "Unfiled"; absent,
+// with a message, for a name the section does not have.
+std::optional<int> ChosenCategory(const CommandLine& line, Store& store, int section, bool allWithout);
+// Why record `key` could not be read as one of `what` (the result of reading it).
+QString NoRecord(std::int32_t key, const Result& r, const char* what);
+// Exit code of a store's result, with its message on failure.
+int Report(const CommandLine& line, const Result& r);
 
 } // namespace cli

@@ -2,6 +2,7 @@
 #include "budget/budget_commands.h"
 #include "sections/diary/diary_commands.h"
 #include "sections/memos/memo_commands.h"
+#include "sections/tasks/task_commands.h"
 #include "shell/process_guard.h"
 
 #include <QCoreApplication>
@@ -29,6 +30,9 @@ void Usage(QTextStream& err) {
            "  memo list|add|show|delete FILE ...\n"
            "                              the memos: subjects by category, a new memo, one memo, deleting one\n"
            "  diary list|set FILE ...     the diary's entries of a period, the entry of a day\n"
+           "  task list|add|done|delete FILE ...\n"
+           "                              the tasks in the list's order, a new task, a task done (or open again),\n"
+           "                              deleting one\n"
            "Passphrases are read from the terminal, or line by line from standard input.\n";
 }
 
@@ -69,6 +73,7 @@ int main(int argc, char* argv[]) {
         {"budget", budget::BudgetCommand},
         {"memo", memos::MemoCommand},
         {"diary", diary::DiaryCommand},
+        {"task", tasks::TaskCommand},
     };
     for (const auto& [name, run] : commands) {
         if (command == QLatin1String(name)) {

@@ -20,46 +20,6 @@ constexpr const char* kUsage = "memo list FILE [--category NAME]\n"
                                "       noctaria-cli memo show FILE KEY\n"
                                "       noctaria-cli memo delete FILE KEY";
 
-ListEntries CategoryEntries(Store& store) {
-    ListEntries entries;
-    categories::FillCategoryEntries(store, entries, kMemoSection, {.addUnfiled = true});
-    return entries;
-}
-
-QString CategoryName(const ListEntries& entries, int id) {
-    for (const ListEntry& e : entries) {
-        if (e.itemData == id) {
-            return cli::EntryName(e);
-        }
-    }
-    return {};
-}
-
-// The category named on the command line; "Unfiled" without one. Absent, with a message, for an unknown name.
-std::optional<int> ChosenCategory(const CommandLine& line, Store& store, bool allWithout) {
-    if (!line.isSet(QStringLiteral("category"))) {
-        return allWithout ? records::kAllCategories : categories::kUnfiled;
-    }
-    const QString name = line.value(QStringLiteral("category"));
-    const std::optional<int> id = cli::EntryNamed(CategoryEntries(store), name);
-    if (!id) {
-        line.fail(QStringLiteral("there is no memo category '%1'").arg(name));
-    }
-    return id;
-}
-
-QString NoMemo(std::int32_t key, const Result& r) {
-    if (r.kind() == Result::Kind::Engine) {
-        return r.text();
-    }
-    return r.ok() ? QStringLiteral("there is no record %1").arg(key)
-                  : QStringLiteral("record %1 is not a memo").arg(key);
-}
-
-int Report(const CommandLine& line, const Result& r) {
-    return r.ok() ? cli::kExitOk : line.fail(r.text());
-}
-
 int List(const QStringList& args, cli::Streams io) {
     CommandLine line(io, kUsage, {cli::ValueOption("category", "the category's name")});
     if (!line.parse(args, 1)) {
@@ -67,15 +27,15 @@ int List(const QStringList& args, cli::Streams io) {
     }
     return cli::WithOpenFile(io, line.words()[0], [&](Session& session) {
         Store& store = session.store();
-        const std::optional<int> category = ChosenCategory(line, store, true);
+        const std::optional<int> category = cli::ChosenCategory(line, store, kMemoSection, true);
         if (!category) {
             return cli::kExitFailed;
         }
         // Whoever gives the passphrase on the command line sees the private memos too.
         store.hidePrivate = false;
-        const ListEntries entries = CategoryEntries(store);
+        const ListEntries entries = cli::CategoryEntries(store, kMemoSection);
         for (const records::ListedTitle& t : ListMemos(store, *category)) {
-            io.out << t.key << '\t' << CategoryName(entries, t.category) << '\t' << cli::OneLine(t.title) << '\n';
+            io.out << t.key << '\t' << cli::CategoryName(entries, t.category) << '\t' << cli::OneLine(t.title) << '\n';
         }
         return cli::kExitOk;
     });
@@ -102,7 +62,7 @@ int Add(const QStringList& args, cli::Streams io) {
     }
     return cli::WithOpenFile(io, line.words()[0], [&](Session& session) {
         Store& store = session.store();
-        const std::optional<int> category = ChosenCategory(line, store, false);
+        const std::optional<int> category = cli::ChosenCategory(line, store, kMemoSection, false);
         if (!category) {
             return cli::kExitFailed;
         }
@@ -114,7 +74,7 @@ int Add(const QStringList& args, cli::Streams io) {
         if (r.ok()) {
             io.out << memo.key << '\n';
         }
-        return Report(line, r);
+        return cli::Report(line, r);
     });
 }
 
@@ -128,9 +88,10 @@ int Show(const QStringList& args, cli::Streams io) {
         Result r;
         const std::optional<Memo> memo = LoadMemo(session.store(), key, &r);
         if (!memo) {
-            return line.fail(NoMemo(key, r));
+            return line.fail(cli::NoRecord(key, r, "memo"));
         }
-        io.out << memo->key << '\t' << CategoryName(CategoryEntries(session.store()), memo->category) << '\t'
+        io.out << memo->key << '\t'
+               << cli::CategoryName(cli::CategoryEntries(session.store(), kMemoSection), memo->category) << '\t'
                << (memo->isPrivate ? "private" : "public") << '\t'
                << memo->created.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")) << '\t'
                << memo->modified.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")) << '\t' << cli::OneLine(memo->subject)
@@ -149,9 +110,9 @@ int Delete(const QStringList& args, cli::Streams io) {
     return cli::WithOpenFile(io, line.words()[0], [&](Session& session) {
         Result r;
         if (!records::LoadRow(session.store(), kMemoSection, key, &r)) {
-            return line.fail(NoMemo(key, r));
+            return line.fail(cli::NoRecord(key, r, "memo"));
         }
-        return Report(line, DeleteMemo(session.store(), key));
+        return cli::Report(line, DeleteMemo(session.store(), key));
     });
 }
 

@@ -120,9 +120,17 @@ QString PriorityMark(int priority) {
     }
 }
 
+QDate LatestDueDate() {
+    return records::DateOfDayNumber(32767, kDueDayBase);
+}
+
 DueDateCheck CheckDueDate(bool completed, const QDate& wanted, const QDate& today) {
     if (completed) {
         return {.message = 23, .refused = true};
+    }
+    if (wanted.isValid() && wanted > LatestDueDate()) {
+        return {.refused = true,
+                .problem = QStringLiteral("A due date can be at most %1.").arg(LatestDueDate().toString(Qt::ISODate))};
     }
     if (wanted.isValid() && wanted < today) {
         return {.date = today, .message = 24};

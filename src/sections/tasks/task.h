@@ -67,12 +67,17 @@ TodoSort SortAfterClick(const TodoSort& last, int clicked);
 // "X X X" for high, "X X" for normal, "X" for low.
 QString PriorityMark(int priority);
 
-// A due date as the person sets it: refused for a completed task (message 23), today for a day in the past
-// (message 24, a warning); no date and later days as they are.
+// The last day a due date can be kept on: its day number has 16 bits.
+QDate LatestDueDate();
+
+// A due date as the person sets it: refused for a completed task (message 23) and past the last day it can be
+// kept on (`problem` says so), today for a day in the past (message 24, a warning); no date and other days as
+// they are.
 struct DueDateCheck {
     QDate date;
     int message = 0;
     bool refused = false;
+    QString problem;
 };
 DueDateCheck CheckDueDate(bool completed, const QDate& wanted, const QDate& today);
 

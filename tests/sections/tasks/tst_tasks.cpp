@@ -115,6 +115,8 @@ private Q_SLOTS:
         QTest::newRow("today") << false << kToday << kToday << 0 << false;
         QTest::newRow("later") << false << kToday.addDays(9) << kToday.addDays(9) << 0 << false;
         QTest::newRow("no date") << false << QDate() << QDate() << 0 << false;
+        QTest::newRow("the last day kept") << false << QDate(2079, 1, 13) << QDate(2079, 1, 13) << 0 << false;
+        QTest::newRow("a day too late") << false << QDate(2079, 1, 14) << QDate() << 0 << true;
     }
     void dueDateRules() {
         QFETCH(bool, completed);

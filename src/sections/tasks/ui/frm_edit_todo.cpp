@@ -1,6 +1,7 @@
 #include "sections/tasks/ui/frm_edit_todo.h"
 
 #include "base/messages.h"
+#include "sections/record_store.h"
 #include "sections/ui/category_filter.h"
 #include "shell/catalogue/captions.h"
 #include "shell/ui/apply_captions.h"
@@ -10,6 +11,7 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDateEdit>
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -33,7 +35,11 @@ frmEditTodo::frmEditTodo(Store& store, const tasks::Task& task, QWidget* parent)
     cboCategory = m_category->combo;
     cmdEditCat = m_category->editButton;
     ctlDateDue = Named<OptionalDateEdit>(this, QStringLiteral("ctlDateDue"));
+    ctlDateDue->edit->setMaximumDate(tasks::LatestDueDate());
     ctlDateCompleted = Named<OptionalDateEdit>(this, QStringLiteral("ctlDateCompleted"));
+    // Only days whose day number the row can keep, so that no date typed is dropped on the way to the file.
+    ctlDateCompleted->edit->setDateRange(records::DateOfDayNumber(2, tasks::kDoneDayBase),
+                                         records::DateOfDayNumber(32767, tasks::kDoneDayBase));
     auto* priorities = new QHBoxLayout;
     for (int i = 0; i < 3; ++i) {
         ctlPri[static_cast<std::size_t>(i)] = Named<QRadioButton>(this, ArrayElementName("ctlPri", i));
@@ -84,8 +90,9 @@ void frmEditTodo::ctlDateDue_Change(const QDate& date, const QDate& before) {
     const QDate wanted = date.isValid() && !before.isValid() ? QDate::currentDate() : date;
     const tasks::DueDateCheck check =
         tasks::CheckDueDate(ctlDateCompleted->date().isValid(), wanted, QDate::currentDate());
-    if (check.message != 0) {
-        m_prompter.message(check.message, MsgText(check.message), Prompter::Buttons::Ok,
+    if (check.message != 0 || !check.problem.isEmpty()) {
+        m_prompter.message(check.message, check.message != 0 ? MsgText(check.message) : check.problem,
+                           Prompter::Buttons::Ok,
                            check.refused ? Prompter::Icon::Information : Prompter::Icon::Warning);
     }
     ctlDateDue->setDate(check.refused ? before : check.date);

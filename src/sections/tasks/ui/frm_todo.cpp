@@ -362,8 +362,9 @@ void frmTodo::SetDueDate(bool none) {
         wanted = prompt->date();
     }
     const tasks::DueDateCheck check = tasks::CheckDueDate(task->completed, wanted, QDate::currentDate());
-    if (check.message != 0) {
-        m_session.prompter.message(check.message, MsgText(check.message), Prompter::Buttons::Ok,
+    if (check.message != 0 || !check.problem.isEmpty()) {
+        m_session.prompter.message(check.message, check.message != 0 ? MsgText(check.message) : check.problem,
+                                   Prompter::Buttons::Ok,
                                    check.refused ? Prompter::Icon::Information : Prompter::Icon::Warning);
     }
     if (check.refused) {
