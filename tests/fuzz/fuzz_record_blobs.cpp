@@ -1,11 +1,12 @@
 // The records read through the field codec, each on any bytes: the preferences, a user's options, a budget
-// transaction, a memo and a diary entry.
+// transaction, a memo, a task and a diary entry.
 
 #include "fuzz_support.h"
 
 #include "budget/transaction.h"
 #include "sections/diary/diary.h"
 #include "sections/memos/memo.h"
+#include "sections/tasks/task.h"
 #include "store/preferences.h"
 #include "store/store.h"
 #include "store/users.h"
@@ -26,6 +27,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     budget::DecodeTransactionBlob(blob, transaction);
     memos::Memo memo;
     memos::DecodeMemoBlob(blob, memo);
+    tasks::Task task;
+    tasks::DecodeTaskBlob(blob, task);
     diary::DiaryEntry entry;
     diary::DecodeDiaryBlob(blob, entry);
     return 0;

@@ -11,6 +11,7 @@
 #include "sections/categories/categories.h"
 #include "sections/diary/diary.h"
 #include "sections/memos/memo.h"
+#include "sections/tasks/task.h"
 #include "store/backup.h"
 #include "store/codepage.h"
 #include "store/conversion.h"
@@ -86,7 +87,9 @@ void CodecSeeds(SeedWriter& out) {
     const QByteArray memoBlob = memos::MemoBlob(memo);
     const QByteArray diaryBlob =
         diary::DiaryBlob({.key = -1, .owner = 1, .date = QDate(2026, 1, 2), .text = QStringLiteral("An entry")});
-    for (const QByteArray& blob : {prefs, options, transaction, memoBlob, diaryBlob}) {
+    const QByteArray taskBlob = tasks::TaskBlob(
+        {.owner = 1, .isPrivate = true, .subject = QStringLiteral("A task"), .memo = QStringLiteral("Its note")});
+    for (const QByteArray& blob : {prefs, options, transaction, memoBlob, taskBlob, diaryBlob}) {
         out.add(QStringLiteral("fuzz_record_blobs"), blob);
         out.add(QStringLiteral("fuzz_field_codec"), blob);
     }

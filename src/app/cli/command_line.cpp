@@ -170,4 +170,20 @@ int Report(const CommandLine& line, const Result& r) {
     return r.ok() ? kExitOk : line.fail(r.text());
 }
 
+int WithRecord(const QStringList& args, Streams io, const char* usage, const QList<QCommandLineOption>& options,
+               int section, const char* what, const RecordBody& body) {
+    CommandLine line(io, QString::fromLatin1(usage), options);
+    const std::int32_t key = line.parse(args, 2) ? line.key(1) : 0;
+    if (key == 0) {
+        return kExitUsage;
+    }
+    return WithOpenFile(io, line.words()[0], [&](Session& session) {
+        Result r;
+        if (!records::LoadRow(session.store(), section, key, &r)) {
+            return line.fail(NoRecord(key, r, what));
+        }
+        return body(line, session.store(), key);
+    });
+}
+
 } // namespace cli

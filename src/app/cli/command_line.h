@@ -78,5 +78,10 @@ std::optional<int> ChosenCategory(const CommandLine& line, Store& store, int sec
 QString NoRecord(std::int32_t key, const Result& r, const char* what);
 // Exit code of a store's result, with its message on failure.
 int Report(const CommandLine& line, const Result& r);
+// Runs a verb that takes FILE KEY: parses `args` with `options`, opens the file, and runs `body` on the record
+// `key` once it is known to be one of `section` (called `what` in the refusal).
+using RecordBody = std::function<int(const CommandLine& line, Store& store, std::int32_t key)>;
+int WithRecord(const QStringList& args, Streams io, const char* usage, const QList<QCommandLineOption>& options,
+               int section, const char* what, const RecordBody& body);
 
 } // namespace cli

@@ -79,41 +79,27 @@ int Add(const QStringList& args, cli::Streams io) {
 }
 
 int Show(const QStringList& args, cli::Streams io) {
-    CommandLine line(io, kUsage, {});
-    const std::int32_t key = line.parse(args, 2) ? line.key(1) : 0;
-    if (key == 0) {
-        return cli::kExitUsage;
-    }
-    return cli::WithOpenFile(io, line.words()[0], [&](Session& session) {
-        Result r;
-        const std::optional<Memo> memo = LoadMemo(session.store(), key, &r);
-        if (!memo) {
-            return line.fail(cli::NoRecord(key, r, "memo"));
-        }
-        io.out << memo->key << '\t'
-               << cli::CategoryName(cli::CategoryEntries(session.store(), kMemoSection), memo->category) << '\t'
-               << (memo->isPrivate ? "private" : "public") << '\t'
-               << memo->created.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")) << '\t'
-               << memo->modified.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")) << '\t' << cli::OneLine(memo->subject)
-               << '\n'
-               << memo->text << '\n';
-        return cli::kExitOk;
-    });
+    return cli::WithRecord(
+        args, io, kUsage, {}, kMemoSection, "memo", [io](const CommandLine&, Store& store, std::int32_t key) {
+            const std::optional<Memo> memo = LoadMemo(store, key);
+            if (!memo) {
+                return cli::kExitFailed;
+            }
+            io.out << memo->key << '\t' << cli::CategoryName(cli::CategoryEntries(store, kMemoSection), memo->category)
+                   << '\t' << (memo->isPrivate ? "private" : "public") << '\t'
+                   << memo->created.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")) << '\t'
+                   << memo->modified.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")) << '\t'
+                   << cli::OneLine(memo->subject) << '\n'
+                   << memo->text << '\n';
+            return cli::kExitOk;
+        });
 }
 
 int Delete(const QStringList& args, cli::Streams io) {
-    CommandLine line(io, kUsage, {});
-    const std::int32_t key = line.parse(args, 2) ? line.key(1) : 0;
-    if (key == 0) {
-        return cli::kExitUsage;
-    }
-    return cli::WithOpenFile(io, line.words()[0], [&](Session& session) {
-        Result r;
-        if (!records::LoadRow(session.store(), kMemoSection, key, &r)) {
-            return line.fail(cli::NoRecord(key, r, "memo"));
-        }
-        return cli::Report(line, DeleteMemo(session.store(), key));
-    });
+    return cli::WithRecord(args, io, kUsage, {}, kMemoSection, "memo",
+                           [](const CommandLine& line, Store& store, std::int32_t key) {
+                               return cli::Report(line, DeleteMemo(store, key));
+                           });
 }
 
 } // namespace

@@ -114,35 +114,20 @@ int Add(const QStringList& args, cli::Streams io) {
     });
 }
 
-// Runs `body` on the task named by the command's second word.
-int OnTask(const QStringList& args, cli::Streams io, const QList<QCommandLineOption>& options,
-           const std::function<int(const CommandLine&, Store&, std::int32_t)>& body) {
-    CommandLine line(io, kUsage, options);
-    const std::int32_t key = line.parse(args, 2) ? line.key(1) : 0;
-    if (key == 0) {
-        return cli::kExitUsage;
-    }
-    return cli::WithOpenFile(io, line.words()[0], [&](Session& session) {
-        Result r;
-        if (!records::LoadRow(session.store(), kTaskSection, key, &r)) {
-            return line.fail(cli::NoRecord(key, r, "task"));
-        }
-        return body(line, session.store(), key);
-    });
-}
-
 int Done(const QStringList& args, cli::Streams io) {
-    return OnTask(args, io, {QCommandLineOption(QStringLiteral("undo"), QStringLiteral("open the task again"))},
-                  [](const CommandLine& line, Store& store, std::int32_t key) {
-                      return cli::Report(
-                          line, SetCompleted(store, key, !line.isSet(QStringLiteral("undo")), QDate::currentDate()));
-                  });
+    return cli::WithRecord(args, io, kUsage,
+                           {QCommandLineOption(QStringLiteral("undo"), QStringLiteral("open the task again"))},
+                           kTaskSection, "task", [](const CommandLine& line, Store& store, std::int32_t key) {
+                               return cli::Report(line, SetCompleted(store, key, !line.isSet(QStringLiteral("undo")),
+                                                                     QDate::currentDate()));
+                           });
 }
 
 int Delete(const QStringList& args, cli::Streams io) {
-    return OnTask(args, io, {}, [](const CommandLine& line, Store& store, std::int32_t key) {
-        return cli::Report(line, DeleteTask(store, key));
-    });
+    return cli::WithRecord(args, io, kUsage, {}, kTaskSection, "task",
+                           [](const CommandLine& line, Store& store, std::int32_t key) {
+                               return cli::Report(line, DeleteTask(store, key));
+                           });
 }
 
 } // namespace
