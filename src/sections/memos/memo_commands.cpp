@@ -80,10 +80,10 @@ int Add(const QStringList& args, cli::Streams io) {
 
 int Show(const QStringList& args, cli::Streams io) {
     return cli::WithRecord(
-        args, io, kUsage, {}, kMemoSection, "memo", [io](const CommandLine&, Store& store, std::int32_t key) {
+        args, io, kUsage, {}, kMemoSection, "memo", [io](const CommandLine& line, Store& store, std::int32_t key) {
             const std::optional<Memo> memo = LoadMemo(store, key);
             if (!memo) {
-                return cli::kExitFailed;
+                return line.fail(QStringLiteral("memo %1 cannot be read").arg(key));
             }
             io.out << memo->key << '\t' << cli::CategoryName(cli::CategoryEntries(store, kMemoSection), memo->category)
                    << '\t' << (memo->isPrivate ? "private" : "public") << '\t'
