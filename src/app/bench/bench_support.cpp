@@ -58,17 +58,28 @@ Prompter::PassphraseReply BenchPrompter::passphrase(const PassphraseRequest&) {
     return reply;
 }
 
-void RedirectSettings(const QString& dir) {
-    QSettings::setDefaultFormat(QSettings::IniFormat);
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, dir);
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, dir);
+BenchFile::BenchFile(QTextStream& err)
+    : m_err(err)
+    , m_prompter(err)
+    , m_session(std::make_unique<Session>(m_prompter)) {}
+
+BenchFile::~BenchFile() {
+    open_sequence::CloseDatabase(*m_session);
 }
 
-bool MakeSessionDatabase(Session& session, const QString& path, QTextStream& err) {
-    session.CreatingDefault = true;
-    session.DbPath = path;
-    if (const int error = open_sequence::NewDatabase(session)) {
-        err << "noctaria-bench: the database could not be made: " << error << '\n';
+bool BenchFile::open(const QString& name) {
+    if (!m_dir.isValid()) {
+        m_err << "noctaria-bench: no temporary directory: " << m_dir.errorString() << '\n';
+        return false;
+    }
+    const QString settings = m_dir.filePath(QStringLiteral("settings"));
+    QSettings::setDefaultFormat(QSettings::IniFormat);
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, settings);
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settings);
+    m_session->CreatingDefault = true;
+    m_session->DbPath = m_dir.filePath(name);
+    if (const int error = open_sequence::NewDatabase(*m_session)) {
+        m_err << "noctaria-bench: the database could not be made: " << error << '\n';
         return false;
     }
     return true;

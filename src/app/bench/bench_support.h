@@ -5,6 +5,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QTemporaryDir>
 
 #include <sqlite3.h>
 
@@ -41,12 +42,26 @@ private:
     bool m_answered = false;
 };
 
-// Keeps what the program remembers (last file, last user) in `dir`, away from the settings of whoever runs this.
-void RedirectSettings(const QString& dir);
+// A new database in a temporary folder of its own, made and opened through the program's own sequence, with what
+// the program remembers (last file, last user) kept there too, away from the settings of whoever runs this.
+// Closed and removed with the object.
+class BenchFile {
+public:
+    explicit BenchFile(QTextStream& err);
+    ~BenchFile();
+    BenchFile(const BenchFile&) = delete;
+    BenchFile& operator=(const BenchFile&) = delete;
 
-// Makes and opens a new database file at `path` through the program's own sequence; false, with the reason on
-// `err`, when that fails.
-bool MakeSessionDatabase(Session& session, const QString& path, QTextStream& err);
+    // Makes the file `name`; false, with the reason on the error stream, when that fails.
+    bool open(const QString& name);
+    Session& session() { return *m_session; }
+
+private:
+    QTextStream& m_err;
+    QTemporaryDir m_dir;
+    BenchPrompter m_prompter;
+    std::unique_ptr<Session> m_session;
+};
 
 using Statement = std::unique_ptr<sqlite3_stmt, decltype(&sqlite3_finalize)>;
 

@@ -8,7 +8,6 @@
 #include "budget/transaction.h"
 #include "budget/transaction_list.h"
 #include "sections/categories/categories.h"
-#include "shell/open_sequence.h"
 #include "shell/session.h"
 #include "store/cipher_workers.h"
 #include "store/cry.h"
@@ -20,7 +19,6 @@
 #include <QHash>
 #include <QLocale>
 #include <QStringList>
-#include <QTemporaryDir>
 #include <QTextStream>
 
 #include <botan/cipher_mode.h>
@@ -309,17 +307,11 @@ int BalanceLimit(sqlite3* db, const CRY::SecureBytes& keys, int firstDay, int la
 }
 
 int Run(QTextStream& out, QTextStream& err) {
-    QTemporaryDir dir;
-    if (!dir.isValid()) {
-        err << "noctaria-bench: no temporary directory: " << dir.errorString() << '\n';
+    BenchFile file(err);
+    if (!file.open(QStringLiteral("budget.nct"))) {
         return 1;
     }
-    RedirectSettings(dir.filePath(QStringLiteral("settings")));
-    BenchPrompter prompter(err);
-    Session session(prompter);
-    if (!MakeSessionDatabase(session, dir.filePath(QStringLiteral("budget.nct")), err)) {
-        return 1;
-    }
+    Session& session = file.session();
     Store& store = session.store();
 
     const QDate today = QDate::currentDate();
@@ -408,7 +400,6 @@ int Run(QTextStream& out, QTextStream& err) {
         << QString::number(listMs, 'f', 1) << " ms)\n";
     out.flush();
 
-    open_sequence::CloseDatabase(session);
     return ok ? 0 : 1;
 }
 

@@ -7,7 +7,6 @@
 #include "sections/diary/diary.h"
 #include "sections/memos/memo.h"
 #include "sections/record_store.h"
-#include "shell/open_sequence.h"
 #include "shell/session.h"
 #include "store/cry.h"
 #include "store/sqlite.h"
@@ -18,7 +17,6 @@
 #include <QElapsedTimer>
 #include <QFileInfo>
 #include <QStringList>
-#include <QTemporaryDir>
 #include <QTextStream>
 #include <QTime>
 #include <QVector>
@@ -402,17 +400,11 @@ Side Timed(const std::function<bool()>& work) {
 }
 
 int Run(QTextStream& out, QTextStream& err) {
-    QTemporaryDir dir;
-    if (!dir.isValid()) {
-        err << "noctaria-bench: no temporary directory: " << dir.errorString() << '\n';
+    BenchFile file(err);
+    if (!file.open(QStringLiteral("sections.nct"))) {
         return 1;
     }
-    RedirectSettings(dir.filePath(QStringLiteral("settings")));
-    BenchPrompter prompter(err);
-    Session session(prompter);
-    if (!MakeSessionDatabase(session, dir.filePath(QStringLiteral("sections.nct")), err)) {
-        return 1;
-    }
+    Session& session = file.session();
     Store& store = session.store();
 
     const QDateTime clock = QDateTime::currentDateTime();
@@ -522,7 +514,6 @@ int Run(QTextStream& out, QTextStream& err) {
     }
     out.flush();
 
-    open_sequence::CloseDatabase(session);
     return ok ? 0 : 1;
 }
 
