@@ -37,14 +37,18 @@ void ReadColumns(const Row& row, Task& task) {
     task.done = DayOf(row.integer(Col::fR2), kDoneDayBase);
 }
 
-Result Changed(Store& store, std::int32_t key, const std::function<void(Task&)>& change) {
+Result Changed(Store& store, std::int32_t key, Task* stored, const std::function<void(Task&)>& change) {
     Result result;
     std::optional<Task> task = LoadTask(store, key, &result);
     if (!task) {
         return result.ok() ? Result::Message(18) : result;
     }
     change(*task);
-    return StoreTask(store, *task);
+    result = StoreTask(store, *task);
+    if (result.ok() && stored != nullptr) {
+        *stored = *task;
+    }
+    return result;
 }
 
 } // namespace
@@ -219,15 +223,15 @@ QVector<Task> ListTasks(Store& store, const ListFilter& filter) {
     return shown;
 }
 
-Result SetCompleted(Store& store, std::int32_t key, bool completed, const QDate& today) {
-    return Changed(store, key, [&](Task& task) {
+Result SetCompleted(Store& store, std::int32_t key, bool completed, const QDate& today, Task* stored) {
+    return Changed(store, key, stored, [&](Task& task) {
         task.completed = completed;
         task.done = completed ? today : QDate();
     });
 }
 
 Result SetPriority(Store& store, std::int32_t key, int priority) {
-    return Changed(store, key, [&](Task& task) { task.priority = priority; });
+    return Changed(store, key, nullptr, [&](Task& task) { task.priority = priority; });
 }
 
 Result DeleteTask(Store& store, std::int32_t key) {

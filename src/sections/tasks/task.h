@@ -98,8 +98,9 @@ struct ListFilter {
 // The tasks the list shows, in key order: private ones left out while hidden, rows that do not decode dropped.
 QVector<Task> ListTasks(Store& store, const ListFilter& filter);
 
-// Done or open again: a task done today, or with its completion day cleared.
-Result SetCompleted(Store& store, std::int32_t key, bool completed, const QDate& today);
+// Done or open again: a task done today, or with its completion day cleared; `stored`, if given, gets the task
+// as stored.
+Result SetCompleted(Store& store, std::int32_t key, bool completed, const QDate& today, Task* stored = nullptr);
 Result SetPriority(Store& store, std::int32_t key, int priority);
 
 Result DeleteTask(Store& store, std::int32_t key);

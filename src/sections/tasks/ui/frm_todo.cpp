@@ -242,17 +242,17 @@ void frmTodo::rowChecked(QTreeWidgetItem* item, int column) {
     const std::int32_t key = item->data(tasks::kTask, Qt::UserRole).toInt();
     const bool checked = item->checkState(tasks::kTask) == Qt::Checked;
     const QDate today = QDate::currentDate();
-    const Result result = tasks::SetCompleted(m_session.store(), key, checked, today);
+    tasks::Task task;
+    const Result result = tasks::SetCompleted(m_session.store(), key, checked, today, &task);
     ShowResult(m_session.prompter, result);
-    const std::optional<tasks::Task> task = tasks::LoadTask(m_session.store(), key);
-    if (!result.ok() || !ShowCompleted->isChecked() || !task) {
+    if (!result.ok() || !ShowCompleted->isChecked()) {
         // A task done leaves a list without completed ones; the list reads again what the file now holds.
         QMetaObject::invokeMethod(
             this, [this, key] { ShowListItems(key); }, Qt::QueuedConnection);
         return;
     }
     m_filling = true;
-    fillRow(item, *task, today);
+    fillRow(item, task, today);
     m_filling = false;
 }
 
