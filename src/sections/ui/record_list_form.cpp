@@ -14,7 +14,6 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
-#include <QShortcut>
 #include <QSplitter>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -33,17 +32,12 @@ RecordListForm::RecordListForm(Session& session, SectionId section, const QStrin
     txtSearch->setPlaceholderText(tr("Search titles"));
     ListSelect = new QListWidget(this);
     ListSelect->setObjectName(QStringLiteral("ListSelect"));
-    const auto button = [this](const char* name) {
-        auto* b = new QPushButton(this);
-        b->setObjectName(QLatin1String(name));
-        return b;
-    };
-    cmdAdd = button("cmdAdd");
-    cmdEdit = button("cmdEdit");
-    cmdDelete = button("cmdDelete");
-    cmdAdd->setText(tr("New"));
-    cmdEdit->setText(tr("Edit"));
-    cmdDelete->setText(tr("Delete"));
+    const RecordButtons buttons = recordButtons(newTip);
+    cmdAdd = buttons.add;
+    cmdEdit = buttons.edit;
+    cmdDelete = buttons.remove;
+    m_newTool = buttons.newTool;
+    m_commands = buttons.row;
 
     connect(m_filter, &CategoryFilter::changed, this, [this] { ReloadList(selectedKey()); });
     connect(txtSearch, &QLineEdit::textChanged, this, &RecordListForm::applySearch);
@@ -53,30 +47,21 @@ RecordListForm::RecordListForm(Session& session, SectionId section, const QStrin
     });
     connect(ListSelect, &QListWidget::itemDoubleClicked, this, [this] { cmdEdit_Click(); });
     connect(cmdAdd, &QPushButton::clicked, this, [this] { cmdAdd_Click(); });
-    m_newTool = toolAction("tbrNew", "kiNewRecord", newTip);
-    connect(m_newTool, &QAction::triggered, cmdAdd, &QPushButton::click);
     connect(cmdEdit, &QPushButton::clicked, this, [this] { cmdEdit_Click(); });
     connect(cmdDelete, &QPushButton::clicked, this, &RecordListForm::cmdDelete_Click);
-    buttonShortcuts({{QKeySequence(Qt::CTRL | Qt::Key_N), cmdAdd},
-                     {QKeySequence(Qt::CTRL | Qt::Key_E), cmdEdit},
-                     {QKeySequence(Qt::CTRL | Qt::Key_D), cmdDelete}});
 }
 
 void RecordListForm::setPane(QWidget* pane) {
     auto* filter = new QHBoxLayout;
     filter->addWidget(cboCategories, 1);
     filter->addWidget(cmdEditCat);
-    auto* commands = new QHBoxLayout;
-    commands->addWidget(cmdAdd);
-    commands->addWidget(cmdEdit);
-    commands->addWidget(cmdDelete);
     auto* listSide = new QWidget(this);
     auto* left = new QVBoxLayout(listSide);
     left->setContentsMargins(0, 0, 0, 0);
     left->addLayout(filter);
     left->addWidget(txtSearch);
     left->addWidget(ListSelect, 1);
-    left->addLayout(commands);
+    left->addLayout(m_commands);
     auto* splitter = new QSplitter(this);
     splitter->addWidget(listSide);
     splitter->addWidget(pane);

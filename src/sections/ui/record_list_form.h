@@ -73,4 +73,5 @@ private:
     void updateCommands();
     void showCount();
     QAction* m_newTool = nullptr;
+    QHBoxLayout* m_commands = nullptr;
 };

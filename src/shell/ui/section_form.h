@@ -1,15 +1,13 @@
 #pragma once
 
-#include <QAbstractButton>
 #include <QAction>
+#include <QHBoxLayout>
 #include <QIcon>
 #include <QKeySequence>
 #include <QList>
+#include <QPushButton>
 #include <QShortcut>
 #include <QWidget>
-
-#include <initializer_list>
-#include <utility>
 
 // What the frame asks of the form of the open section. The frame puts the form's commands into the section's
 // menu and its buttons onto the command bar while the form is shown and takes them away with it, so no form ever
@@ -31,16 +29,36 @@ Q_SIGNALS:
     void menuChanged();
 
 protected:
-    // Keys of the window for the form's buttons while it is open, wherever the focus is, and only while enabled.
-    void buttonShortcuts(std::initializer_list<std::pair<QKeySequence, QAbstractButton*>> keys) {
-        for (const auto& [sequence, target] : keys) {
-            auto* shortcut = new QShortcut(sequence, this);
-            connect(shortcut, &QShortcut::activated, target, [target = target] {
-                if (target->isEnabled()) {
-                    target->click();
+    // The New, Edit and Delete buttons of a list of records, side by side in `row`; Ctrl+N, Ctrl+E and Ctrl+D
+    // click them while the form is open, wherever the focus is, and only while enabled; and the command bar's
+    // button for a new record (`newTip`) clicks New.
+    struct RecordButtons {
+        QPushButton* add;
+        QPushButton* edit;
+        QPushButton* remove;
+        QAction* newTool;
+        QHBoxLayout* row;
+    };
+    RecordButtons recordButtons(const QString& newTip) {
+        const auto button = [this](const char* name, const QString& text, QKeyCombination keys) {
+            auto* b = new QPushButton(text, this);
+            b->setObjectName(QLatin1String(name));
+            connect(new QShortcut(QKeySequence(keys), this), &QShortcut::activated, b, [b] {
+                if (b->isEnabled()) {
+                    b->click();
                 }
             });
+            return b;
+        };
+        RecordButtons buttons{button("cmdAdd", tr("New"), Qt::CTRL | Qt::Key_N),
+                              button("cmdEdit", tr("Edit"), Qt::CTRL | Qt::Key_E),
+                              button("cmdDelete", tr("Delete"), Qt::CTRL | Qt::Key_D),
+                              toolAction("tbrNew", "kiNewRecord", newTip), new QHBoxLayout};
+        connect(buttons.newTool, &QAction::triggered, buttons.add, &QPushButton::click);
+        for (QPushButton* b : {buttons.add, buttons.edit, buttons.remove}) {
+            buttons.row->addWidget(b);
         }
+        return buttons;
     }
     // A command bar button of this form, drawn with one of the program's images.
     QAction* toolAction(const char* name, const char* image, const QString& tip) {

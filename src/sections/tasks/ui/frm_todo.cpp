@@ -61,10 +61,11 @@ frmTodo::frmTodo(Session& session, QWidget* parent)
     }
     TodoList->header()->setSectionsClickable(true);
     TodoList->setContextMenuPolicy(Qt::CustomContextMenu);
-    cmdAdd = Named<QPushButton>(this, QStringLiteral("cmdAdd"));
-    cmdEdit = Named<QPushButton>(this, QStringLiteral("cmdEdit"));
-    cmdDelete = Named<QPushButton>(this, QStringLiteral("cmdDelete"));
-    m_newTool = toolAction("tbrNew", "kiNewRecord", tr("New Task"));
+    const RecordButtons buttons = recordButtons(tr("New Task"));
+    cmdAdd = buttons.add;
+    cmdEdit = buttons.edit;
+    cmdDelete = buttons.remove;
+    m_newTool = buttons.newTool;
     buildMenus();
 
     auto* filter = new QHBoxLayout;
@@ -72,15 +73,11 @@ frmTodo::frmTodo(Session& session, QWidget* parent)
     filter->addWidget(cmdEditCat);
     filter->addSpacing(12);
     filter->addWidget(ShowCompleted);
-    auto* commands = new QHBoxLayout;
-    commands->addWidget(cmdAdd);
-    commands->addWidget(cmdEdit);
-    commands->addWidget(cmdDelete);
-    commands->addStretch();
+    buttons.row->addStretch();
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(filter);
     layout->addWidget(TodoList, 1);
-    layout->addLayout(commands);
+    layout->addLayout(buttons.row);
     ApplyCaptions(this);
 
     connect(m_filter, &CategoryFilter::changed, this, [this] { ShowListItems(selectedKey()); });
@@ -97,10 +94,6 @@ frmTodo::frmTodo(Session& session, QWidget* parent)
     connect(cmdAdd, &QPushButton::clicked, this, &frmTodo::cmdAdd_Click);
     connect(cmdEdit, &QPushButton::clicked, this, &frmTodo::cmdEdit_Click);
     connect(cmdDelete, &QPushButton::clicked, this, &frmTodo::cmdDelete_Click);
-    connect(m_newTool, &QAction::triggered, cmdAdd, &QPushButton::click);
-    buttonShortcuts({{QKeySequence(Qt::CTRL | Qt::Key_N), cmdAdd},
-                     {QKeySequence(Qt::CTRL | Qt::Key_E), cmdEdit},
-                     {QKeySequence(Qt::CTRL | Qt::Key_D), cmdDelete}});
 
     {
         const QSignalBlocker quiet(ShowCompleted);
