@@ -182,16 +182,13 @@ Result StoreTask(Store& store, Task& task) {
 }
 
 QVector<Task> ListTasks(Store& store, const ListFilter& filter) {
-    const bool all = filter.category == records::kAllCategories;
-    const char* sql = all ? (filter.showCompleted ? "SELECT * FROM tt WHERE fSec=? ORDER BY fPK"
-                                                  : "SELECT * FROM tt WHERE fSec=? AND fF3=0 ORDER BY fPK")
-                          : (filter.showCompleted ? "SELECT * FROM tt WHERE fSec=? AND fG1=? ORDER BY fPK"
-                                                  : "SELECT * FROM tt WHERE fSec=? AND fG1=? AND fF3=0 ORDER BY fPK");
-    sqlite::Statement select = store.connection().prepare(sql);
+    // Only what a row of the list needs: the blob and the plain columns it is sorted and marked by.
+    sqlite::Statement select = store.connection().prepare(
+        "SELECT fPK, fEtx, fSub, fG1, fR2, fR3, fF1, fF3 FROM tt WHERE fSec=?1 AND (?2 < 0 OR fG1=?2) "
+        "AND (?3 OR fF3=0) ORDER BY fPK");
     select.bind(1, static_cast<std::int64_t>(kTaskSection));
-    if (!all) {
-        select.bind(2, static_cast<std::int64_t>(filter.category));
-    }
+    select.bind(2, static_cast<std::int64_t>(filter.category));
+    select.bind(3, static_cast<std::int64_t>(filter.showCompleted ? 1 : 0));
     const bool hidePrivate = store.hidePrivate;
     struct Read {
         bool ok = false;
