@@ -54,6 +54,11 @@ void CategoryFilter::remember() {
     m_session.store().lastCategory[m_section] = selected();
 }
 
+QString CategoryFilter::nameOf(int number) const {
+    const int index = combo->findData(number);
+    return index >= 0 ? combo->itemText(index).trimmed() : QString();
+}
+
 void CategoryFilter::edit() {
     const int before = selected();
     const modal::Scoped<frmEditCategories> dialog(m_session.store(), m_section, 0, static_cast<QWidget*>(parent()));

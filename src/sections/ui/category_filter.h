@@ -25,6 +25,8 @@ public:
     int forNewRecord() const;
     // Keeps the category in view for the next time the section opens.
     void remember();
+    // The name the combo shows for category `number`, blanks around taken off; empty when it has none.
+    QString nameOf(int number) const;
 
     QComboBox* const combo;
     QToolButton* const editButton;

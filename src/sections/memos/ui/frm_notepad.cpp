@@ -4,6 +4,7 @@
 #include "sections/memos/memo.h"
 #include "sections/memos/ui/frm_edit_notepad.h"
 #include "sections/memos/ui/memo_dates.h"
+#include "sections/ui/category_filter.h"
 #include "shell/session.h"
 #include "shell/show_result.h"
 #include "shell/ui/apply_captions.h"
@@ -84,8 +85,7 @@ void frmNotepad::showRecord(std::int32_t key) {
     ctlLastModified->setText(memo ? memo_dates::Modified(*memo) : QString());
     cboCategory->clear();
     if (memo) {
-        const int index = cboCategories->findData(memo->category);
-        cboCategory->addItem(index >= 0 ? cboCategories->itemText(index).trimmed() : QString());
+        cboCategory->addItem(m_filter->nameOf(memo->category));
     }
 }
 

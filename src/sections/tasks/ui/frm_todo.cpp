@@ -163,8 +163,8 @@ std::int32_t frmTodo::selectedKey() const {
 }
 
 QString frmTodo::categoryName(int number) const {
-    const int index = number > 0 ? cboCategories->findData(number) : -1;
-    return index >= 0 ? cboCategories->itemText(index).trimmed() : QStringLiteral("Unfiled");
+    const QString name = number > 0 ? m_filter->nameOf(number) : QString();
+    return name.isEmpty() ? QStringLiteral("Unfiled") : name;
 }
 
 void frmTodo::fillRow(QTreeWidgetItem* item, const tasks::Task& task, const QDate& today) {
