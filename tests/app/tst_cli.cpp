@@ -1,3 +1,4 @@
+#include "base/password_strength.h"
 #include "support/cli_runner.h"
 #include "support/test_main.h"
 
@@ -133,11 +134,33 @@ private Q_SLOTS:
         QVERIFY2(created.exitCode == 0, qPrintable(created.err));
         const CliResult changed = cli({"passwd", file}, first + second);
         QVERIFY2(changed.exitCode == 0, qPrintable(changed.err));
+        QVERIFY2(changed.err.contains(password_strength::Describe(password_strength::Rate("second passphrase 2"))),
+                 qPrintable(changed.err));
         const CliResult withNew = cli({"check", file}, second);
         QVERIFY2(withNew.exitCode == 0, qPrintable(withNew.err));
         const CliResult withOld = cli({"check", file}, first);
         QCOMPARE(withOld.exitCode, 1);
         QVERIFY(withOld.err.contains(QLatin1String("Password not correct!")));
+    }
+
+    // The estimate is advice: a weak new passphrase is warned of, not refused, and never echoed.
+    void createTellsTheStrength_data() {
+        QTest::addColumn<QString>("passphrase");
+        QTest::addColumn<bool>("weak");
+        QTest::newRow("weak") << "password1" << true;
+        QTest::newRow("strong") << "a new passphrase 1" << false;
+    }
+
+    void createTellsTheStrength() {
+        QFETCH(QString, passphrase);
+        QFETCH(bool, weak);
+        const CliResult created = cli({"create", "new.nct"}, Line(passphrase));
+        QVERIFY2(created.exitCode == 0, qPrintable(created.err));
+        QVERIFY2(created.err.contains(password_strength::Describe(password_strength::Rate(passphrase))),
+                 qPrintable(created.err));
+        QCOMPARE(created.err.contains(QLatin1String("warning: this passphrase is easy to guess")), weak);
+        QVERIFY(!created.err.contains(passphrase) && !created.out.contains(passphrase));
+        QCOMPARE(cli({"check", "new.nct"}, Line(passphrase)).exitCode, 0);
     }
 
     void backupThenRestore() {

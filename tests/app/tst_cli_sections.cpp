@@ -1,3 +1,4 @@
+#include "sections/vault/password_generator.h"
 #include "support/cli_runner.h"
 #include "support/test_main.h"
 
@@ -152,6 +153,76 @@ private Q_SLOTS:
         QVERIFY2(run.err.contains(said.replace(QStringLiteral("DIARY"), entry)), qPrintable(run.err));
         QVERIFY(run.out.isEmpty());
         QCOMPARE(cli({"dump", m_file}).out, before);
+    }
+
+    void generate_data() {
+        QTest::addColumn<QStringList>("args");
+        QTest::addColumn<int>("length");
+        QTest::addColumn<int>("words");
+        QTest::newRow("as it comes") << QStringList{} << 20 << 0;
+        QTest::newRow("shortest") << QStringList{"--length", "4"} << 4 << 0;
+        QTest::newRow("longest") << QStringList{"--length", "128"} << 128 << 0;
+        QTest::newRow("no symbols") << QStringList{"--no-symbols", "--length", "64"} << 64 << 0;
+        QTest::newRow("no look-alikes") << QStringList{"--avoid-look-alike", "--length", "64"} << 64 << 0;
+        QTest::newRow("fewest words") << QStringList{"--words", "3"} << 0 << 3;
+        QTest::newRow("most words") << QStringList{"--words", "12"} << 0 << 12;
+    }
+
+    // One value on standard output and nothing else; no file and no passphrase are asked for.
+    void generate() {
+        QFETCH(QStringList, args);
+        QFETCH(int, length);
+        QFETCH(int, words);
+        const CliResult run = RunCli(QStringList{"generate"} + args);
+        QCOMPARE(run.exitCode, 0);
+        QVERIFY2(run.err.isEmpty(), qPrintable(run.err));
+        QVERIFY(run.out.endsWith(u'\n'));
+        const QString value = run.out.chopped(1);
+        QVERIFY(!value.contains(u'\n'));
+        if (words > 0) {
+            const QStringList parts = value.split(QLatin1Char(password_generator::kWordSeparator));
+            QCOMPARE(parts.size(), words);
+            QSet<QString> known;
+            for (const std::string_view w : password_generator::Words()) {
+                known.insert(QString::fromLatin1(w.data(), static_cast<qsizetype>(w.size())));
+            }
+            for (const QString& part : parts) {
+                QVERIFY2(known.contains(part), qPrintable(value));
+            }
+        } else {
+            QCOMPARE(value.size(), length);
+            const bool symbols = !args.contains(QLatin1String("--no-symbols"));
+            QCOMPARE(std::any_of(value.begin(), value.end(), [](QChar c) { return !c.isLetterOrNumber(); }), symbols);
+            if (args.contains(QLatin1String("--avoid-look-alike"))) {
+                QVERIFY2(std::none_of(value.begin(), value.end(),
+                                      [](QChar c) {
+                                          return password_generator::kLookAlike.find(c.unicode()) !=
+                                                 std::u16string_view::npos;
+                                      }),
+                         qPrintable(value));
+            }
+        }
+        QVERIFY(RunCli(QStringList{"generate"} + args).out != run.out);
+    }
+
+    void generateRefusals_data() {
+        QTest::addColumn<QStringList>("args");
+        QTest::newRow("too short") << QStringList{"--length", "3"};
+        QTest::newRow("too long") << QStringList{"--length", "129"};
+        QTest::newRow("length not a number") << QStringList{"--length", "twenty"};
+        QTest::newRow("too many words") << QStringList{"--words", "13"};
+        QTest::newRow("words not a number") << QStringList{"--words", "5x"};
+        QTest::newRow("words and length") << QStringList{"--words", "5", "--length", "20"};
+        QTest::newRow("words without symbols") << QStringList{"--words", "5", "--no-symbols"};
+        QTest::newRow("a file") << QStringList{"vault.nct"};
+    }
+
+    void generateRefusals() {
+        QFETCH(QStringList, args);
+        const CliResult run = RunCli(QStringList{"generate"} + args);
+        QCOMPARE(run.exitCode, 2);
+        QVERIFY(run.out.isEmpty());
+        QVERIFY2(run.err.contains(QLatin1String("usage: noctaria-cli generate")), qPrintable(run.err));
     }
 };
 

@@ -1,5 +1,6 @@
 #include "app/cli/cli_prompter.h"
 
+#include "base/password_strength.h"
 #include "store/cry.h"
 
 #include <cstdio>
@@ -44,6 +45,17 @@ QString CliPrompter::readSecretLine(const QString& prompt) {
     return text;
 }
 
+// Advice only: the length rule is the one refusal of a new passphrase.
+void CliPrompter::tellStrength(const QString& passphrase) {
+    const password_strength::Estimate estimate = password_strength::Rate(passphrase);
+    m_err << "noctaria-cli: " << password_strength::Describe(estimate) << "\n";
+    if (password_strength::IsWeak(estimate)) {
+        m_err << "noctaria-cli: warning: this passphrase is easy to guess; anyone who gets hold of a copy of the file "
+                 "can try guesses at leisure. 'noctaria-cli generate --words 5' makes a strong one.\n";
+    }
+    m_err.flush();
+}
+
 Prompter::PassphraseReply CliPrompter::passphrase(const PassphraseRequest& request) {
     PassphraseReply reply;
     QString first = readSecretLine(request.prompt);
@@ -59,6 +71,9 @@ Prompter::PassphraseReply CliPrompter::passphrase(const PassphraseRequest& reque
             CRY::WipeText(first);
             return reply;
         }
+    }
+    if (request.confirmWanted) {
+        tellStrength(first);
     }
     reply.cancelled = false;
     reply.text = first;

@@ -23,6 +23,7 @@ public:
 
 private:
     QString readSecretLine(const QString& prompt);
+    void tellStrength(const QString& passphrase);
 
     QTextStream& m_err;
     QString m_folder;

@@ -24,5 +24,7 @@ int Compact(const QStringList& args, Streams io);
 int Backup(const QStringList& args, Streams io);
 int Restore(const QStringList& args, Streams io);
 int Dump(const QStringList& args, Streams io);
+// A new random password or passphrase on standard output; needs no file.
+int Generate(const QStringList& args, Streams io);
 
 } // namespace cli

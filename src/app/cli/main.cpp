@@ -23,6 +23,9 @@ void Usage(QTextStream& err) {
            "  backup FILE DIR             compact, then write a compressed backup into DIR\n"
            "  restore NCZ DIR             expand a backup into DIR (the former file is kept as .ncb)\n"
            "  dump FILE [--section N]     every readable record as one JSON object per line\n"
+           "  generate [--length N] [--words N] [--no-symbols] [--avoid-look-alike]\n"
+           "                              a new random password (4 to 128 characters, 20 unless told) or a\n"
+           "                              passphrase of 3 to 12 words\n"
            "  budget list|add|totals|export FILE ...\n"
            "                              the budget's month list, a new transaction, the balance of a period,\n"
            "                              the balance and transactions of a period as CSV ('budget' alone lists the "
@@ -62,17 +65,12 @@ int main(int argc, char* argv[]) {
     }
     using Command = int (*)(const QStringList&, cli::Streams);
     const std::pair<const char*, Command> commands[] = {
-        {"create", cli::Create},
-        {"info", cli::Info},
-        {"check", cli::Check},
-        {"passwd", cli::Passwd},
-        {"compact", cli::Compact},
-        {"backup", cli::Backup},
-        {"restore", cli::Restore},
-        {"dump", cli::Dump},
-        {"budget", budget::BudgetCommand},
-        {"memo", memos::MemoCommand},
-        {"diary", diary::DiaryCommand},
+        {"create", cli::Create},      {"info", cli::Info},
+        {"check", cli::Check},        {"passwd", cli::Passwd},
+        {"compact", cli::Compact},    {"backup", cli::Backup},
+        {"restore", cli::Restore},    {"dump", cli::Dump},
+        {"generate", cli::Generate},  {"budget", budget::BudgetCommand},
+        {"memo", memos::MemoCommand}, {"diary", diary::DiaryCommand},
         {"task", tasks::TaskCommand},
     };
     for (const auto& [name, run] : commands) {

@@ -1,7 +1,9 @@
 #include "shell/ui/frm_pw.h"
 
 #include "base/messages.h"
+#include "base/password_strength.h"
 #include "shell/ui/apply_captions.h"
+#include "shell/ui/strength_meter.h"
 #include "store/cry.h"
 
 #include <QCheckBox>
@@ -45,6 +47,10 @@ frmPW::frmPW(Prompter& prompter, const Prompter::PassphraseRequest& request, QWi
     txtInput->setObjectName(QStringLiteral("txtInput"));
     txtInput->setEchoMode(QLineEdit::Password);
     txtInput->setMinimumWidth(320);
+    if (request.confirmWanted) {
+        lblStrength = new StrengthMeter(txtInput, this);
+        lblStrength->setObjectName(QStringLiteral("lblStrength"));
+    }
     chkShowClear = new QCheckBox(this);
     chkShowClear->setObjectName(QStringLiteral("chkShowClear"));
     chkPwLength = new QCheckBox(this);
@@ -75,6 +81,9 @@ frmPW::frmPW(Prompter& prompter, const Prompter::PassphraseRequest& request, QWi
     layout->addSpacing(8);
     layout->addWidget(lblPrompt);
     layout->addWidget(txtInput);
+    if (lblStrength != nullptr) {
+        layout->addWidget(lblStrength);
+    }
     layout->addWidget(chkShowClear);
     layout->addWidget(chkPwLength);
     layout->addWidget(chkConfirm);
@@ -126,8 +135,23 @@ bool frmPW::strengthAccepted(const QString& text) {
            Prompter::Reply::Yes;
 }
 
+bool frmPW::guessableAccepted(const QString& text) {
+    const password_strength::Estimate estimate = password_strength::Rate(text);
+    if (!password_strength::IsWeak(estimate)) {
+        return true;
+    }
+    const QString warning = QStringLiteral("This passphrase is easy to guess.\n%1\n\n"
+                                           "Anyone who gets hold of a copy of the file can try guesses at leisure.\n"
+                                           "Keep it anyway? (No: choose another)")
+                                .arg(password_strength::Describe(estimate));
+    return m_prompter.message(0, warning, Prompter::Buttons::YesNo, Prompter::Icon::Warning) == Prompter::Reply::Yes;
+}
+
 void frmPW::restart() {
     CRY::WipeText(m_first);
+    if (lblStrength != nullptr) {
+        lblStrength->show();
+    }
     txtInput->clear();
     lblPrompt->setText(m_initialPrompt);
     txtInput->setFocus();
@@ -140,7 +164,7 @@ void frmPW::cmdOK_Click() {
         cmdCancel_Click();
         return;
     }
-    if (chkCheckPWquality->isChecked() && m_first.isEmpty() && !strengthAccepted(text)) {
+    if (chkCheckPWquality->isChecked() && m_first.isEmpty() && !(strengthAccepted(text) && guessableAccepted(text))) {
         CRY::WipeText(text);
         txtInput->clear();
         txtInput->setFocus();
@@ -150,6 +174,10 @@ void frmPW::cmdOK_Click() {
         m_first = text;
         CRY::WipeText(text);
         chkShowClear->setChecked(false);
+        // The confirmation must match, not be judged again.
+        if (lblStrength != nullptr) {
+            lblStrength->hide();
+        }
         lblPrompt->setText(MsgText(42));
         txtInput->clear();
         txtInput->setFocus();

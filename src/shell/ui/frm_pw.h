@@ -8,6 +8,7 @@ class QCheckBox;
 class QLabel;
 class QLineEdit;
 class QPushButton;
+class StrengthMeter;
 
 // The passphrase dialog. While it is the active window it holds the keyboard grab, so other programs of the
 // session do not see the typing; the grab goes as soon as the dialog loses the front.
@@ -33,6 +34,7 @@ private:
     void updateOk();
     void setShowClear(bool clear);
     bool strengthAccepted(const QString& text);
+    bool guessableAccepted(const QString& text);
     void restart();
     void holdKeyboard(bool hold);
 
@@ -41,6 +43,7 @@ private:
     QLabel* lblPath = nullptr;
     QLabel* lblPrompt = nullptr;
     QLineEdit* txtInput = nullptr;
+    StrengthMeter* lblStrength = nullptr; // only while a new passphrase is typed
     QCheckBox* chkShowClear = nullptr;
     QCheckBox* chkPwLength = nullptr;
     QCheckBox* chkConfirm = nullptr;

@@ -1,6 +1,7 @@
 #include "shell/ui/frm_pw.h"
 
 #include "base/messages.h"
+#include "base/password_strength.h"
 #include "support/gui.h"
 
 #include <memory>
@@ -90,7 +91,7 @@ private Q_SLOTS:
         QCOMPARE(retry.prompter.shown.first().buttons, Prompter::Buttons::RetryCancel);
         // Retry starts over from the first entry.
         QCOMPARE(retry.prompt(), MsgText(99));
-        const QString other = QStringLiteral("Other pass 2");
+        const QString other = QStringLiteral("Other passphrase 2");
         retry.enter(other);
         retry.enter(other);
         QVERIFY(retry.accepted());
@@ -133,6 +134,75 @@ private Q_SLOTS:
         open.enter(passphrase);
         QVERIFY(open.accepted());
         QVERIFY(open.prompter.shown.isEmpty());
+    }
+
+    void guessableNewPassphrase_data() {
+        QTest::addColumn<QString>("passphrase");
+        QTest::addColumn<QList<int>>("asked");
+        QTest::newRow("a word and a digit") << "password1" << QList<int>{0};
+        QTest::newRow("digits in a row") << "12345678" << QList<int>{0};
+        QTest::newRow("letters only") << "abcdefgh" << QList<int>{158, 0};
+        QTest::newRow("hard to guess") << "Other passphrase 2" << QList<int>{};
+    }
+
+    void guessableNewPassphrase() {
+        QFETCH(QString, passphrase);
+        QFETCH(QList<int>, asked);
+        // Every question but the last is let pass; the last chooses another: the entry is cleared and the first
+        // round goes on.
+        Dialog d(kNew);
+        for (qsizetype i = 0; i < asked.size(); ++i) {
+            d.prompter.replies.enqueue(i + 1 < asked.size() ? Prompter::Reply::Yes : Prompter::Reply::No);
+        }
+        d.enter(passphrase);
+        QCOMPARE(d.prompter.numbers(), asked);
+        if (asked.isEmpty()) {
+            QCOMPARE(d.prompt(), MsgText(42));
+            return;
+        }
+        QCOMPARE(d.prompt(), MsgText(99));
+        QVERIFY(d.input()->text().isEmpty());
+        const ScriptedPrompter::Shown warning = d.prompter.shown.last();
+        QCOMPARE(warning.buttons, Prompter::Buttons::YesNo);
+        QVERIFY2(warning.text.contains(password_strength::Describe(password_strength::Rate(passphrase))),
+                 qPrintable(warning.text));
+        QVERIFY(!warning.text.contains(passphrase));
+
+        // Kept anyway: the confirmation round, and the passphrase as typed.
+        d.prompter.forget();
+        for (qsizetype i = 0; i < asked.size(); ++i) {
+            d.prompter.replies.enqueue(Prompter::Reply::Yes);
+        }
+        d.enter(passphrase);
+        QCOMPARE(d.prompter.numbers(), asked);
+        d.enter(passphrase);
+        QVERIFY(d.accepted());
+        QCOMPARE(d.form->takePassphrase(), passphrase);
+    }
+
+    void meterWhileANewPassphraseIsTyped() {
+        Dialog d(kNew);
+        auto* meter = d.find<QWidget>("lblStrength");
+        QVERIFY(meter != nullptr && meter->isVisible());
+        auto* line = meter->findChild<QLabel*>(QStringLiteral("lblDescription"));
+        auto* bar = meter->findChild<QProgressBar*>(QStringLiteral("pbrStrength"));
+        QVERIFY(!line->isVisible() && !bar->isVisible());
+        for (const QString& typed : {QStringLiteral("password1"), kStrong}) {
+            d.type(typed);
+            const password_strength::Estimate e = password_strength::Rate(typed);
+            QVERIFY(line->isVisible() && bar->isVisible());
+            QCOMPARE(line->text(), password_strength::Describe(e));
+            QCOMPARE(bar->value(), e.score + 1);
+        }
+        d.input()->clear();
+        QVERIFY(!line->isVisible() && !bar->isVisible());
+        // The confirmation is compared, not judged.
+        d.enter(kStrong);
+        QCOMPARE(d.prompt(), MsgText(42));
+        QVERIFY(!meter->isVisible());
+
+        Dialog open(kOpen);
+        QVERIFY(open.find<QWidget>("lblStrength") == nullptr);
     }
 
     void cancelRejects() {
