@@ -16,7 +16,8 @@ constexpr std::array<SectionInfo, 7> kTable{{
     {SectionId::Memos, 115, "frmNotepad", "op14", "mnuMemo", 3, true, "memos",
      "0 owner 2 1 Private 1 2 DateCreated 25 3 DateLastModified 25 4 Subject 10 5 Memo 12 "},
     {SectionId::Diary, 114, "frmDiary", "op13", nullptr, 2, false, "diary", "0 Owner 2 1 Date 25 2 Memo 12 "},
-    {SectionId::Vault, 117, "frmClassified", "op16", nullptr, 5, true, "confidential", ""},
+    {SectionId::Vault, 117, "frmClassified", "op16", nullptr, 5, true, "confidential",
+     "0 Owner 2 1 Private 1 2 n0 10 3 n1 10 4 n2 10 5 n3 10 6 n4 10 7 notes 12 8 DateLastModified 25 "},
     // A PIN guards each budget by itself, not the section.
     {SectionId::Budget, 121, "frmBudget", "op17", "mnuBudget", -1, true, "budget",
      "0 Owner 2 1 Private 1 2 Description 10 3 BizPartner 10 4 DatePaid 25 5 Amount 5 6 DCWB 3 7 PayMode 3 "

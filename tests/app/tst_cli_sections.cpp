@@ -107,6 +107,44 @@ private Q_SLOTS:
         QVERIFY(cli({"task", "list", m_file}).out.contains(QDate::currentDate().toString(Qt::ISODate) + "\topen"));
     }
 
+    // A password comes in the way the passphrase does, is masked unless revealed, and a weak or shared one is
+    // reported without being shown.
+    void vaultRoundTrip() {
+        const auto add = [this](const QStringList& args, const QByteArray& secret) {
+            const CliResult run = RunCli(QStringList{"vault", "add", m_file} + args,
+                                         kPassphrase.toUtf8() + '\n' + secret + '\n', m_dir->path());
+            return run.exitCode == 0 ? run.out.trimmed().toInt() : 0;
+        };
+        const int mail = add({"--sub-category", "1", "--field0", "Mail", "--field2", "anouk", "--field3", "-", "--note",
+                              "two-factor on"},
+                             "sunshine");
+        const int shop = add({"--sub-category", "16", "--field0", "Shop", "--field3", "-", "--public"}, "sunshine");
+        const int bank = add({"--sub-category", "5", "--field0", "Harbour Bank", "--field4", "0042 7731"}, {});
+        QVERIFY(mail > 0 && shop > mail && bank > shop);
+
+        QCOMPARE(cli({"vault", "list", m_file, "--sub-category", "1"}).out,
+                 QStringLiteral("%1\t1\tWeb Login\tMail\n").arg(mail));
+        QCOMPARE(cli({"vault", "list", m_file}).out.count(u'\n'), 3);
+        const CliResult masked = cli({"vault", "show", m_file, QString::number(mail)});
+        QCOMPARE(masked.exitCode, 0);
+        QVERIFY(masked.out.contains(QLatin1String("\tprivate\t")));
+        QVERIFY(masked.out.contains(QLatin1String("Password:\t********\n")));
+        QVERIFY(!masked.out.contains(QLatin1String("sunshine")));
+        QVERIFY(masked.out.endsWith(QLatin1String("Note:\ntwo-factor on\n")));
+        QVERIFY(cli({"vault", "show", m_file, QString::number(mail), "--reveal"})
+                    .out.contains(QLatin1String("Password:\tsunshine\n")));
+        QVERIFY(cli({"vault", "show", m_file, QString::number(bank)})
+                    .out.contains(QLatin1String("Account Number:\t0042 7731\n")));
+
+        const CliResult weak = cli({"vault", "weak", m_file});
+        QCOMPARE(weak.exitCode, 0);
+        const QStringList lines = weak.out.split(u'\n', Qt::SkipEmptyParts);
+        QCOMPARE(lines.size(), 2);
+        QVERIFY(lines[0].startsWith(QStringLiteral("%1\tWeb Login\tMail\tPassword\tweak").arg(mail)));
+        QVERIFY(lines[1].endsWith(QLatin1String("shared with 1")));
+        QVERIFY(!weak.out.contains(QLatin1String("sunshine")));
+    }
+
     // Refused with words that say why, and nothing changed; FILE and DIARY stand for the file and a diary key.
     void refusals_data() {
         QTest::addColumn<QStringList>("args");
@@ -135,6 +173,19 @@ private Q_SLOTS:
             << "A due date can be at most 2079-01-13.";
         QTest::newRow("unknown priority")
             << QStringList{"task", "add", "FILE", "--subject", "x", "--priority", "urgent"} << 1 << "not 'urgent'";
+        QTest::newRow("a diary entry is no vault record")
+            << QStringList{"vault", "show", "FILE", "DIARY"} << 1 << "record DIARY is not a vault record";
+        QTest::newRow("password on the command line")
+            << QStringList{"vault", "add", "FILE", "--sub-category", "1", "--field0", "Mail", "--field3", "hunter2"}
+            << 1 << "Password is not taken from the command line";
+        QTest::newRow("vault record without title")
+            << QStringList{"vault", "add", "FILE", "--sub-category", "9", "--field1", "x"} << 1
+            << "Missing: Product Name";
+        QTest::newRow("fifth field of a web login")
+            << QStringList{"vault", "add", "FILE", "--sub-category", "1", "--field0", "x", "--field4", "y"} << 1
+            << "Web Login has no field 4";
+        QTest::newRow("no such sub-category")
+            << QStringList{"vault", "list", "FILE", "--sub-category", "17"} << 2 << "not '17'";
         QTest::newRow("unknown task category")
             << QStringList{"task", "add", "FILE", "--subject", "x", "--category", "Nowhere"} << 1
             << "there is no such category: 'Nowhere'";

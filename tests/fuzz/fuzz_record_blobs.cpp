@@ -1,5 +1,5 @@
 // The records read through the field codec, each on any bytes: the preferences, a user's options, a budget
-// transaction, a memo, a task and a diary entry.
+// transaction, a memo, a task, a vault record and a diary entry.
 
 #include "fuzz_support.h"
 
@@ -7,6 +7,7 @@
 #include "sections/diary/diary.h"
 #include "sections/memos/memo.h"
 #include "sections/tasks/task.h"
+#include "sections/vault/vault.h"
 #include "store/preferences.h"
 #include "store/store.h"
 #include "store/users.h"
@@ -29,6 +30,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     memos::DecodeMemoBlob(blob, memo);
     tasks::Task task;
     tasks::DecodeTaskBlob(blob, task);
+    vault::Entry vaultEntry;
+    vault::DecodeEntryBlob(blob, vaultEntry);
     diary::DiaryEntry entry;
     diary::DecodeDiaryBlob(blob, entry);
     return 0;

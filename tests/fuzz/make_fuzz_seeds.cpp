@@ -12,6 +12,7 @@
 #include "sections/diary/diary.h"
 #include "sections/memos/memo.h"
 #include "sections/tasks/task.h"
+#include "sections/vault/vault.h"
 #include "store/backup.h"
 #include "store/codepage.h"
 #include "store/conversion.h"
@@ -89,7 +90,12 @@ void CodecSeeds(SeedWriter& out) {
         diary::DiaryBlob({.key = -1, .owner = 1, .date = QDate(2026, 1, 2), .text = QStringLiteral("An entry")});
     const QByteArray taskBlob = tasks::TaskBlob(
         {.owner = 1, .isPrivate = true, .subject = QStringLiteral("A task"), .memo = QStringLiteral("Its note")});
-    for (const QByteArray& blob : {prefs, options, transaction, memoBlob, taskBlob, diaryBlob}) {
+    vault::Entry entry = vault::NewEntry(1, 15);
+    entry.values = {QStringLiteral("Locker"), QStringLiteral("Gym"), QString(), QStringLiteral("1234")};
+    entry.notes = QStringLiteral("Second row");
+    entry.modified = QDateTime(QDate(2026, 1, 2), QTime(3, 4));
+    const QByteArray vaultBlob = vault::EntryBlob(entry);
+    for (const QByteArray& blob : {prefs, options, transaction, memoBlob, taskBlob, vaultBlob, diaryBlob}) {
         out.add(QStringLiteral("fuzz_record_blobs"), blob);
         out.add(QStringLiteral("fuzz_field_codec"), blob);
     }

@@ -4,6 +4,7 @@
 #include "sections/diary/diary.h"
 #include "sections/memos/memo.h"
 #include "sections/tasks/task.h"
+#include "sections/vault/vault.h"
 #include "shell/section_table.h"
 #include "support/section_fixture.h"
 
@@ -152,6 +153,34 @@ SectionAdapter TaskSection() {
     return a;
 }
 
+SectionAdapter VaultSection() {
+    using namespace vault;
+    // A record's sub-category stands where other sections file their category.
+    SectionAdapter a{"vault", kVaultSection, Categories | PrivateMark | Titles | SealedTitle | ReadsByKey, 0, 0};
+    a.descriptor = QLatin1String(sections::Info(SectionId::Vault).descriptor);
+    a.save = [](Store& store, std::int32_t& key, const Sample& s) {
+        Entry entry = NewEntry(store.user.level, s.category);
+        entry.key = key;
+        entry.values = {s.title, QStringLiteral("https://example.org"), QStringLiteral("anouk"),
+                        QStringLiteral("p4ss-W0rd")};
+        entry.notes = s.text;
+        entry.isPrivate = s.isPrivate;
+        const Result r = StoreEntry(store, entry, QDateTime(s.day, QTime(9, 30)));
+        key = entry.key;
+        return r;
+    };
+    a.load = [](Store& store, std::int32_t key, Result* r) -> std::optional<Sample> {
+        const std::optional<Entry> e = LoadEntry(store, key, r);
+        return e ? std::optional(Sample{e->values[0], e->notes, e->subCategory, e->isPrivate, e->modified.date()})
+                 : std::nullopt;
+    };
+    a.list = [](Store& store, const Sample& s) {
+        return KeysOf(vault::ListEntries(store, s.category), [](const auto& t) { return t.key; });
+    };
+    a.remove = DeleteEntry;
+    return a;
+}
+
 SectionAdapter DiarySection() {
     using namespace diary;
     SectionAdapter a{"diary", kDiarySection, 0, 0, kDiaryDayBase};
@@ -179,7 +208,8 @@ SectionAdapter DiarySection() {
 }
 
 const QVector<SectionAdapter>& Adapters() {
-    static const QVector<SectionAdapter> all{BudgetSection(), MemoSection(), TaskSection(), DiarySection()};
+    static const QVector<SectionAdapter> all{BudgetSection(), MemoSection(), TaskSection(), VaultSection(),
+                                             DiarySection()};
     return all;
 }
 

@@ -3,6 +3,7 @@
 #include "sections/diary/diary_commands.h"
 #include "sections/memos/memo_commands.h"
 #include "sections/tasks/task_commands.h"
+#include "sections/vault/vault_commands.h"
 #include "shell/process_guard.h"
 
 #include <QCoreApplication>
@@ -36,6 +37,9 @@ void Usage(QTextStream& err) {
            "  task list|add|done|delete FILE ...\n"
            "                              the tasks in the list's order, a new task, a task done (or open again),\n"
            "                              deleting one\n"
+           "  vault list|add|show|weak FILE ...\n"
+           "                              the vault's titles by sub-category, a new record, one record (passwords\n"
+           "                              only with --reveal), the weak or reused passwords\n"
            "Passphrases are read from the terminal, or line by line from standard input.\n";
 }
 
@@ -71,7 +75,7 @@ int main(int argc, char* argv[]) {
         {"restore", cli::Restore},    {"dump", cli::Dump},
         {"generate", cli::Generate},  {"budget", budget::BudgetCommand},
         {"memo", memos::MemoCommand}, {"diary", diary::DiaryCommand},
-        {"task", tasks::TaskCommand},
+        {"task", tasks::TaskCommand}, {"vault", vault::VaultCommand},
     };
     for (const auto& [name, run] : commands) {
         if (command == QLatin1String(name)) {

@@ -77,8 +77,38 @@ constexpr CaptionEntry kEditTodoEntries[] = {
     {"cmdEsc", -1, P::Caption, "Esc"},
 };
 
+constexpr CaptionEntry kClassifiedEntries[] = {
+    {nullptr, -1, P::Caption, "Confidential"},
+    {"cmdAdd", -1, P::Caption, "New"},
+    {"cmdEdit", -1, P::Caption, "Edit"},
+    {"cmdDelete", -1, P::Caption, "Delete"},
+    {"cmdAdd", -1, P::ToolTipText, "New record (Ctrl+N)"},
+    {"cmdEdit", -1, P::ToolTipText, "Edit the record (Ctrl+E)"},
+    {"cmdDelete", -1, P::ToolTipText, "Delete the record (Ctrl+D)"},
+    {"chkPlainPW", -1, P::Caption, "Show Plain Password"},
+    {"ctlPrivate", -1, P::Caption, "Private"},
+    {"mnuCopyValue", -1, P::Caption, "&Copy"},
+    {"tbrWeakPasswords", -1, P::ToolTipText, "Weak or reused passwords"},
+};
+
+constexpr CaptionEntry kEditConfidentialEntries[] = {
+    {nullptr, -1, P::Caption, "Confidential"},
+    {"ctlPrivate", -1, P::Caption, "Private"},
+    {"cmdOK", -1, P::Caption, "OK"},
+    {"cmdEsc", -1, P::Caption, "Esc"},
+};
+
+constexpr CaptionEntry kWeakPasswordsEntries[] = {
+    {nullptr, -1, P::Caption, "Weak or reused passwords"},
+    {"cmdGoto", -1, P::Caption, "Go to"},
+    {"cmdClose", -1, P::Caption, "Close"},
+};
+
 } // namespace
 
+const std::span<const CaptionEntry> kClassified = kClassifiedEntries;
+const std::span<const CaptionEntry> kEditConfidential = kEditConfidentialEntries;
+const std::span<const CaptionEntry> kWeakPasswords = kWeakPasswordsEntries;
 const std::span<const CaptionEntry> kTodo = kTodoEntries;
 const std::span<const CaptionEntry> kEditTodo = kEditTodoEntries;
 const std::span<const CaptionEntry> kNotepad = kNotepadEntries;
