@@ -7,6 +7,8 @@
 #include "sections/diary/diary.h"
 #include "sections/memos/memo.h"
 #include "sections/record_store.h"
+#include "sections/tasks/task.h"
+#include "sections/vault/vault.h"
 #include "shell/session.h"
 #include "store/cry.h"
 #include "store/sqlite.h"
@@ -34,6 +36,7 @@
 #include <random>
 #include <thread>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 namespace bench {
@@ -47,13 +50,24 @@ constexpr int kListedRank = kCategories / 2;
 constexpr int kDiaryDays = 10000;
 constexpr int kYears = 10;
 constexpr int kPrivateOneIn = 10;
+constexpr int kTasks = 100000;
+constexpr int kTaskYearsAhead = 2;
+constexpr int kCompletedPercent = 30;
+constexpr int kUndatedPercent = 15;
+constexpr int kTaskNotePercent = 40;
+constexpr int kVaultRecords = 20000;
+constexpr int kVaultNotePercent = 25;
+// A new vault record starts private; some are opened up.
+constexpr int kVaultOpenOneIn = 5;
 constexpr int kRuns = 7;
 constexpr double kListTargetMs = 50.0;
 constexpr std::uint32_t kSeed = 20240612;
 // The least SQL that reaches each result, for the raw side.
-constexpr const char* kMemoListSql = "SELECT fPK, fT1 FROM tt WHERE fSec=? AND fG1=?";
+constexpr const char* kTitleListSql = "SELECT fPK, fT1 FROM tt WHERE fSec=? AND fG1=?";
 constexpr const char* kMemoSql = "SELECT fSec, fEtx FROM tt WHERE fPK=?";
 constexpr const char* kWeekSql = "SELECT fPK, fEtx FROM tt WHERE +fSec=? AND fR3 BETWEEN ? AND ? ORDER BY fPK";
+constexpr const char* kTaskListSql = "SELECT fPK, fEtx FROM tt WHERE fSec=?";
+constexpr const char* kOpenTaskListSql = "SELECT fPK, fEtx FROM tt WHERE fSec=? AND fF3=0";
 
 const std::array<const char*, kCategories - 1> kCategoryNames = {
     "Work",    "Personal",   "Recipes",  "Travel",       "Projects", "Meetings",    "Ideas",      "Books",     "Health",
@@ -81,6 +95,74 @@ const std::array<const char*, 16> kSubjects = {
     "Café opening hours",
     "Minutes of the AGM %1",
     "To do before the move",
+};
+
+const std::array<const char*, 16> kTaskSubjects = {
+    "Renew the passport",
+    "Call the plumber",
+    "Pay the electricity bill",
+    "Send the quarterly report",
+    "Book the dentist",
+    "Prepare the slides for %1",
+    "Reply to Anna about the offer",
+    "Buy a birthday present",
+    "Take the car to the garage",
+    "File the tax return",
+    "Review the contract",
+    "Order printer ink",
+    "Cancel the gym membership",
+    "Plan the summer holiday",
+    "Back up the laptop",
+    "See the bank about the loan on %1",
+};
+
+// "Unfiled" and a few named categories, with the share of tasks each holds in per cent.
+const std::array<std::pair<const char*, int>, 6> kTaskCategories = {{
+    {"Unfiled", 20},
+    {"Work", 35},
+    {"Home", 20},
+    {"Errands", 10},
+    {"Family", 10},
+    {"Finance", 5},
+}};
+
+// Records by sub-category: web logins far ahead, as a person's vault tends to be.
+constexpr std::array<std::pair<int, int>, 16> kVaultSizes = {{
+    {1, 7000},
+    {2, 1600},
+    {3, 300},
+    {4, 500},
+    {5, 900},
+    {6, 1000},
+    {7, 700},
+    {8, 500},
+    {9, 1200},
+    {10, 1500},
+    {11, 200},
+    {12, 600},
+    {13, 800},
+    {14, 600},
+    {15, 1000},
+    {16, 1600},
+}};
+
+constexpr int VaultTotal() {
+    int total = 0;
+    for (const auto& [number, size] : kVaultSizes) {
+        total += size;
+    }
+    return total;
+}
+static_assert(VaultTotal() == kVaultRecords);
+
+const std::array<const char*, 20> kVaultNames = {
+    "Northwind",    "Bluebird Books", "Cityrail",     "Green Grocer",    "Harbour Bank", "Pixel Forum", "Sunny Travel",
+    "Trail Outfit", "Town Library",   "Quick Parcel", "Open Source Hub", "Daily News",   "Photo Cloud", "Music Box",
+    "Home Energy",  "Health Portal",  "Tax Office",   "Garden Centre",   "Chess Club",   "Car Share",
+};
+
+const std::array<const char*, 8> kVaultUsers = {
+    "anna.miller", "amiller", "anna", "a.miller@example.org", "miller77", "annam", "family.miller", "4711",
 };
 
 const std::array<const char*, 12> kMemoSentences = {
@@ -146,9 +228,9 @@ int MemoLength(std::mt19937& rng) {
     return kind < 95 ? Between(rng, 800, 3000) : Between(rng, 3000, 12000);
 }
 
-QString Subject(std::mt19937& rng, const QDate& date) {
-    const QString pattern =
-        QString::fromUtf8(kSubjects[static_cast<std::size_t>(Below(rng, static_cast<int>(kSubjects.size())))]);
+template <std::size_t N>
+QString Subject(std::mt19937& rng, const std::array<const char*, N>& patterns, const QDate& date) {
+    const QString pattern = QString::fromUtf8(patterns[static_cast<std::size_t>(Below(rng, static_cast<int>(N)))]);
     return pattern.contains(QLatin1String("%1")) ? pattern.arg(date.toString(QStringLiteral("d MMM yyyy"))) : pattern;
 }
 
@@ -186,21 +268,56 @@ std::array<int, kCategories> CategorySizes() {
     return sizes;
 }
 
-struct ListedMemo {
+struct WrittenTitle {
     std::int32_t key = 0;
-    QString subject;
+    QString title;
     bool isPrivate = false;
 };
+
+QString TaskCategoryText() {
+    QStringList parts;
+    for (std::size_t id = 1; id < kTaskCategories.size(); ++id) {
+        parts << QString::fromLatin1(kTaskCategories[id].first) << QString::number(id);
+    }
+    return parts.join(u';');
+}
+
+int TaskCategory(std::mt19937& rng) {
+    int percent = Below(rng, 100);
+    int id = 0;
+    for (; percent >= kTaskCategories[static_cast<std::size_t>(id)].second; ++id) {
+        percent -= kTaskCategories[static_cast<std::size_t>(id)].second;
+    }
+    return id;
+}
+
+int TaskPriority(std::mt19937& rng) {
+    const int kind = Below(rng, 100);
+    return kind < 20 ? tasks::High : kind < 80 ? tasks::Normal : tasks::Low;
+}
+
+QString Password(std::mt19937& rng) {
+    static const QLatin1String kCharacters("abcdefghijkmnopqrstuvwxyzABCDEFGHJKLMNPQRSTUVWXYZ23456789!$%&*+-_=?");
+    QString password;
+    for (int i = Between(rng, 8, 16); i > 0; --i) {
+        password += kCharacters[Below(rng, static_cast<int>(kCharacters.size()))];
+    }
+    return password;
+}
 
 // What was written, as far as the timed readings need it.
 struct Expected {
     std::array<int, kCategories> sizes{};
     int listedCategory = 0;
-    QVector<ListedMemo> listed;  // the category at the middle rank, in key order
-    QVector<ListedMemo> largest; // "Unfiled"
-    QVector<memos::Memo> shown;  // the memos displayed, one a run
+    QVector<WrittenTitle> listed;  // the category at the middle rank, in key order
+    QVector<WrittenTitle> largest; // "Unfiled"
+    QVector<memos::Memo> shown;    // the memos displayed, one a run
     std::array<diary::DiaryEntry, 7> week;
     qint64 memoTextChars = 0;
+    QVector<tasks::Task> tasks; // every task, in key order
+    int completedTasks = 0;
+    int largestSubCategory = 0;
+    QVector<WrittenTitle> vaultLargest; // the largest sub-category, in key order
 };
 
 bool Begin(Store& store, QTextStream& err) {
@@ -243,7 +360,7 @@ bool FillMemos(Store& store, const QDateTime& now, Expected& expected, QTextStre
     for (int i = 0; i < kMemos; ++i) {
         const QDateTime written = now.addSecs(60 * (-span + span * i / kMemos));
         const int category = categoryOf[static_cast<std::size_t>(i)];
-        memos::Memo memo = memos::NewMemo(store.user.level, category, Subject(rng, written.date()), written);
+        memos::Memo memo = memos::NewMemo(store.user.level, category, Subject(rng, kSubjects, written.date()), written);
         memo.isPrivate = Below(rng, kPrivateOneIn) == 0;
         memo.text = Prose(rng, kMemoSentences, MemoLength(rng));
         if (const Result r = memos::StoreMemo(store, memo, written); !r.ok()) {
@@ -288,24 +405,146 @@ bool FillDiary(Store& store, const QDate& today, const QDate& weekStart, Expecte
     return Commit(store, err);
 }
 
-int Visible(const QVector<ListedMemo>& written, bool hidePrivate) {
-    return static_cast<int>(std::count_if(written.begin(), written.end(),
-                                          [&](const ListedMemo& m) { return !(hidePrivate && m.isPrivate); }));
+// The task section's categories and the tasks, the tasks inside one transaction: each due a little after it
+// was written down, over the last kYears years and the next kTaskYearsAhead, some without a due date or a note.
+bool FillTasks(Store& store, const QDate& today, Expected& expected, QTextStream& err) {
+    if (const int e = categories::SaveCategoryText(store, TaskCategoryText(), tasks::kTaskSection)) {
+        err << "noctaria-bench: the task categories could not be written: " << e << '\n';
+        return false;
+    }
+    if (!Begin(store, err)) {
+        return false;
+    }
+    std::mt19937 rng(kSeed + 2);
+    const QDate first = today.addYears(-kYears);
+    const qint64 span = first.daysTo(today.addYears(kTaskYearsAhead));
+    expected.tasks.reserve(kTasks);
+    for (int i = 0; i < kTasks; ++i) {
+        const QDate due = first.addDays(span * i / kTasks + Between(rng, 0, 60));
+        tasks::Task task;
+        task.owner = store.user.level;
+        task.isPrivate = Below(rng, kPrivateOneIn) == 0;
+        task.subject = Subject(rng, kTaskSubjects, due);
+        if (Below(rng, 100) < kTaskNotePercent) {
+            task.memo = Prose(rng, kMemoSentences, Between(rng, 40, 600));
+        }
+        task.priority = TaskPriority(rng);
+        if (Below(rng, 100) >= kUndatedPercent) {
+            task.due = due;
+        }
+        task.completed = Below(rng, 100) < kCompletedPercent;
+        if (task.completed) {
+            task.done = std::min(today, due.addDays(Between(rng, -14, 7)));
+            ++expected.completedTasks;
+        }
+        task.category = TaskCategory(rng);
+        if (const Result r = tasks::StoreTask(store, task); !r.ok()) {
+            err << "noctaria-bench: writing task " << i << " failed: " << r.text() << '\n';
+            store.connection().exec("ROLLBACK");
+            return false;
+        }
+        expected.tasks.append(task);
+    }
+    return Commit(store, err);
 }
 
-// Whether the list shows exactly the memos of the category this reader may see, in key order, with their subjects.
-bool ListAgrees(const QVector<records::ListedTitle>& list, const QVector<ListedMemo>& written, int category,
+// The vault records inside one transaction, written over the last kYears years, each sub-category with its
+// share; every field a sub-category labels is filled, a password field with a password of its own.
+bool FillVault(Store& store, const QDateTime& now, Expected& expected, QTextStream& err) {
+    std::mt19937 rng(kSeed + 3);
+    std::vector<int> subCategoryOf;
+    subCategoryOf.reserve(kVaultRecords);
+    std::array<QStringList, kVaultSizes.size() + 1> labels;
+    for (const auto& [number, size] : kVaultSizes) {
+        subCategoryOf.insert(subCategoryOf.end(), static_cast<std::size_t>(size), number);
+        labels[static_cast<std::size_t>(number)] = vault::Labels(number);
+    }
+    std::shuffle(subCategoryOf.begin(), subCategoryOf.end(), rng);
+
+    if (!Begin(store, err)) {
+        return false;
+    }
+    const qint64 span = now.date().addYears(-kYears).daysTo(now.date()) * 1440;
+    for (int i = 0; i < kVaultRecords; ++i) {
+        const QDateTime written = now.addSecs(60 * (-span + span * i / kVaultRecords));
+        const int subCategory = subCategoryOf[static_cast<std::size_t>(i)];
+        vault::Entry entry = vault::NewEntry(store.user.level, subCategory);
+        entry.isPrivate = Below(rng, kVaultOpenOneIn) != 0;
+        const QStringList& fields = labels[static_cast<std::size_t>(subCategory)];
+        for (qsizetype f = 0; f < fields.size(); ++f) {
+            QString& value = entry.values[static_cast<std::size_t>(f)];
+            if (f == 0) {
+                value =
+                    QStringLiteral("%1 %2")
+                        .arg(QLatin1String(
+                            kVaultNames[static_cast<std::size_t>(Below(rng, static_cast<int>(kVaultNames.size())))]))
+                        .arg(Between(rng, 1, 999));
+            } else if (vault::IsPasswordLabel(fields[f])) {
+                value = Password(rng);
+            } else {
+                value = QLatin1String(
+                    kVaultUsers[static_cast<std::size_t>(Below(rng, static_cast<int>(kVaultUsers.size())))]);
+            }
+        }
+        if (Below(rng, 100) < kVaultNotePercent) {
+            entry.notes = Prose(rng, kMemoSentences, Between(rng, 40, 400));
+        }
+        if (const Result r = vault::StoreEntry(store, entry, written); !r.ok()) {
+            err << "noctaria-bench: writing vault record " << i << " failed: " << r.text() << '\n';
+            store.connection().exec("ROLLBACK");
+            return false;
+        }
+        if (subCategory == expected.largestSubCategory) {
+            expected.vaultLargest.append({entry.key, entry.values[0], entry.isPrivate});
+        }
+    }
+    return Commit(store, err);
+}
+
+int Visible(const QVector<WrittenTitle>& written, bool hidePrivate) {
+    return static_cast<int>(std::count_if(written.begin(), written.end(),
+                                          [&](const WrittenTitle& m) { return !(hidePrivate && m.isPrivate); }));
+}
+
+// Whether the list shows exactly the records of the category this reader may see, in key order, with their titles.
+bool ListAgrees(const QVector<records::ListedTitle>& list, const QVector<WrittenTitle>& written, int category,
                 bool hidePrivate) {
     qsizetype at = 0;
-    for (const ListedMemo& m : written) {
+    for (const WrittenTitle& m : written) {
         if (hidePrivate && m.isPrivate) {
             continue;
         }
-        if (at >= list.size() || list[at].key != m.key || list[at].title != m.subject ||
-            list[at].category != category) {
+        if (at >= list.size() || list[at].key != m.key || list[at].title != m.title || list[at].category != category) {
             return false;
         }
         ++at;
+    }
+    return at == list.size();
+}
+
+int VisibleTasks(const QVector<tasks::Task>& written, bool showCompleted, bool hidePrivate) {
+    return static_cast<int>(std::count_if(written.begin(), written.end(), [&](const tasks::Task& t) {
+        return (showCompleted || !t.completed) && !(hidePrivate && t.isPrivate);
+    }));
+}
+
+// Whether the list shows exactly the tasks this reader may see under the filter, in key order, as written.
+bool TasksAgree(const QVector<tasks::Task>& list, const QVector<tasks::Task>& written, bool showCompleted,
+                bool hidePrivate) {
+    qsizetype at = 0;
+    for (const tasks::Task& t : written) {
+        if ((!showCompleted && t.completed) || (hidePrivate && t.isPrivate)) {
+            continue;
+        }
+        if (at >= list.size()) {
+            return false;
+        }
+        const tasks::Task& l = list[at++];
+        if (l.key != t.key || l.owner != t.owner || l.isPrivate != t.isPrivate || l.subject != t.subject ||
+            l.memo != t.memo || l.priority != t.priority || l.due != t.due || l.completed != t.completed ||
+            l.done != t.done || l.category != t.category) {
+            return false;
+        }
     }
     return at == list.size();
 }
@@ -326,20 +565,31 @@ bool WeekAgrees(const std::array<diary::DiaryEntry, 7>& week, const std::array<d
     return true;
 }
 
-// A category's titles by raw SQLite and raw Botan, deciphered on the other cores while the rows are read, as
-// the program does; the count of those the reader may see (its own, and the private ones only while shown), or
-// -1. The category holds `count` rows.
-int MemoListLimit(sqlite3* db, const CRY::SecureBytes& keys, int category, std::size_t count, std::uint8_t owner,
-                  bool hidePrivate) {
-    const Statement select = Prepare(db, kMemoListSql);
+// A category's titles of `section` by raw SQLite and raw Botan, deciphered on the other cores while the rows are
+// read, as the program does; the count of those the reader may see (its own, and the private ones only while
+// shown), or -1. The category holds `count` rows.
+int TitleListLimit(sqlite3* db, const CRY::SecureBytes& keys, int section, int category, std::size_t count,
+                   std::uint8_t owner, bool hidePrivate) {
+    const Statement select = Prepare(db, kTitleListSql);
     if (!select) {
         return -1;
     }
-    sqlite3_bind_int(select.get(), 1, memos::kMemoSection);
+    sqlite3_bind_int(select.get(), 1, section);
     sqlite3_bind_int(select.get(), 2, category);
     return ReadAndDecipherRaw(select.get(), count, keys, [&](const std::uint8_t* title, std::size_t n) {
         return n >= 3 && title[0] == owner && !(hidePrivate && title[1] != 0);
     });
+}
+
+// The task rows `sql` selects by raw SQLite, their blobs by raw Botan on every core while they are read; the
+// count of those deciphered intact, or -1. At most `count` rows may come.
+int TaskListLimit(sqlite3* db, const CRY::SecureBytes& keys, const char* sql, std::size_t count) {
+    const Statement select = Prepare(db, sql);
+    if (!select) {
+        return -1;
+    }
+    sqlite3_bind_int(select.get(), 1, tasks::kTaskSection);
+    return ReadAndDecipherRaw(select.get(), count, keys, [](const std::uint8_t*, std::size_t n) { return n > 0; });
 }
 
 // One memo's row by raw SQLite and its blob by raw Botan; whether it is a memo and its blob is `blob`.
@@ -399,6 +649,18 @@ Side Timed(const std::function<bool()>& work) {
     };
 }
 
+// Times `work` alone and checks what it gave once the clock has stopped, so that comparing a long list with what
+// was written stays out of the reading.
+template <typename Work, typename Check> Side TimedThenChecked(Work work, Check agrees) {
+    return [work, agrees](double& ms) {
+        QElapsedTimer t;
+        t.start();
+        const auto given = work();
+        ms = MillisecondsOf(t);
+        return agrees(given);
+    };
+}
+
 int Run(QTextStream& out, QTextStream& err) {
     BenchFile file(err);
     if (!file.open(QStringLiteral("sections.nct"))) {
@@ -414,6 +676,10 @@ int Run(QTextStream& out, QTextStream& err) {
     Expected expected;
     expected.sizes = CategorySizes();
     expected.listedCategory = kListedRank - 1;
+    expected.largestSubCategory =
+        std::max_element(kVaultSizes.begin(), kVaultSizes.end(), [](const auto& a, const auto& b) {
+            return a.second < b.second;
+        })->first;
 
     QElapsedTimer timer;
     timer.start();
@@ -426,12 +692,31 @@ int Run(QTextStream& out, QTextStream& err) {
         return 1;
     }
     const double diaryFillMs = MillisecondsOf(timer);
+    timer.start();
+    if (!FillTasks(store, today, expected, err)) {
+        return 1;
+    }
+    const double taskFillMs = MillisecondsOf(timer);
+    timer.start();
+    if (!FillVault(store, now, expected, err)) {
+        return 1;
+    }
+    const double vaultFillMs = MillisecondsOf(timer);
+    const QString largestCaption = QLatin1String(vault::FindSubCategory(expected.largestSubCategory)->caption);
     out << "filled " << kMemos << " memos in " << kCategories << " categories (Unfiled and " << kCategories - 1
         << " named; the k-th largest holds a share of 1/sqrt(k): " << expected.sizes.front() << " down to "
         << expected.sizes.back() << " memos; one in " << kPrivateOneIn << " private; texts of mean "
         << expected.memoTextChars / kMemos << " characters) in " << QString::number(memoFillMs, 'f', 0) << " ms\n"
         << "filled " << kDiaryDays << " diary days (" << today.addDays(1 - kDiaryDays).toString(Qt::ISODate) << " to "
-        << today.toString(Qt::ISODate) << ") in " << QString::number(diaryFillMs, 'f', 0) << " ms; file "
+        << today.toString(Qt::ISODate) << ") in " << QString::number(diaryFillMs, 'f', 0) << " ms\n"
+        << "filled " << kTasks << " tasks (" << expected.completedTasks << " completed; one in " << kPrivateOneIn
+        << " private; due from " << today.addYears(-kYears).toString(Qt::ISODate) << " to "
+        << today.addYears(kTaskYearsAhead).toString(Qt::ISODate) << ", " << kUndatedPercent << "% without; "
+        << kTaskNotePercent << "% with a note; " << kTaskCategories.size() << " categories) in "
+        << QString::number(taskFillMs, 'f', 0) << " ms\n"
+        << "filled " << kVaultRecords << " vault records in " << kVaultSizes.size() << " sub-categories ("
+        << largestCaption << " the largest with " << expected.vaultLargest.size() << "; one in " << kVaultOpenOneIn
+        << " not private) in " << QString::number(vaultFillMs, 'f', 0) << " ms; file "
         << QString::number(static_cast<double>(QFileInfo(session.DbPath).size()) / (1024.0 * 1024.0), 'f', 1)
         << " MB\n";
     out.flush();
@@ -451,16 +736,17 @@ int Run(QTextStream& out, QTextStream& err) {
                                                        {"memo list max", categories::kUnfiled, kRuns}};
     // The pages a list touches are mapped in by one raw reading first, so that the first list finds them as the
     // raw side does.
-    MemoListLimit(raw, keys, expected.listedCategory, static_cast<std::size_t>(expected.listed.size()), owner, false);
+    TitleListLimit(raw, keys, memos::kMemoSection, expected.listedCategory,
+                   static_cast<std::size_t>(expected.listed.size()), owner, false);
     for (const auto& [workload, category, runs] : lists) {
-        const QVector<ListedMemo>& written = category == categories::kUnfiled ? expected.largest : expected.listed;
+        const QVector<WrittenTitle>& written = category == categories::kUnfiled ? expected.largest : expected.listed;
         const int rows = Visible(written, false);
         ok = Measure(workload, rows, Timed([&, category = category] {
                          return ListAgrees(memos::ListMemos(store, category), written, category, false);
                      }),
                      Timed([&, category = category] {
-                         return MemoListLimit(raw, keys, category, static_cast<std::size_t>(written.size()), owner,
-                                              false) == rows;
+                         return TitleListLimit(raw, keys, memos::kMemoSection, category,
+                                               static_cast<std::size_t>(written.size()), owner, false) == rows;
                      }),
                      runs, results, err, runs > 1) &&
              ok;
@@ -491,6 +777,46 @@ int Run(QTextStream& out, QTextStream& err) {
                  Timed([&] { return WeekLimit(raw, *mode, keys, firstDay, weekBlobs, buffer) == 7; }), kRuns, results,
                  err) &&
          ok;
+
+    // Every task, then the open ones only, as the list's switch for completed tasks shows them.
+    const std::tuple<const char*, const char*, bool> taskLists[] = {{"task list all", kTaskListSql, true},
+                                                                    {"task list open", kOpenTaskListSql, false}};
+    for (const auto& [workload, sql, showCompleted] : taskLists) {
+        const int rows = VisibleTasks(expected.tasks, showCompleted, false);
+        ok = Measure(workload, rows,
+                     TimedThenChecked(
+                         [&, showCompleted = showCompleted] {
+                             return tasks::ListTasks(
+                                 store, {.category = records::kAllCategories, .showCompleted = showCompleted});
+                         },
+                         [&, showCompleted = showCompleted](const QVector<tasks::Task>& list) {
+                             return TasksAgree(list, expected.tasks, showCompleted, false);
+                         }),
+                     Timed([&, sql = sql, rows] {
+                         return TaskListLimit(raw, keys, sql, static_cast<std::size_t>(rows)) == rows;
+                     }),
+                     kRuns, results, err) &&
+             ok;
+    }
+
+    // As with the memos: the first vault list of a session learns where every record is filed.
+    const int vaultRows = Visible(expected.vaultLargest, false);
+    const auto vaultCount = static_cast<std::size_t>(expected.vaultLargest.size());
+    TitleListLimit(raw, keys, vault::kVaultSection, expected.largestSubCategory, vaultCount, owner, false);
+    for (const auto& [workload, runs] : {std::pair{"first vault list", 1}, std::pair{"vault list max", kRuns}}) {
+        ok = Measure(workload, vaultRows,
+                     TimedThenChecked([&] { return vault::ListEntries(store, expected.largestSubCategory); },
+                                      [&](const QVector<records::ListedTitle>& list) {
+                                          return ListAgrees(list, expected.vaultLargest, expected.largestSubCategory,
+                                                            false);
+                                      }),
+                     Timed([&] {
+                         return TitleListLimit(raw, keys, vault::kVaultSection, expected.largestSubCategory, vaultCount,
+                                               owner, false) == vaultRows;
+                     }),
+                     runs, results, err, runs > 1) &&
+             ok;
+    }
     CRY::WipeBytes(keys);
     CRY::WipeBytes(buffer);
 
@@ -500,14 +826,25 @@ int Run(QTextStream& out, QTextStream& err) {
         err << "noctaria-bench: the memo list with private memos hidden disagrees with what was written\n";
         ok = false;
     }
+    if (!TasksAgree(tasks::ListTasks(store, {.category = records::kAllCategories, .showCompleted = false}),
+                    expected.tasks, false, true)) {
+        err << "noctaria-bench: the open task list with private tasks hidden disagrees with what was written\n";
+        ok = false;
+    }
+    if (!ListAgrees(vault::ListEntries(store, expected.largestSubCategory), expected.vaultLargest,
+                    expected.largestSubCategory, true)) {
+        err << "noctaria-bench: the vault list with private records hidden disagrees with what was written\n";
+        ok = false;
+    }
 
     PrintTable(out, results, 3);
     out << "medians of " << kRuns
         << " runs (the first memo list: one run); memo list: " << CategoryName(expected.listedCategory) << " (rank "
         << kListedRank << " of " << kCategories << "), memo list max: Unfiled; title threads "
         << std::max(1u, std::thread::hardware_concurrency()) << "; memo display: one memo a run; "
-        << "diary week from " << weekStart.toString(Qt::ISODate) << '\n';
-    out << "plan of the raw memo list: " << QueryPlan(raw, kMemoListSql) << '\n';
+        << "diary week from " << weekStart.toString(Qt::ISODate) << "; task list all: every task, task list open: "
+        << "completed ones left out; vault list max: " << largestCaption << " (the first vault list: one run)\n";
+    out << "plan of the raw memo list: " << QueryPlan(raw, kTitleListSql) << '\n';
     for (const Timing& timing : results) {
         out << timing.workload << ' ' << (timing.oursMs < kListTargetMs ? "under" : "NOT under") << ' ' << kListTargetMs
             << " ms (" << QString::number(timing.oursMs, 'f', 1) << " ms)\n";
