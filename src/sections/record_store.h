@@ -1,7 +1,9 @@
 #pragma once
 
 #include "base/result.h"
+#include "store/cipher_workers.h"
 #include "store/row.h"
+#include "store/sqlite.h"
 
 #include <QByteArray>
 #include <QDate>
@@ -71,6 +73,31 @@ struct ListedTitle {
 // The titles of `section` in `category` (or all), in key order; rows whose title this reader may not see
 // (private while hidden, another owner's) are left out.
 QVector<ListedTitle> ListTitles(Store& store, int section, int category);
+
+// Every row `select` yields, opened on all cores by `open` while the reading goes on, in reading order; a row
+// `open` gives nothing for is left out.
+template <typename T>
+QVector<T> OpenRows(const CRY::SecureBytes& keyPool, sqlite::Statement& select,
+                    const std::function<std::optional<T>(CRY& cry, const Row& row)>& open) {
+    QVector<std::optional<T>> opened = cipher_workers::OpenWhileReading<Row, std::optional<T>>(
+        keyPool,
+        [&](Row& row) {
+            if (!select.step()) {
+                return false;
+            }
+            row = Row::FromStatement(select);
+            return true;
+        },
+        open);
+    QVector<T> kept;
+    kept.reserve(opened.size());
+    for (std::optional<T>& one : opened) {
+        if (one) {
+            kept.append(std::move(*one));
+        }
+    }
+    return kept;
+}
 
 // Day numbers of plain date columns: days from the base (an OLE date) to `date`, or 0 when the count does not
 // fit in 16 bits (or there is no date).

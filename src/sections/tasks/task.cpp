@@ -1,7 +1,6 @@
 #include "sections/tasks/task.h"
 
 #include "sections/record_store.h"
-#include "store/cipher_workers.h"
 #include "store/field_codec.h"
 #include "store/record_get.h"
 #include "store/record_put.h"
@@ -190,34 +189,15 @@ QVector<Task> ListTasks(Store& store, const ListFilter& filter) {
     select.bind(2, static_cast<std::int64_t>(filter.category));
     select.bind(3, static_cast<std::int64_t>(filter.showCompleted ? 1 : 0));
     const bool hidePrivate = store.hidePrivate;
-    struct Read {
-        bool ok = false;
+    return records::OpenRows<Task>(store.cry.KeyPool(), select, [&](CRY& cry, const Row& row) -> std::optional<Task> {
         Task task;
-    };
-    QVector<Read> read = cipher_workers::OpenWhileReading<Row, Read>(
-        store.cry.KeyPool(),
-        [&](Row& row) {
-            if (!select.step()) {
-                return false;
-            }
-            row = Row::FromStatement(select);
-            return true;
-        },
-        [&](CRY& cry, const Row& row) {
-            Read r;
-            const auto key = static_cast<std::int32_t>(row.integer(Col::fPK));
-            r.ok =
-                DecodeTaskBlob(cry.Cipher(key, 2, row.bytes(Col::fEtx)), r.task) && !(r.task.isPrivate && hidePrivate);
-            ReadColumns(row, r.task);
-            return r;
-        });
-    QVector<Task> shown;
-    for (Read& r : read) {
-        if (r.ok) {
-            shown.append(std::move(r.task));
+        const auto key = static_cast<std::int32_t>(row.integer(Col::fPK));
+        if (!DecodeTaskBlob(cry.Cipher(key, 2, row.bytes(Col::fEtx)), task) || (task.isPrivate && hidePrivate)) {
+            return std::nullopt;
         }
-    }
-    return shown;
+        ReadColumns(row, task);
+        return task;
+    });
 }
 
 Result SetCompleted(Store& store, std::int32_t key, bool completed, const QDate& today, Task* stored) {

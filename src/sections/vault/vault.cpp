@@ -2,7 +2,6 @@
 
 #include "base/messages.h"
 #include "base/password_strength.h"
-#include "store/cipher_workers.h"
 #include "store/cry.h"
 #include "store/field_codec.h"
 #include "store/record_get.h"
@@ -196,28 +195,21 @@ QVector<PasswordFinding> WeakOrReusedPasswords(Store& store) {
     select.bind(1, static_cast<std::int64_t>(kVaultSection));
     const bool hidePrivate = store.hidePrivate;
     const int owner = store.user.level;
-    struct Read {
-        bool ok = false;
-        Entry entry;
-    };
-    QVector<Read> read = cipher_workers::OpenWhileReading<Row, Read>(
-        store.cry.KeyPool(),
-        [&](Row& row) {
-            if (!select.step()) {
-                return false;
-            }
-            row = Row::FromStatement(select);
-            return true;
-        },
-        [&](CRY& cry, const Row& row) {
-            Read r;
+    QVector<Entry> read =
+        records::OpenRows<Entry>(store.cry.KeyPool(), select, [&](CRY& cry, const Row& row) -> std::optional<Entry> {
+            Entry entry;
             const auto key = static_cast<std::int32_t>(row.integer(Col::fPK));
             QByteArray blob = cry.Cipher(key, 2, row.bytes(Col::fEtx));
-            r.ok = DecodeEntryBlob(blob, r.entry) && r.entry.owner == owner && !(r.entry.isPrivate && hidePrivate);
+            const bool shown =
+                DecodeEntryBlob(blob, entry) && entry.owner == owner && !(entry.isPrivate && hidePrivate);
             CRY::WipeBytes(blob);
-            r.entry.key = key;
-            r.entry.subCategory = static_cast<int>(row.integer(Col::fG1));
-            return r;
+            if (!shown) {
+                Wipe(entry);
+                return std::nullopt;
+            }
+            entry.key = key;
+            entry.subCategory = static_cast<int>(row.integer(Col::fG1));
+            return entry;
         });
 
     struct Candidate {
@@ -229,15 +221,15 @@ QVector<PasswordFinding> WeakOrReusedPasswords(Store& store) {
         int sharedWith = 0;
     };
     std::vector<Candidate> candidates;
-    for (Read& r : read) {
-        const QStringList labels = Labels(r.entry.subCategory);
-        for (int i = 0; r.ok && i < labels.size(); ++i) {
-            const QString& value = r.entry.values[static_cast<std::size_t>(i)];
+    for (Entry& entry : read) {
+        const QStringList labels = Labels(entry.subCategory);
+        for (int i = 0; i < labels.size(); ++i) {
+            const QString& value = entry.values[static_cast<std::size_t>(i)];
             if (IsPasswordLabel(labels[i]) && !value.isEmpty()) {
-                candidates.push_back({r.entry.key, r.entry.subCategory, r.entry.values[0], labels[i], value});
+                candidates.push_back({entry.key, entry.subCategory, entry.values[0], labels[i], value});
             }
         }
-        Wipe(r.entry);
+        Wipe(entry);
     }
     // Equal passwords side by side, so that each learns how many other records hold it; a record repeating one
     // in two of its own fields shares it with nobody.

@@ -121,6 +121,8 @@ frmClassified::frmClassified(Session& session, QWidget* parent)
     left->setContentsMargins(0, 0, 0, 0);
     left->addWidget(lblCategory);
     left->addWidget(ListSelect, 1);
+    // Before a choice the list is hidden and the buttons stay at the foot.
+    left->addStretch();
     left->addLayout(buttons.row);
     // The pane keeps its place while no record is shown, so the list does not jump in width.
     auto* paneSide = new QWidget(this);
