@@ -348,7 +348,14 @@ void frmClassified::editEntry(const vault::Entry& entry) {
     dialog->move(padFrame->mapToGlobal(QPoint(0, 0)));
     dialog.exec();
     if (dialog.get() != nullptr && !dialog->cancelled()) {
-        listSelect_Initialize(dialog->storedKey());
+        const std::int32_t stored = dialog->storedKey();
+        listSelect_Initialize(stored);
+        // A new record starts private, so while private records are hidden it would vanish without a word.
+        if (stored > 0 && m_shownKey != stored) {
+            m_session.store().prompter.message(
+                0, tr("The record is stored. It is private, and private records are hidden: show them to see it."),
+                Prompter::Buttons::Ok, Prompter::Icon::Information);
+        }
     }
 }
 

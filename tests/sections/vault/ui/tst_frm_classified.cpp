@@ -155,6 +155,18 @@ private Q_SLOTS:
         QCOMPARE(rowsOf(kVaultSection), 0);
     }
 
+    // A new private record stored while private records are hidden is not listed, and the person is told why.
+    void privateRecordStoredWhileHidden() {
+        showPrivate(false);
+        m_form->cat_Click(10);
+        AnswerDialog<frmEditConfidential>(
+            [](frmEditConfidential& editor) { QTest::keyClicks(editor.txtCtl[0], QStringLiteral("Office suite")); });
+        m_form->cmdAdd_Click();
+        QVERIFY(titles().isEmpty());
+        QCOMPARE(rowsOf(kVaultSection), 1);
+        QVERIFY(prompter().shown.last().text.contains(QLatin1String("private records are hidden")));
+    }
+
     // The editor's generator fills the field it stands beside.
     void generatorFillsTheField() {
         const std::int32_t key = seed(1, {"Forum", "", "anouk", "sunshine"});
