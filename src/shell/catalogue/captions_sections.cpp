@@ -87,7 +87,6 @@ constexpr CaptionEntry kClassifiedEntries[] = {
     {"cmdDelete", -1, P::ToolTipText, "Delete the record (Ctrl+D)"},
     {"chkPlainPW", -1, P::Caption, "Show Plain Password"},
     {"ctlPrivate", -1, P::Caption, "Private"},
-    {"mnuCopyValue", -1, P::Caption, "&Copy"},
     {"tbrWeakPasswords", -1, P::ToolTipText, "Weak or reused passwords"},
 };
 
