@@ -14,4 +14,10 @@ QString ShortDate(const QDate& date, const QLocale& locale) {
     return locale.toString(date, ShortDateFormat(locale));
 }
 
+QString ShortDateTime(const QDateTime& stamp, const QLocale& locale) {
+    return stamp.isValid()
+               ? ShortDate(stamp.date(), locale) + u' ' + locale.toString(stamp.time(), QLocale::ShortFormat)
+               : QString();
+}
+
 } // namespace dates

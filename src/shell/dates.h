@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDate>
+#include <QDateTime>
 #include <QLocale>
 #include <QString>
 
@@ -10,5 +11,7 @@ namespace dates {
 
 QString ShortDateFormat(const QLocale& locale = QLocale());
 QString ShortDate(const QDate& date, const QLocale& locale = QLocale());
+// A time stamp as the short date and the locale's short time; empty for none.
+QString ShortDateTime(const QDateTime& stamp, const QLocale& locale = QLocale());
 
 } // namespace dates

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <numeric>
 
 namespace vault {
 
@@ -231,24 +232,19 @@ QVector<PasswordFinding> WeakOrReusedPasswords(Store& store) {
         }
         Wipe(entry);
     }
-    // Equal passwords side by side, so that each learns how many other records hold it; a record repeating one
-    // in two of its own fields shares it with nobody.
+    // Equal passwords side by side, so that each learns how many other records hold it (a record has one password
+    // field at the most). Sorting, not a hash, keeps the passwords in the copies that are wiped below.
     std::vector<std::size_t> order(candidates.size());
-    for (std::size_t i = 0; i < order.size(); ++i) {
-        order[i] = i;
-    }
-    std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
-        return std::pair(candidates[a].password, candidates[a].key) <
-               std::pair(candidates[b].password, candidates[b].key);
-    });
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    std::sort(order.begin(), order.end(),
+              [&](std::size_t a, std::size_t b) { return candidates[a].password < candidates[b].password; });
     for (std::size_t from = 0; from < order.size();) {
-        std::size_t to = from;
-        int records = 0;
-        for (; to < order.size() && candidates[order[to]].password == candidates[order[from]].password; ++to) {
-            records += to == from || candidates[order[to]].key != candidates[order[to - 1]].key ? 1 : 0;
+        std::size_t to = from + 1;
+        while (to < order.size() && candidates[order[to]].password == candidates[order[from]].password) {
+            ++to;
         }
         for (std::size_t i = from; i < to; ++i) {
-            candidates[order[i]].sharedWith = records - 1;
+            candidates[order[i]].sharedWith = static_cast<int>(to - from) - 1;
         }
         from = to;
     }

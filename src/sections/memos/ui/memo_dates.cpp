@@ -7,10 +7,7 @@ namespace memo_dates {
 namespace {
 
 QString Line(int message, const QDateTime& stamp) {
-    const QString when =
-        stamp.isValid() ? dates::ShortDate(stamp.date()) + u' ' + QLocale().toString(stamp.time(), QLocale::ShortFormat)
-                        : QString();
-    return MsgText(message) + QStringLiteral(": ") + when;
+    return MsgText(message) + QStringLiteral(": ") + dates::ShortDateTime(stamp);
 }
 
 } // namespace

@@ -62,7 +62,7 @@ frmClassified::frmClassified(Session& session, QWidget* parent)
         group->addButton(option, sub.number);
         choices->addWidget(option, ++rows[static_cast<std::size_t>(sub.mainCategory)], sub.mainCategory);
     }
-    connect(group, &QButtonGroup::idClicked, this, &frmClassified::cat_Click);
+    connect(group, &QButtonGroup::idClicked, this, [this](int index) { cat_Click(index); });
 
     lblCategory = Named<QLabel>(this, QStringLiteral("lblCategory"));
     ListSelect = Named<QListWidget>(this, QStringLiteral("ListSelect"));
@@ -147,7 +147,7 @@ QList<QAction*> frmClassified::toolActions() {
     return {m_newTool, tbrWeakPasswords};
 }
 
-void frmClassified::cat_Click(int index) {
+void frmClassified::cat_Click(int index, std::int32_t key) {
     m_subCategory = vault::FindSubCategory(index) != nullptr ? index : 0;
     for (std::size_t i = 1; i < cat.size(); ++i) {
         QRadioButton* option = cat[i];
@@ -173,7 +173,7 @@ void frmClassified::cat_Click(int index) {
                              ? MsgText(262) + QStringLiteral(":  ") + QString::fromLatin1(sub->caption).toUpper()
                              : tr("Choose a kind of record above."));
     ListSelect->setVisible(sub != nullptr);
-    listSelect_Initialize();
+    listSelect_Initialize(key);
     if (sub != nullptr) {
         cat[static_cast<std::size_t>(m_subCategory)]->setFocus();
     }
@@ -246,11 +246,7 @@ void frmClassified::showRecord(std::int32_t key) {
         }
         txtNotes->setPlainText(entry->notes);
         ctlPrivate->setChecked(entry->isPrivate);
-        lblLastModified->setText(MsgText(263) + QStringLiteral(": ") +
-                                 (entry->modified.isValid()
-                                      ? dates::ShortDate(entry->modified.date()) + u' ' +
-                                            QLocale().toString(entry->modified.time(), QLocale::ShortFormat)
-                                      : QString()));
+        lblLastModified->setText(MsgText(263) + QStringLiteral(": ") + dates::ShortDateTime(entry->modified));
     }
     txtNotes->setProperty("Tag", QString::number(key));
     m_shownKey = key;
@@ -379,9 +375,6 @@ void frmClassified::cmdDelete_Click() {
 void frmClassified::ShowWeakPasswords() {
     const modal::Scoped<frmWeakPasswords> dialog(vault::WeakOrReusedPasswords(m_session.store()), this);
     if (dialog.exec() == QDialog::Accepted && dialog.get() != nullptr && dialog->chosenKey() != 0) {
-        const int sub = dialog->chosenSubCategory();
-        const std::int32_t key = dialog->chosenKey();
-        cat_Click(sub);
-        listSelect_Initialize(key);
+        cat_Click(dialog->chosenSubCategory(), dialog->chosenKey());
     }
 }

@@ -26,8 +26,8 @@ public:
     // Hiding private records also masks the passwords again and empties the pane.
     void privateSwitched() override;
 
-    // Chooses sub-category `index` (0: none) and lists its records.
-    void cat_Click(int index);
+    // Chooses sub-category `index` (0: none), lists its records and selects `key` if it is listed.
+    void cat_Click(int index, std::int32_t key = 0);
     // Lists the records of the chosen sub-category again and selects `key` if it is listed.
     void listSelect_Initialize(std::int32_t key = 0);
     void cmdAdd_Click();
