@@ -145,6 +145,37 @@ private Q_SLOTS:
         QVERIFY(!weak.out.contains(QLatin1String("sunshine")));
     }
 
+    // What the views would show, line by line; a series given as bytes is stored as given.
+    void calendarRoundTrip() {
+        // Every 2 weeks on Mondays and Thursdays from Monday 4 March 2024, until 28 March 2024.
+        const int choir = keyOf({"calendar", "add", m_file, "--start", "2024-03-04 18:30", "--end", "2024-03-04 19:30",
+                                 "--subject", "Choir", "--recurrence-hex", "11240276268e26"});
+        const int dentist = keyOf({"calendar", "add", m_file, "--start", "2024-03-14 18:30", "--end",
+                                   "2024-03-14 19:00", "--subject", "Dentist", "--private", "--location", "Town"});
+        const int holiday = keyOf({"calendar", "add", m_file, "--start", "2024-03-15 10:00", "--end",
+                                   "2024-03-15 11:00", "--subject", "Holiday", "--all-day"});
+        QVERIFY(choir > 0 && dentist > choir && holiday > dentist);
+        const CliResult listed =
+            cli({"calendar", "occurrences", m_file, "--from", "2024-03-01", "--to", "2024-03-31", "--first-day", "2"});
+        QCOMPARE(listed.exitCode, 0);
+        QCOMPARE(listed.out, QStringLiteral("2024-03-04 18:30\t%1\tChoir\n"
+                                            "2024-03-07 18:30\t%1\tChoir\n"
+                                            "2024-03-14 18:30\t%2\tDentist\n"
+                                            "2024-03-15 00:00\t%3\tHoliday\n"
+                                            "2024-03-18 18:30\t%1\tChoir\n"
+                                            "2024-03-21 18:30\t%1\tChoir\n")
+                                 .arg(choir)
+                                 .arg(dentist)
+                                 .arg(holiday));
+        const CliResult shown = cli({"calendar", "show", m_file, QString::number(choir)});
+        QVERIFY(shown.out.contains(QLatin1String("\nrecurrence\t11240276268e26\n")));
+        const CliResult day = cli({"calendar", "show", m_file, QString::number(holiday)});
+        QVERIFY(day.out.contains(QLatin1String("start\t2024-03-15 00:00\nend\t2024-03-16 00:00\nall-day\tyes\n")));
+        QCOMPARE(cli({"calendar", "delete", m_file, QString::number(dentist)}).exitCode, 0);
+        QVERIFY(!cli({"calendar", "occurrences", m_file, "--from", "2024-03-14", "--to", "2024-03-14"})
+                     .out.contains(QLatin1String("Dentist")));
+    }
+
     // Refused with words that say why, and nothing changed; FILE and DIARY stand for the file and a diary key.
     void refusals_data() {
         QTest::addColumn<QStringList>("args");
@@ -186,6 +217,20 @@ private Q_SLOTS:
             << "Web Login has no field 4";
         QTest::newRow("no such sub-category")
             << QStringList{"vault", "list", "FILE", "--sub-category", "17"} << 2 << "not '17'";
+        QTest::newRow("a recurrence of even length")
+            << QStringList{"calendar",         "add",       "FILE", "--start",          "2024-03-04 18:30", "--end",
+                           "2024-03-04 19:30", "--subject", "x",    "--recurrence-hex", "0200010000000000"}
+            << 2 << "--recurrence-hex is no recurrence";
+        QTest::newRow("a start the calendar cannot show")
+            << QStringList{"calendar",         "add",       "FILE", "--start", "2077-01-01 10:00", "--end",
+                           "2077-01-01 11:00", "--subject", "x"}
+            << 2 << "Upper range limit for dates is 2076-03-31";
+        QTest::newRow("an end before the start")
+            << QStringList{"calendar",         "add",       "FILE", "--start", "2024-03-04 18:30", "--end",
+                           "2024-03-04 18:00", "--subject", "x"}
+            << 1 << "the end lies before the start";
+        QTest::newRow("a diary entry is no appointment")
+            << QStringList{"calendar", "delete", "FILE", "DIARY"} << 1 << "record DIARY is not an appointment";
         QTest::newRow("unknown task category")
             << QStringList{"task", "add", "FILE", "--subject", "x", "--category", "Nowhere"} << 1
             << "there is no such category: 'Nowhere'";

@@ -1,9 +1,11 @@
 // The records read through the field codec, each on any bytes: the preferences, a user's options, a budget
-// transaction, a memo, a task, a vault record and a diary entry.
+// transaction, a memo, a task, a vault record, a diary entry and an appointment, whose rule is expanded as the
+// views would ask for it, as are the bytes themselves taken for a rule.
 
 #include "fuzz_support.h"
 
 #include "budget/transaction.h"
+#include "calendar/appointment.h"
 #include "sections/diary/diary.h"
 #include "sections/memos/memo.h"
 #include "sections/tasks/task.h"
@@ -34,5 +36,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     vault::DecodeEntryBlob(blob, vaultEntry);
     diary::DiaryEntry entry;
     diary::DecodeDiaryBlob(blob, entry);
+    CALENDAR::Appointment appointment;
+    CALENDAR::DecodeAppointmentBlob(blob, appointment);
+    for (const QByteArray& redo : {appointment.redo, blob}) {
+        for (const QDate& day : {QDate(2026, 2, 1), CALENDAR::LowerLimitDate(), CALENDAR::UpperLimitDate()}) {
+            const CALENDAR::DayRange month = CALENDAR::ViewRange(day, CALENDAR::MonthView, 2);
+            CALENDAR::ExpandSeries(std::max(month.first, CALENDAR::LowerLimitDate()),
+                                   std::min(month.last, CALENDAR::UpperLimitDate()),
+                                   CALENDAR::MinuteOfDay(appointment.start), redo, 2);
+        }
+    }
     return 0;
 }

@@ -8,6 +8,7 @@
 
 #include "budget/budget_lists.h"
 #include "budget/transaction.h"
+#include "calendar/appointment.h"
 #include "sections/categories/categories.h"
 #include "sections/diary/diary.h"
 #include "sections/memos/memo.h"
@@ -95,7 +96,22 @@ void CodecSeeds(SeedWriter& out) {
     entry.notes = QStringLiteral("Second row");
     entry.modified = QDateTime(QDate(2026, 1, 2), QTime(3, 4));
     const QByteArray vaultBlob = vault::EntryBlob(entry);
-    for (const QByteArray& blob : {prefs, options, transaction, memoBlob, taskBlob, vaultBlob, diaryBlob}) {
+    CALENDAR::Recurrence rule;
+    rule.kind = CALENDAR::RedoWeekdays;
+    rule.endMode = CALENDAR::EndOnDate;
+    rule.a = 0x24;
+    rule.b = 2;
+    rule.startDay = CALENDAR::RedoDay(QDate(2026, 1, 5));
+    rule.endDay = CALENDAR::RedoDay(QDate(2026, 6, 29));
+    rule.exceptions = {CALENDAR::RedoDay(QDate(2026, 1, 19))};
+    const QByteArray appointmentBlob = CALENDAR::AppointmentBlob({.owner = 1,
+                                                                  .start = CALENDAR::MinuteOf(QDate(2026, 1, 5), 1110),
+                                                                  .end = CALENDAR::MinuteOf(QDate(2026, 1, 5), 1170),
+                                                                  .redo = CALENDAR::RecurrenceString(rule),
+                                                                  .subject = QStringLiteral("Choir"),
+                                                                  .location = QStringLiteral("Hall")});
+    for (const QByteArray& blob :
+         {prefs, options, transaction, memoBlob, taskBlob, vaultBlob, diaryBlob, appointmentBlob}) {
         out.add(QStringLiteral("fuzz_record_blobs"), blob);
         out.add(QStringLiteral("fuzz_field_codec"), blob);
     }

@@ -162,8 +162,11 @@ QString NoRecord(std::int32_t key, const Result& r, const char* what) {
     if (r.kind() == Result::Kind::Engine) {
         return r.text();
     }
-    return r.ok() ? QStringLiteral("there is no record %1").arg(key)
-                  : QStringLiteral("record %1 is not a %2").arg(key).arg(QLatin1String(what));
+    return r.ok()
+               ? QStringLiteral("there is no record %1").arg(key)
+               : QStringLiteral("record %1 is not %2 %3")
+                     .arg(key)
+                     .arg(QLatin1String(QByteArrayView("aeiou").contains(what[0]) ? "an" : "a"), QLatin1String(what));
 }
 
 int Report(const CommandLine& line, const Result& r) {

@@ -1,5 +1,6 @@
 #include "app/cli/commands.h"
 #include "budget/budget_commands.h"
+#include "calendar/calendar_commands.h"
 #include "sections/diary/diary_commands.h"
 #include "sections/memos/memo_commands.h"
 #include "sections/tasks/task_commands.h"
@@ -40,6 +41,9 @@ void Usage(QTextStream& err) {
            "  vault list|add|show|weak FILE ...\n"
            "                              the vault's titles by sub-category, a new record, one record (passwords\n"
            "                              only with --reveal), the weak or reused passwords\n"
+           "  calendar add|occurrences|show|delete FILE ...\n"
+           "                              a new appointment or series, the occurrences of a range in the order\n"
+           "                              the views show them, one appointment, deleting one\n"
            "Passphrases are read from the terminal, or line by line from standard input.\n";
 }
 
@@ -69,13 +73,21 @@ int main(int argc, char* argv[]) {
     }
     using Command = int (*)(const QStringList&, cli::Streams);
     const std::pair<const char*, Command> commands[] = {
-        {"create", cli::Create},      {"info", cli::Info},
-        {"check", cli::Check},        {"passwd", cli::Passwd},
-        {"compact", cli::Compact},    {"backup", cli::Backup},
-        {"restore", cli::Restore},    {"dump", cli::Dump},
-        {"generate", cli::Generate},  {"budget", budget::BudgetCommand},
-        {"memo", memos::MemoCommand}, {"diary", diary::DiaryCommand},
-        {"task", tasks::TaskCommand}, {"vault", vault::VaultCommand},
+        {"create", cli::Create},
+        {"info", cli::Info},
+        {"check", cli::Check},
+        {"passwd", cli::Passwd},
+        {"compact", cli::Compact},
+        {"backup", cli::Backup},
+        {"restore", cli::Restore},
+        {"dump", cli::Dump},
+        {"generate", cli::Generate},
+        {"budget", budget::BudgetCommand},
+        {"memo", memos::MemoCommand},
+        {"diary", diary::DiaryCommand},
+        {"task", tasks::TaskCommand},
+        {"vault", vault::VaultCommand},
+        {"calendar", CALENDAR::CalendarCommand},
     };
     for (const auto& [name, run] : commands) {
         if (command == QLatin1String(name)) {
