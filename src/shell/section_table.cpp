@@ -9,7 +9,7 @@ namespace sections {
 namespace {
 
 constexpr std::array<SectionInfo, 7> kTable{{
-    {SectionId::Calendar, 113, "frmCalendar", "op12", "mnuCalendar", 1, true, "appointments",
+    {SectionId::Calendar, 113, "frmCalendar", "op12", "mnuCalendar", 1, false, "appointments",
      "0 Owner 2 1 Private 1 2 ctlAppoStart 4 3 ctlAppoEnd 4 4 ctlAllday 2 5 ctlAlarmYN 2 6 ctlAlarmDelay 4 7 "
      "ctlRedoString 10 8 ctlSubject 10 9 ctlLocation 10 10 ctlNotes 12 "},
     {SectionId::Tasks, 116, "frmTodo", "op15", "mnuTodo", 4, true, "tasks",

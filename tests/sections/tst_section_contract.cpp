@@ -1,5 +1,6 @@
 #include "budget/transaction.h"
 #include "budget/transaction_list.h"
+#include "calendar/appointment.h"
 #include "sections/categories/categories.h"
 #include "sections/diary/diary.h"
 #include "sections/memos/memo.h"
@@ -38,7 +39,7 @@ struct SectionAdapter {
     const char* name;
     int section;
     int traits;
-    int sub;     // fSub of its rows
+    int sub;     // fSub of its rows; -1 where it is partly noise
     int dayBase; // the base of the day number in fR3; 0 when fR3 is noise
     QString descriptor{};
     // Writes `s` as a new record (key -1) or into `key`; on success `key` is the row's.
@@ -207,9 +208,34 @@ SectionAdapter DiarySection() {
     return a;
 }
 
+SectionAdapter CalendarSection() {
+    using namespace CALENDAR;
+    // What an appointment shows while private records are hidden is the views' choice, not the store's.
+    SectionAdapter a{"calendar", kAppointmentSection, Titles | ReadsByKey, -1, 0};
+    a.descriptor = AppointmentDescriptor();
+    a.save = [](Store& store, std::int32_t& key, const Sample& s) {
+        Appointment appointment{.key = key, .owner = store.user.level, .start = MinuteOf(s.day, 9 * 60)};
+        appointment.end = appointment.start + 60;
+        appointment.subject = s.title;
+        appointment.notes = s.text;
+        const Result r = StoreAppointment(store, appointment, s.day);
+        key = appointment.key;
+        return r;
+    };
+    a.load = [](Store& store, std::int32_t key, Result* r) -> std::optional<Sample> {
+        const std::optional<Appointment> t = LoadAppointment(store, key, r);
+        return t ? std::optional(Sample{t->subject, t->notes, 0, t->isPrivate, DayOfMinute(t->start)}) : std::nullopt;
+    };
+    a.list = [](Store& store, const Sample& s) {
+        return KeysOf(QueryAppointments(store, s.day, s.day, 1), [](const Occurrence& o) { return o.id; });
+    };
+    a.remove = DeleteAppointment;
+    return a;
+}
+
 const QVector<SectionAdapter>& Adapters() {
-    static const QVector<SectionAdapter> all{BudgetSection(), MemoSection(), TaskSection(), VaultSection(),
-                                             DiarySection()};
+    static const QVector<SectionAdapter> all{BudgetSection(), MemoSection(),  TaskSection(),
+                                             VaultSection(),  DiarySection(), CalendarSection()};
     return all;
 }
 
@@ -289,7 +315,9 @@ private Q_SLOTS:
 
         const Row row = *ReadRow(store().connection(), key);
         QCOMPARE(row.integer(Col::fSec), a.section);
-        QCOMPARE(row.integer(Col::fSub), a.sub);
+        if (a.sub >= 0) {
+            QCOMPARE(row.integer(Col::fSub), a.sub);
+        }
         QCOMPARE(row.integer(Col::fG1), s.category);
         if (a.dayBase != 0) {
             QCOMPARE(row.integer(Col::fR3), records::DayNumber(s.day, a.dayBase));
