@@ -189,9 +189,10 @@ QVector<Occurrence> QueryAppointments(Store& store, const QDate& from, const QDa
         QVector<std::int64_t> times;
     };
     // An open series carries a made-up end between 2052 and 2062, which may lie before the range or even before
-    // its own start: every row whose end is that late is a candidate, and its rule tells the real end.
+    // its own start: every row whose end is that late is a candidate, and its rule tells the real end. The unary
+    // plus keeps the engine on the index that narrows most: the series marker here, the start slot below.
     sqlite::Statement series = store.connection().prepare(
-        "SELECT fPK, fEtx FROM tt WHERE fSec=?1 AND fSub>=?2 AND fR4<=?3 AND fR2>=?4 ORDER BY fPK");
+        "SELECT fPK, fEtx FROM tt WHERE +fSec=?1 AND fSub>=?2 AND +fR4<=?3 AND +fR2>=?4 ORDER BY fPK");
     series.bind(1, static_cast<std::int64_t>(kAppointmentSection));
     series.bind(2, static_cast<std::int64_t>(kYearlySeries));
     series.bind(3, static_cast<std::int64_t>(records::DayNumber(to, kSeriesStartBase)));
@@ -214,7 +215,7 @@ QVector<Occurrence> QueryAppointments(Store& store, const QDate& from, const QDa
     }
 
     sqlite::Statement singles = store.connection().prepare(
-        "SELECT fPK, fT1 FROM tt WHERE fSec=?1 AND fSub<?2 AND fR3 BETWEEN ?3 AND ?4 ORDER BY fR3");
+        "SELECT fPK, fT1 FROM tt WHERE +fSec=?1 AND +fSub<?2 AND fR3 BETWEEN ?3 AND ?4 ORDER BY fR3");
     singles.bind(1, static_cast<std::int64_t>(kAppointmentSection));
     singles.bind(2, static_cast<std::int64_t>(kYearlySeries));
     singles.bind(3, static_cast<std::int64_t>(SlotNumber(MinuteOf(from))));

@@ -1,4 +1,5 @@
 #include "app/bench/budget_bench.h"
+#include "app/bench/calendar_bench.h"
 #include "app/bench/sections_bench.h"
 #include "app/bench/store_bench.h"
 
@@ -21,7 +22,9 @@ void Usage(QTextStream& err) {
            "and SQLite\n"
            "  sections  100,000 memos in 50 categories, 10,000 diary days, 100,000 tasks and 20,000 vault records: "
            "a category's memo list, one memo, a diary week, the task list with and without completed tasks and a "
-           "vault sub-category's list beside raw Botan and SQLite\n";
+           "vault sub-category's list beside raw Botan and SQLite\n"
+           "  calendar  100,000 single appointments over ten years and 1,000 series of every kind: a day, a workweek, "
+           "a week and a month view at several dates beside raw Botan and SQLite\n";
 }
 
 } // namespace
@@ -32,7 +35,10 @@ int main(int argc, char* argv[]) {
     QTextStream err(stderr);
     const QStringList args = QCoreApplication::arguments().mid(1);
     const std::pair<const char*, int (*)(QTextStream&, QTextStream&)> workloads[] = {
-        {"store", bench::RunStoreBench}, {"budget", bench::RunBudgetBench}, {"sections", bench::RunSectionsBench}};
+        {"store", bench::RunStoreBench},
+        {"budget", bench::RunBudgetBench},
+        {"sections", bench::RunSectionsBench},
+        {"calendar", bench::RunCalendarBench}};
     for (const auto& [name, run] : workloads) {
         if (args.size() == 1 && args.first() == QLatin1String(name)) {
             // Botan reports misuse by throwing; a benchmark has nothing to recover, only something to report.
