@@ -3,6 +3,7 @@
 #include "app/cli/command_line.h"
 #include "base/messages.h"
 #include "calendar/appointment.h"
+#include "calendar/redo_editor.h"
 #include "shell/session.h"
 #include "store/store.h"
 
@@ -180,7 +181,8 @@ int Show(const QStringList& args, cli::Streams io) {
                                        << "\nsubject\t" << cli::OneLine(a->subject) << "\nlocation\t"
                                        << cli::OneLine(a->location) << "\nnotes\t" << cli::OneLine(a->notes) << '\n';
                                if (a->isSeries()) {
-                                   out.out << "recurrence\t" << QString::fromLatin1(a->redo.toHex()) << '\n';
+                                   out.out << "recurrence\t" << RecurrenceInWords(a->redo, SystemFirstDay())
+                                           << "\nrecurrence-hex\t" << QString::fromLatin1(a->redo.toHex()) << '\n';
                                }
                                return cli::kExitOk;
                            });

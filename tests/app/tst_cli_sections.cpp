@@ -168,7 +168,7 @@ private Q_SLOTS:
                                  .arg(dentist)
                                  .arg(holiday));
         const CliResult shown = cli({"calendar", "show", m_file, QString::number(choir)});
-        QVERIFY(shown.out.contains(QLatin1String("\nrecurrence\t11240276268e26\n")));
+        QVERIFY(shown.out.contains(QLatin1String("\nrecurrence-hex\t11240276268e26\n")));
         const CliResult day = cli({"calendar", "show", m_file, QString::number(holiday)});
         QVERIFY(day.out.contains(QLatin1String("start\t2024-03-15 00:00\nend\t2024-03-16 00:00\nall-day\tyes\n")));
         QCOMPARE(cli({"calendar", "delete", m_file, QString::number(dentist)}).exitCode, 0);
