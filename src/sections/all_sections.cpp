@@ -1,10 +1,26 @@
 #include "sections/all_sections.h"
 
 #include "budget/ui/frm_budget.h"
+#include "calendar/ui/frm_edit_calendar.h"
 #include "sections/diary/ui/frm_diary.h"
 #include "sections/memos/ui/frm_notepad.h"
 #include "sections/tasks/ui/frm_todo.h"
 #include "sections/vault/ui/frm_classified.h"
+#include "shell/dates.h"
+
+#include <QDateTime>
+
+namespace {
+
+// A new appointment from the command bar starts at the present half hour; the status line says where it went.
+void NewAppointment(Session& session, QWidget* parent, bool allDay) {
+    if (const auto stored = frmEditCalendar::Edit(session, -1, QDateTime::currentDateTime(), false, allDay, parent)) {
+        session.frame.ShowStatusComment(
+            QStringLiteral("Appointment stored for %1").arg(dates::ShortDate(CALENDAR::DayOfMinute(stored->start))));
+    }
+}
+
+} // namespace
 
 SectionForms AllSectionForms() {
     SectionForms forms;
@@ -13,5 +29,9 @@ SectionForms AllSectionForms() {
     forms.add(SectionId::Vault, [](Session& session, QWidget* parent) { return new frmClassified(session, parent); });
     forms.add(SectionId::Diary, [](Session& session, QWidget* parent) { return new frmDiary(session, parent); });
     forms.add(SectionId::Budget, [](Session& session, QWidget* parent) { return new frmBudget(session, parent); });
+    forms.addCommand(SectionId::Calendar, QStringLiteral("itCalNewApp"),
+                     [](Session& session, QWidget* parent) { NewAppointment(session, parent, false); });
+    forms.addCommand(SectionId::Calendar, QStringLiteral("itCalNewAllday"),
+                     [](Session& session, QWidget* parent) { NewAppointment(session, parent, true); });
     return forms;
 }

@@ -264,8 +264,12 @@ void frmMDI::buildCommandBar() {
         a->setVisible(calendar);
         connect(a, &QAction::triggered, this, [this, i] { SetCalendarViewButton(i); });
     }
-    button("itCalNewApp", QStringLiteral("kiNewApp"))->setVisible(calendar);
-    button("itCalNewAllday", QStringLiteral("kiNewAllday"))->setVisible(calendar);
+    for (const auto& [key, image] :
+         {std::pair{"itCalNewApp", "kiNewApp"}, std::pair{"itCalNewAllday", "kiNewAllday"}}) {
+        QAction* a = button(key, QLatin1String(image));
+        a->setVisible(calendar);
+        connect(a, &QAction::triggered, this, [this, name = QLatin1String(key)] { runSectionCommand(name); });
+    }
     addToolBar(Qt::TopToolBarArea, Toolbar1);
     Toolbar1->installEventFilter(this);
     Toolbar1->setMouseTracking(true);
@@ -579,6 +583,18 @@ void frmMDI::showSection(int section) {
     }
 }
 
+void frmMDI::runSectionCommand(const QString& name) {
+    const int section = m_options.sectionForms.commandSection(name);
+    if (section == 0 || !m_session.DbIsOpen) {
+        return;
+    }
+    // The command works inside its section, so it passes the section's gate first.
+    if (m_shell.CurrentSection != section && (!GotoSection(section) || m_shell.CurrentSection != section)) {
+        return;
+    }
+    m_options.sectionForms.runCommand(name, m_session, m_sectionForm);
+}
+
 void frmMDI::EnableDbCommands(bool enabled) {
     const bool usable = enabled && !m_shell.AutoBlocked;
     for (const char* name : {"mnuToolsBackup", "mnuToolsDbUtilitiesRepairCompact", "mnuToolsPreferences"}) {
@@ -589,6 +605,9 @@ void frmMDI::EnableDbCommands(bool enabled) {
     action("Lock")->setEnabled(usable && m_session.ShowPrivate);
     action("mnuViewShowPrivate")->setEnabled(usable);
     action("Find")->setEnabled(usable);
+    for (const char* name : {"itCalNewApp", "itCalNewAllday"}) {
+        action(name)->setEnabled(usable);
+    }
     // While blocked nothing reaches a file or the settings; leaving the program stays possible.
     for (const char* name :
          {"mnuFileNew", "mnuFileOpen", "mnuFileCloseDB", "mnuToolsDbUtilitiesRestore", "mnuHelpTipOfDay"}) {

@@ -81,6 +81,8 @@ private:
     void timerTimeout_Tick();
     void timerSplash_Tick();
     void showSectionCommands(int section);
+    // A command of the bars that a section carries out, inside that section.
+    void runSectionCommand(const QString& name);
     // Unloads the section form on show and builds the chosen one; 0 is the start screen.
     void showSection(int section);
     void penaltyWait(int milliseconds);

@@ -7,6 +7,26 @@ void SectionForms::add(SectionId id, Factory factory) {
     m_factories[sections::Number(id)] = std::move(factory);
 }
 
+void SectionForms::addCommand(SectionId id, const QString& action, Command command) {
+    m_commands[action] = {sections::Number(id), std::move(command)};
+}
+
+int SectionForms::commandSection(const QString& action) const {
+    const auto it = m_commands.find(action);
+    return it != m_commands.end() ? it->second.section : 0;
+}
+
+bool SectionForms::runCommand(const QString& action, Session& session, QWidget* parent) const {
+    const auto it = m_commands.find(action);
+    if (it == m_commands.end()) {
+        return false;
+    }
+    // A copy runs: the command's dialog may outlast whatever happens to the table meanwhile.
+    const Command command = it->second.command;
+    command(session, parent);
+    return true;
+}
+
 QWidget* SectionForms::create(int section, Session& session, QWidget* parent) const {
     if (const auto it = m_factories.find(section); it != m_factories.end()) {
         return it->second(session, parent);

@@ -4,6 +4,8 @@
 #include "shell/session.h"
 #include "shell/ui/section_form.h"
 
+#include <QString>
+
 #include <functional>
 #include <map>
 
@@ -11,12 +13,26 @@
 class SectionForms {
 public:
     using Factory = std::function<SectionForm*(Session& session, QWidget* parent)>;
+    // A command of the frame's bars that a section carries out; `parent` is the section's form.
+    using Command = std::function<void(Session& session, QWidget* parent)>;
 
     void add(SectionId id, Factory factory);
     // The section's form, built anew on every entry. A section with no form of its own shows an empty form with
     // its name.
     QWidget* create(int section, Session& session, QWidget* parent) const;
 
+    // Binds the frame's action of that object name to the section `id`.
+    void addCommand(SectionId id, const QString& action, Command command);
+    // The section that carries out the action, 0 for none.
+    int commandSection(const QString& action) const;
+    // Carries out the action; false when no section took it.
+    bool runCommand(const QString& action, Session& session, QWidget* parent) const;
+
 private:
+    struct SectionCommand {
+        int section = 0;
+        Command command;
+    };
     std::map<int, Factory> m_factories;
+    std::map<QString, SectionCommand> m_commands;
 };
