@@ -4,6 +4,7 @@
 #include "store/prompter.h"
 
 #include <QByteArray>
+#include <QElapsedTimer>
 #include <QString>
 #include <QTemporaryDir>
 
@@ -74,6 +75,28 @@ QString QueryPlan(sqlite3* db, const QByteArray& sql);
 // One side of a workload: runs the work once, sets how long the work itself took, and says whether its result
 // agrees with what was written.
 using Side = std::function<bool(double& ms)>;
+
+inline Side Timed(const std::function<bool()>& work) {
+    return [work](double& ms) {
+        QElapsedTimer t;
+        t.start();
+        const bool agrees = work();
+        ms = static_cast<double>(t.nsecsElapsed()) / 1e6;
+        return agrees;
+    };
+}
+
+// Times `work` alone and checks what it gave once the clock has stopped, so that comparing a long result with
+// what was written stays out of the reading.
+template <typename Work, typename Check> Side TimedThenChecked(Work work, Check agrees) {
+    return [work, agrees](double& ms) {
+        QElapsedTimer t;
+        t.start();
+        const auto given = work();
+        ms = static_cast<double>(t.nsecsElapsed()) / 1e6;
+        return agrees(given);
+    };
+}
 
 struct Timing {
     const char* workload;

@@ -380,28 +380,6 @@ int RangeLimit(sqlite3* db, const CRY::SecureBytes& keys, const Probe& p) {
     return series < 0 || singles < 0 ? -1 : series + singles;
 }
 
-Side Timed(const std::function<bool()>& work) {
-    return [work](double& ms) {
-        QElapsedTimer t;
-        t.start();
-        const bool agrees = work();
-        ms = MillisecondsOf(t);
-        return agrees;
-    };
-}
-
-// Times `work` alone and checks what it gave once the clock has stopped, so that comparing a month's occurrences
-// with what was written stays out of the reading.
-template <typename Work, typename Check> Side TimedThenChecked(Work work, Check agrees) {
-    return [work, agrees](double& ms) {
-        QElapsedTimer t;
-        t.start();
-        const auto given = work();
-        ms = MillisecondsOf(t);
-        return agrees(given);
-    };
-}
-
 double MedianMs(int runs, const std::function<void()>& work) {
     std::vector<double> ms;
     for (int run = 0; run < runs; ++run) {

@@ -644,28 +644,6 @@ int WeekLimit(sqlite3* db, Botan::Cipher_Mode& mode, const CRY::SecureBytes& key
     return rc == SQLITE_DONE ? intact : -1;
 }
 
-Side Timed(const std::function<bool()>& work) {
-    return [work](double& ms) {
-        QElapsedTimer t;
-        t.start();
-        const bool agrees = work();
-        ms = MillisecondsOf(t);
-        return agrees;
-    };
-}
-
-// Times `work` alone and checks what it gave once the clock has stopped, so that comparing a long list with what
-// was written stays out of the reading.
-template <typename Work, typename Check> Side TimedThenChecked(Work work, Check agrees) {
-    return [work, agrees](double& ms) {
-        QElapsedTimer t;
-        t.start();
-        const auto given = work();
-        ms = MillisecondsOf(t);
-        return agrees(given);
-    };
-}
-
 int Run(QTextStream& out, QTextStream& err) {
     BenchFile file(err);
     if (!file.open(QStringLiteral("sections.nct"))) {
