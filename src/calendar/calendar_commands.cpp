@@ -24,12 +24,6 @@ constexpr const char* kUsage =
 
 const QString kMinuteFormat = QStringLiteral("yyyy-MM-dd HH:mm");
 
-QString MinuteText(std::int64_t minute) {
-    return DayOfMinute(minute).toString(Qt::ISODate) + QStringLiteral(" %1:%2")
-                                                           .arg(MinuteOfDay(minute) / 60, 2, 10, QLatin1Char('0'))
-                                                           .arg(MinuteOfDay(minute) % 60, 2, 10, QLatin1Char('0'));
-}
-
 // A day the calendar can hold, or the limit's message.
 bool WithinLimits(const CommandLine& line, const QDate& day) {
     if (day < LowerLimitDate()) {

@@ -25,16 +25,6 @@ int SignedDay(std::uint8_t low, std::uint8_t high) {
     return static_cast<std::int16_t>(static_cast<std::uint16_t>(low | (high << 8)));
 }
 
-// Months counted from year 0, so that month steps are plain additions.
-int MonthIndex(const QDate& date) {
-    return date.year() * 12 + date.month() - 1;
-}
-
-QDate DayInMonth(int monthIndex, int day) {
-    const QDate first(monthIndex / 12, monthIndex % 12 + 1, 1);
-    return first.addDays(std::clamp(day, 1, first.daysInMonth()) - 1);
-}
-
 // What every kind tests of a day it yields: inside the range, inside the series, not excepted.
 struct Window {
     int rs = 0;
@@ -185,6 +175,21 @@ int MinuteOfDay(std::int64_t minute) {
 
 std::int64_t SlotNumber(std::int64_t minute) {
     return FloorDiv(minute, 5);
+}
+
+QString MinuteText(std::int64_t minute) {
+    const int m = MinuteOfDay(minute);
+    return DayOfMinute(minute).toString(Qt::ISODate) +
+           QStringLiteral(" %1:%2").arg(m / 60, 2, 10, QLatin1Char('0')).arg(m % 60, 2, 10, QLatin1Char('0'));
+}
+
+int MonthIndex(const QDate& date) {
+    return date.year() * 12 + date.month() - 1;
+}
+
+QDate DayInMonth(int monthIndex, int day) {
+    const QDate first(monthIndex / 12, monthIndex % 12 + 1, 1);
+    return first.addDays(std::clamp(day, 1, first.daysInMonth()) - 1);
 }
 
 std::optional<Recurrence> ParseRecurrence(const QByteArray& redo) {

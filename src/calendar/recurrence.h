@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QDate>
+#include <QString>
 #include <QVector>
 
 #include <cstdint>
@@ -53,6 +54,13 @@ QDate DayOfMinute(std::int64_t minute);
 int MinuteOfDay(std::int64_t minute);
 // Five-minute slots from 20 March 1997 00:00.
 std::int64_t SlotNumber(std::int64_t minute);
+// A calendar minute as "YYYY-MM-DD HH:MM".
+QString MinuteText(std::int64_t minute);
+
+// Months counted from year 0, so that month steps are plain additions.
+int MonthIndex(const QDate& date);
+// A day of a month, the month's last day standing in for one it lacks.
+QDate DayInMonth(int monthIndex, int day);
 
 // A recurrence string as read: what its bytes say, not yet checked against a range.
 struct Recurrence {

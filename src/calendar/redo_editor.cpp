@@ -19,16 +19,6 @@ constexpr std::uint8_t kWorkdays = 124; // Monday to Friday
 constexpr int kDefaultStart = 9 * 60;
 constexpr int kDefaultLength = 30;
 
-int MonthIndex(const QDate& date) {
-    return date.year() * 12 + date.month() - 1;
-}
-
-// A day of a month, the month's last day standing in for one it lacks.
-QDate DayInMonth(int monthIndex, int day) {
-    const QDate first(monthIndex / 12, monthIndex % 12 + 1, 1);
-    return first.addDays(std::clamp(day, 1, first.daysInMonth()) - 1);
-}
-
 bool Ticked(std::uint8_t mask, const QDate& date) {
     return ((mask >> SundayWeekday(date)) & 1) != 0;
 }

@@ -10,13 +10,6 @@ using namespace CALENDAR;
 
 const QDate kToday(2026, 11, 25);
 
-QString MinuteText(std::int64_t minute) {
-    return QStringLiteral("%1 %2:%3")
-        .arg(DayOfMinute(minute).toString(Qt::ISODate))
-        .arg(MinuteOfDay(minute) / 60, 2, 10, QLatin1Char('0'))
-        .arg(MinuteOfDay(minute) % 60, 2, 10, QLatin1Char('0'));
-}
-
 std::int64_t Minute(const QString& text) {
     const QDateTime when = QDateTime::fromString(text, QStringLiteral("yyyy-MM-dd HH:mm"));
     return MinuteOf(when.date(), when.time().hour() * 60 + when.time().minute());

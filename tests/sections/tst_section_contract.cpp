@@ -214,7 +214,10 @@ SectionAdapter CalendarSection() {
     SectionAdapter a{"calendar", kAppointmentSection, Titles | ReadsByKey, -1, 0};
     a.descriptor = AppointmentDescriptor();
     a.save = [](Store& store, std::int32_t& key, const Sample& s) {
-        Appointment appointment{.key = key, .owner = store.user.level, .start = MinuteOf(s.day, 9 * 60)};
+        Appointment appointment;
+        appointment.key = key;
+        appointment.owner = store.user.level;
+        appointment.start = MinuteOf(s.day, 9 * 60);
         appointment.end = appointment.start + 60;
         appointment.subject = s.title;
         appointment.notes = s.text;

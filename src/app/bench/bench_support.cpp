@@ -5,6 +5,7 @@
 #include "shell/open_sequence.h"
 #include "shell/session.h"
 #include "store/cipher_workers.h"
+#include "store/store.h"
 
 #include <QSettings>
 #include <QStringList>
@@ -42,6 +43,22 @@ double Median(std::vector<double> values) {
 }
 
 } // namespace
+
+bool Begin(Store& store, QTextStream& err) {
+    if (const sqlite::Error e = store.connection().exec("BEGIN")) {
+        err << "noctaria-bench: BEGIN failed: " << e.description << '\n';
+        return false;
+    }
+    return true;
+}
+
+bool Commit(Store& store, QTextStream& err) {
+    if (const sqlite::Error e = store.connection().exec("COMMIT")) {
+        err << "noctaria-bench: COMMIT failed: " << e.description << '\n';
+        return false;
+    }
+    return true;
+}
 
 Prompter::Reply BenchPrompter::message(int number, const QString& text, Buttons buttons, Icon) {
     m_err << "noctaria-bench: message " << number << ": " << text << '\n';

@@ -18,6 +18,7 @@
 
 class QTextStream;
 class Session;
+class Store;
 
 // What the workloads that go through the program's own logic share: a throw-away database opened as a person
 // would, both sides of a workload timed alternately, the table of medians, and the raw side's threaded reading.
@@ -75,6 +76,11 @@ QString QueryPlan(sqlite3* db, const QByteArray& sql);
 // One side of a workload: runs the work once, sets how long the work itself took, and says whether its result
 // agrees with what was written.
 using Side = std::function<bool(double& ms)>;
+
+// One engine transaction around a workload's filling, so that a hundred thousand writes take seconds; a failure
+// is told on `err`.
+bool Begin(Store& store, QTextStream& err);
+bool Commit(Store& store, QTextStream& err);
 
 inline Side Timed(const std::function<bool()>& work) {
     return [work](double& ms) {

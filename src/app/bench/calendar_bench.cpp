@@ -137,22 +137,6 @@ struct Written {
     int open = 0;
 };
 
-bool Begin(Store& store, QTextStream& err) {
-    if (const sqlite::Error e = store.connection().exec("BEGIN")) {
-        err << "noctaria-bench: BEGIN failed: " << e.description << '\n';
-        return false;
-    }
-    return true;
-}
-
-bool Commit(Store& store, QTextStream& err) {
-    if (const sqlite::Error e = store.connection().exec("COMMIT")) {
-        err << "noctaria-bench: COMMIT failed: " << e.description << '\n';
-        return false;
-    }
-    return true;
-}
-
 bool Write(Store& store, CALENDAR::Appointment& a, const QDate& today, const char* what, int i, QTextStream& err) {
     if (const Result r = CALENDAR::StoreAppointment(store, a, today); !r.ok()) {
         err << "noctaria-bench: writing " << what << ' ' << i << " failed: " << r.text() << '\n';

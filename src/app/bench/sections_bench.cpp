@@ -323,22 +323,6 @@ struct Expected {
     QVector<WrittenTitle> vaultTypical; // a sub-category of the median size, in key order
 };
 
-bool Begin(Store& store, QTextStream& err) {
-    if (const sqlite::Error e = store.connection().exec("BEGIN")) {
-        err << "noctaria-bench: BEGIN failed: " << e.description << '\n';
-        return false;
-    }
-    return true;
-}
-
-bool Commit(Store& store, QTextStream& err) {
-    if (const sqlite::Error e = store.connection().exec("COMMIT")) {
-        err << "noctaria-bench: COMMIT failed: " << e.description << '\n';
-        return false;
-    }
-    return true;
-}
-
 // Writes the category list and the memos through the section's own store, the memos inside one transaction of
 // the engine, spread over the last kYears years and over the categories at random.
 bool FillMemos(Store& store, const QDateTime& now, Expected& expected, QTextStream& err) {
