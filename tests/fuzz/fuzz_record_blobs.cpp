@@ -1,11 +1,15 @@
 // The records read through the field codec, each on any bytes: the preferences, a user's options, a budget
-// transaction, a memo, a task, a vault record, a diary entry and an appointment, whose rule is expanded as the
-// views would ask for it, as are the bytes themselves taken for a rule.
+// transaction, a memo, a task, a vault record, a contact with its pane and its category column, a diary entry and
+// an appointment, whose rule is expanded as the views would ask for it, as are the bytes themselves taken for a
+// rule.
 
 #include "fuzz_support.h"
 
 #include "budget/transaction.h"
 #include "calendar/appointment.h"
+#include "sections/contacts/contact.h"
+#include "sections/contacts/contact_list.h"
+#include "sections/contacts/contact_pane.h"
 #include "sections/diary/diary.h"
 #include "sections/memos/memo.h"
 #include "sections/tasks/task.h"
@@ -34,6 +38,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     tasks::DecodeTaskBlob(blob, task);
     vault::Entry vaultEntry;
     vault::DecodeEntryBlob(blob, vaultEntry);
+    contacts::Contact contact;
+    contacts::DecodeContactBlob(blob, contact);
+    contact.categories = contacts::CategoriesOfRow(blob, static_cast<std::int64_t>(size));
+    contacts::ShowContactPane(contact, {}, QString::fromLatin1(blob)).text();
+    contacts::ListedIn(blob, static_cast<std::int64_t>(size), 1);
     diary::DiaryEntry entry;
     diary::DecodeDiaryBlob(blob, entry);
     CALENDAR::Appointment appointment;

@@ -10,6 +10,7 @@
 #include "budget/transaction.h"
 #include "calendar/appointment.h"
 #include "sections/categories/categories.h"
+#include "sections/contacts/contact.h"
 #include "sections/diary/diary.h"
 #include "sections/memos/memo.h"
 #include "sections/tasks/task.h"
@@ -110,8 +111,16 @@ void CodecSeeds(SeedWriter& out) {
                                                                   .redo = CALENDAR::RecurrenceString(rule),
                                                                   .subject = QStringLiteral("Choir"),
                                                                   .location = QStringLiteral("Hall")});
+    contacts::Contact contact;
+    contact.owner = 1;
+    contact.birthday = QDate(1980, 5, 4);
+    contact.texts[contacts::FirstName] = QStringLiteral("Anouk");
+    contact.texts[contacts::LastName] = QStringLiteral("de Vries");
+    contact.texts[contacts::HomeAddressCity] = QStringLiteral("Utrecht");
+    contact.texts[contacts::kFirstSlot] = QStringLiteral("+31 30 123 4567");
+    const QByteArray contactBlob = contacts::ContactBlob(contact);
     for (const QByteArray& blob :
-         {prefs, options, transaction, memoBlob, taskBlob, vaultBlob, diaryBlob, appointmentBlob}) {
+         {prefs, options, transaction, memoBlob, taskBlob, vaultBlob, diaryBlob, appointmentBlob, contactBlob}) {
         out.add(QStringLiteral("fuzz_record_blobs"), blob);
         out.add(QStringLiteral("fuzz_field_codec"), blob);
     }
