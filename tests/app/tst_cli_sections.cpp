@@ -176,7 +176,48 @@ private Q_SLOTS:
                      .out.contains(QLatin1String("Dentist")));
     }
 
-    // Refused with words that say why, and nothing changed; FILE and DIARY stand for the file and a diary key.
+    // A contact as its list row and pane show it, filed, private or not, and gone after delete; the export
+    // writes every one of them for the owner's eyes alone.
+    void contactRoundTrip() {
+        const int anna =
+            keyOf({"contact", "add", m_file, "--first", "Anna", "--last", "Berg", "--mobile", "0171 555 12 34",
+                   "--email", "anna@berg.example", "--birthday", "1980-03-14", "--private"});
+        const int firm = keyOf({"contact", "add", m_file, "--company", "Harbour\tWorks", "--email", "info@hw.example"});
+        const int solo = keyOf({"contact", "add", m_file, "--last", "Zeller"});
+        QVERIFY(anna > 0 && firm > anna && solo > firm);
+        QCOMPARE(cli({"contact", "list", m_file}).out, QStringLiteral("%1\tBerg, Anna\t0171 555 12 34  [Mobile]\n"
+                                                                      "%2\tHarbour\\tWorks\tinfo@hw.example  [E-Mail]\n"
+                                                                      "%3\tZeller\t\n")
+                                                           .arg(anna)
+                                                           .arg(firm)
+                                                           .arg(solo));
+        QCOMPARE(cli({"contact", "list", m_file, "--category", "Unfiled"}).out.count(u'\n'), 3);
+
+        const CliResult shown = cli({"contact", "show", m_file, QString::number(anna)});
+        QCOMPARE(shown.exitCode, 0);
+        QVERIFY2(shown.out.startsWith(QStringLiteral("%1\tBerg, Anna\n").arg(anna)), qPrintable(shown.out));
+        QVERIFY(shown.out.contains(QLatin1String("Mobile:\t0171 555 12 34\n")));
+        QVERIFY(shown.out.contains(QLatin1String("E-Mail:\tanna@berg.example\n")));
+        QVERIFY(shown.out.contains(QLatin1String("Birthday:\t")));
+        QVERIFY(shown.out.endsWith(QLatin1String("Unfiled\n")));
+
+        const QString out = m_dir->filePath(QStringLiteral("contacts.txt"));
+        const CliResult exported = cli({"contact", "export", m_file, out, "--tab"});
+        QCOMPARE(exported.exitCode, 0);
+        QVERIFY(exported.err.startsWith(QStringLiteral("3 contacts were exported to %1.").arg(out)));
+        QVERIFY(exported.err.contains(QLatin1String("not encrypted")));
+        QFile file(out);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll().count("\r\n"), 4);
+        QCOMPARE(file.permissions() & ~(QFile::ReadUser | QFile::WriteUser), QFile::ReadOwner | QFile::WriteOwner);
+
+        QCOMPARE(cli({"contact", "delete", m_file, QString::number(anna)}).exitCode, 0);
+        QVERIFY(!cli({"contact", "list", m_file}).out.contains(QLatin1String("Anna")));
+        QCOMPARE(cli({"contact", "show", m_file, QString::number(anna)}).exitCode, 1);
+    }
+
+    // Refused with words that say why, and nothing changed; FILE and DIARY stand for the file and a diary key, OUT
+    // and NOWHERE for a file to write and one in a folder that does not exist.
     void refusals_data() {
         QTest::addColumn<QStringList>("args");
         QTest::addColumn<int>("exitCode");
@@ -234,6 +275,22 @@ private Q_SLOTS:
         QTest::newRow("unknown task category")
             << QStringList{"task", "add", "FILE", "--subject", "x", "--category", "Nowhere"} << 1
             << "there is no such category: 'Nowhere'";
+        QTest::newRow("a diary entry is no contact")
+            << QStringList{"contact", "show", "FILE", "DIARY"} << 1 << "record DIARY is not a contact";
+        QTest::newRow("delete a diary entry as a contact")
+            << QStringList{"contact", "delete", "FILE", "DIARY"} << 1 << "record DIARY is not a contact";
+        QTest::newRow("contact without a name") << QStringList{"contact", "add", "FILE", "--mobile", "0171 555"} << 1
+                                                << "Either LAST NAME, FIRST NAME or COMPANY have to be specified.";
+        QTest::newRow("birthday of no day")
+            << QStringList{"contact", "add", "FILE", "--last", "x", "--birthday", "1980-02-30"} << 2 << badDate;
+        QTest::newRow("birthday on the blank date")
+            << QStringList{"contact", "add", "FILE", "--last", "x", "--birthday", "4501-01-01"} << 1
+            << "a birthday lies before 4501-01-01";
+        QTest::newRow("unknown contact category") << QStringList{"contact", "list", "FILE", "--category", "Nowhere"}
+                                                  << 1 << "there is no such category: 'Nowhere'";
+        QTest::newRow("export without a form") << QStringList{"contact", "export", "FILE", "OUT"} << 2 << "--tab";
+        QTest::newRow("export into no folder")
+            << QStringList{"contact", "export", "FILE", "NOWHERE", "--tab"} << 1 << "could not be written";
     }
     void refusals() {
         QFETCH(QStringList, args);
@@ -244,6 +301,12 @@ private Q_SLOTS:
         const QString before = cli({"dump", m_file}).out;
         QVERIFY(before.contains(QStringLiteral("\"fSec\":13")));
         args.replaceInStrings(QStringLiteral("FILE"), m_file).replaceInStrings(QStringLiteral("DIARY"), entry);
+        for (QString& arg : args) {
+            if (arg == QLatin1String("OUT") || arg == QLatin1String("NOWHERE")) {
+                arg = m_dir->filePath(arg == QLatin1String("OUT") ? QStringLiteral("out.txt")
+                                                                  : QStringLiteral("missing/out.txt"));
+            }
+        }
         const CliResult run = cli(args);
         QCOMPARE(run.exitCode, exitCode);
         QVERIFY2(run.err.contains(said.replace(QStringLiteral("DIARY"), entry)), qPrintable(run.err));

@@ -1,6 +1,7 @@
 #include "app/cli/commands.h"
 #include "budget/budget_commands.h"
 #include "calendar/calendar_commands.h"
+#include "sections/contacts/contact_commands.h"
 #include "sections/diary/diary_commands.h"
 #include "sections/memos/memo_commands.h"
 #include "sections/tasks/task_commands.h"
@@ -44,6 +45,9 @@ void Usage(QTextStream& err) {
            "  calendar add|occurrences|show|delete FILE ...\n"
            "                              a new appointment or series, the occurrences of a range in the order\n"
            "                              the views show them, one appointment, deleting one\n"
+           "  contact list|show|add|delete|export FILE ...\n"
+           "                              the contacts of a category, one contact as its pane shows it, a new\n"
+           "                              contact, deleting one, all of them as a tab-delimited file\n"
            "Passphrases are read from the terminal, or line by line from standard input.\n";
 }
 
@@ -88,6 +92,7 @@ int main(int argc, char* argv[]) {
         {"task", tasks::TaskCommand},
         {"vault", vault::VaultCommand},
         {"calendar", CALENDAR::CalendarCommand},
+        {"contact", contacts::ContactCommand},
     };
     for (const auto& [name, run] : commands) {
         if (command == QLatin1String(name)) {
