@@ -4,10 +4,6 @@
 #include "budget/amounts.h"
 #include "budget/transaction_list.h"
 
-#include <QSaveFile>
-
-#include <sys/stat.h>
-
 namespace budget {
 
 namespace {
@@ -111,22 +107,6 @@ std::optional<QByteArray> BalanceCsv(const BalanceExport& data) {
         AppendLine(out, fields);
     }
     return out;
-}
-
-QString WriteExportFile(const QString& path, const QByteArray& bytes) {
-    QSaveFile file(path);
-    // The export is not enciphered: only its owner may read it.
-    if (!file.open(QIODevice::WriteOnly) || ::fchmod(file.handle(), 0600) != 0 || file.write(bytes) != bytes.size() ||
-        !file.commit()) {
-        return file.errorString();
-    }
-    return {};
-}
-
-QString ExportNotice(const QString& path) {
-    return QStringLiteral("The balance was exported to %1.\n\nThe file is not encrypted: whoever can read it can read "
-                          "these transactions. Only your user account may open it.")
-        .arg(path);
 }
 
 } // namespace budget

@@ -25,9 +25,4 @@ struct BalanceExport {
 // overflows.
 std::optional<QByteArray> BalanceCsv(const BalanceExport& data);
 
-// Writes `bytes` to `path` whole or not at all, readable by its owner alone; an empty text or the reason it failed.
-QString WriteExportFile(const QString& path, const QByteArray& bytes);
-// What the person is told after an export: where it went, and that it is not encrypted.
-QString ExportNotice(const QString& path);
-
 } // namespace budget

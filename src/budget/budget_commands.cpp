@@ -8,6 +8,7 @@
 #include "budget/totals.h"
 #include "budget/transaction_list.h"
 #include "sections/categories/categories.h"
+#include "shell/export_file.h"
 #include "shell/session.h"
 
 #include <QDate>
@@ -260,11 +261,11 @@ int Export(const QStringList& args, cli::Streams io) {
             }
         }
         const std::optional<QByteArray> csv = BalanceCsv(data);
-        const QString failure = csv ? WriteExportFile(out, *csv) : QStringLiteral("overflow");
+        const QString failure = csv ? exports::WriteExportFile(out, *csv) : QStringLiteral("overflow");
         if (!failure.isEmpty()) {
             return line.fail(QStringLiteral("%1 could not be written: %2").arg(out, failure));
         }
-        io.err << ExportNotice(out) << "\n";
+        io.err << exports::ExportNotice(QStringLiteral("The balance was"), out) << "\n";
         return cli::kExitOk;
     });
 }

@@ -6,6 +6,7 @@
 #include "budget/transaction.h"
 #include "budget/transaction_list.h"
 #include "sections/categories/categories.h"
+#include "shell/export_file.h"
 #include "store/record_get.h"
 #include "support/test_main.h"
 #include "support/time_zone.h"
@@ -361,7 +362,7 @@ private Q_SLOTS:
         data.payments = Payments();
         data.transactions = DecodeTransactions(store().cry.KeyPool(), ReadBalanceRows(store(), query));
         const QString path = m_dir->filePath(QStringLiteral("out.csv"));
-        QVERIFY(WriteExportFile(path, *BalanceCsv(data)).isEmpty());
+        QVERIFY(exports::WriteExportFile(path, *BalanceCsv(data)).isEmpty());
         QFile file(path);
         QVERIFY(file.open(QIODevice::ReadOnly));
         const QStringList lines = QString::fromUtf8(file.readAll()).split(QStringLiteral("\r\n"));

@@ -6,6 +6,7 @@
 #include "budget/ui/frm_budget.h"
 #include "shell/catalogue/captions.h"
 #include "shell/dates.h"
+#include "shell/export_file.h"
 #include "shell/session.h"
 #include "shell/ui/list_controls.h"
 #include "shell/ui/named_control.h"
@@ -397,12 +398,12 @@ void frmBudget::cmdExport_Click() {
         }
     }
     const std::optional<QByteArray> csv = budget::BalanceCsv(data);
-    const QString failure = csv ? budget::WriteExportFile(path, *csv) : tr("The sums are too large.");
+    const QString failure = csv ? exports::WriteExportFile(path, *csv) : tr("The sums are too large.");
     if (!failure.isEmpty()) {
         store.prompter.message(0, tr("The file %1 could not be written: %2").arg(path, failure), Prompter::Buttons::Ok,
                                Prompter::Icon::Critical);
         return;
     }
-    store.prompter.message(0, budget::ExportNotice(QDir::toNativeSeparators(path)), Prompter::Buttons::Ok,
-                           Prompter::Icon::Information);
+    store.prompter.message(0, exports::ExportNotice(tr("The balance was"), QDir::toNativeSeparators(path)),
+                           Prompter::Buttons::Ok, Prompter::Icon::Information);
 }

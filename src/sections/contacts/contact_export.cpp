@@ -1,8 +1,8 @@
 #include "sections/contacts/contact_export.h"
 
-#include "budget/balance_export.h"
 #include "sections/contacts/contact.h"
 #include "sections/record_store.h"
+#include "shell/export_file.h"
 #include "store/field_codec.h"
 #include "store/field_descriptor.h"
 #include "store/record_get.h"
@@ -76,7 +76,7 @@ TabExport AddressTabDelimited(Store& store) {
 
 QString ExportAddressTabDelimited(Store& store, const QString& path, qsizetype* count) {
     const TabExport data = AddressTabDelimited(store);
-    const QString failure = budget::WriteExportFile(path, data.text);
+    const QString failure = exports::WriteExportFile(path, data.text);
     if (count != nullptr) {
         *count = failure.isEmpty() ? data.count : 0;
     }
@@ -84,11 +84,8 @@ QString ExportAddressTabDelimited(Store& store, const QString& path, qsizetype* 
 }
 
 QString TabExportNotice(const QString& path, qsizetype count) {
-    const QString written =
-        count == 1 ? QStringLiteral("1 contact was") : QStringLiteral("%1 contacts were").arg(count);
-    return QStringLiteral("%1 exported to %2.\n\nThe file is not encrypted: whoever can read it can read these "
-                          "contacts. Only your user account may open it.")
-        .arg(written, path);
+    return exports::ExportNotice(
+        count == 1 ? QStringLiteral("1 contact was") : QStringLiteral("%1 contacts were").arg(count), path);
 }
 
 } // namespace contacts

@@ -1,7 +1,7 @@
 #include "sections/contacts/vcard.h"
 
-#include "budget/balance_export.h"
 #include "sections/categories/categories.h"
+#include "shell/export_file.h"
 #include "store/codepage.h"
 #include "store/sqlite.h"
 #include "store/store.h"
@@ -942,7 +942,7 @@ QByteArray VCardFile(const QVector<Contact>& contacts, const QString& categoryLi
 }
 
 QString ExportVCards(Store& store, const QVector<Contact>& contacts, const QString& path) {
-    return budget::WriteExportFile(path, VCardFile(contacts, categories::LoadCategoryText(store, kContactSection)));
+    return exports::WriteExportFile(path, VCardFile(contacts, categories::LoadCategoryText(store, kContactSection)));
 }
 
 VCardImport ImportVCards(Store& store, const QVector<VCardEntry>& cards,
