@@ -2,6 +2,7 @@
 
 #include "budget/ui/frm_budget.h"
 #include "calendar/ui/frm_edit_calendar.h"
+#include "sections/contacts/ui/frm_address.h"
 #include "sections/diary/ui/frm_diary.h"
 #include "sections/memos/ui/frm_notepad.h"
 #include "sections/tasks/ui/frm_todo.h"
@@ -28,6 +29,7 @@ SectionForms AllSectionForms() {
     forms.add(SectionId::Memos, [](Session& session, QWidget* parent) { return new frmNotepad(session, parent); });
     forms.add(SectionId::Vault, [](Session& session, QWidget* parent) { return new frmClassified(session, parent); });
     forms.add(SectionId::Diary, [](Session& session, QWidget* parent) { return new frmDiary(session, parent); });
+    forms.add(SectionId::Contacts, [](Session& session, QWidget* parent) { return new frmAddress(session, parent); });
     forms.add(SectionId::Budget, [](Session& session, QWidget* parent) { return new frmBudget(session, parent); });
     forms.addCommand(SectionId::Calendar, QStringLiteral("itCalNewApp"),
                      [](Session& session, QWidget* parent) { NewAppointment(session, parent, false); });

@@ -211,8 +211,18 @@ private Q_SLOTS:
         QCOMPARE(file.readAll().count("\r\n"), 4);
         QCOMPARE(file.permissions() & ~(QFile::ReadUser | QFile::WriteUser), QFile::ReadOwner | QFile::WriteOwner);
 
+        // The cards come back in as new contacts, private ones included, with their names and numbers.
+        const QString cards = m_dir->filePath(QStringLiteral("contacts.vcf"));
+        QCOMPARE(cli({"contact", "export", m_file, cards, "--vcard"}).exitCode, 0);
+        QCOMPARE(QFile(cards).permissions() & ~(QFile::ReadUser | QFile::WriteUser),
+                 QFile::ReadOwner | QFile::WriteOwner);
+        QCOMPARE(cli({"contact", "import", m_file, cards}).out,
+                 QStringLiteral("3 contacts imported, 0 parts left out\n"));
+        QCOMPARE(cli({"contact", "list", m_file}).out.count(QLatin1String("\tBerg, Anna\t0171 555 12 34  [Mobile]\n")),
+                 2);
+
         QCOMPARE(cli({"contact", "delete", m_file, QString::number(anna)}).exitCode, 0);
-        QVERIFY(!cli({"contact", "list", m_file}).out.contains(QLatin1String("Anna")));
+        QCOMPARE(cli({"contact", "list", m_file}).out.count(QLatin1String("Anna")), 1);
         QCOMPARE(cli({"contact", "show", m_file, QString::number(anna)}).exitCode, 1);
     }
 
@@ -289,6 +299,10 @@ private Q_SLOTS:
         QTest::newRow("unknown contact category") << QStringList{"contact", "list", "FILE", "--category", "Nowhere"}
                                                   << 1 << "there is no such category: 'Nowhere'";
         QTest::newRow("export without a form") << QStringList{"contact", "export", "FILE", "OUT"} << 2 << "--tab";
+        QTest::newRow("export in two forms")
+            << QStringList{"contact", "export", "FILE", "OUT", "--tab", "--vcard"} << 2 << "--vcard";
+        QTest::newRow("import of no cards")
+            << QStringList{"contact", "import", "FILE", "FILE"} << 1 << "it is not a vCard file";
         QTest::newRow("export into no folder")
             << QStringList{"contact", "export", "FILE", "NOWHERE", "--tab"} << 1 << "could not be written";
     }

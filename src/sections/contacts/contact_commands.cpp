@@ -1,14 +1,19 @@
 #include "sections/contacts/contact_commands.h"
 
 #include "app/cli/command_line.h"
+#include "base/messages.h"
 #include "sections/categories/categories.h"
 #include "sections/contacts/contact.h"
+#include "sections/contacts/contact_editor.h"
 #include "sections/contacts/contact_export.h"
 #include "sections/contacts/contact_list.h"
 #include "sections/contacts/contact_pane.h"
+#include "sections/contacts/vcard.h"
 #include "shell/options.h"
 #include "shell/session.h"
 #include "store/store.h"
+
+#include <QFile>
 
 namespace contacts {
 
@@ -22,19 +27,11 @@ constexpr const char* kUsage =
     "       noctaria-cli contact add FILE --first F --last L [--company C] [--mobile N] [--email E]\n"
     "                    [--birthday DATE] [--category NAME] [--private]\n"
     "       noctaria-cli contact delete FILE KEY\n"
-    "       noctaria-cli contact export FILE OUT --tab";
+    "       noctaria-cli contact export FILE OUT (--tab|--vcard)\n"
+    "       noctaria-cli contact import FILE IN.vcf";
 
 constexpr int kMobileSlot = MobileTelephoneNumber - kFirstSlot;
 constexpr int kMailSlot = Email1Address - kFirstSlot;
-
-// The title the editor offers first: "Last, First", either name alone, or the company when there is no name.
-QString FileAs(const QString& first, const QString& last, const QString& company) {
-    if (!first.isEmpty() && !last.isEmpty()) {
-        return last + QStringLiteral(", ") + first;
-    }
-    const QString name = first + last;
-    return name.isEmpty() ? company : name;
-}
 
 int List(const QStringList& args, cli::Streams io) {
     CommandLine line(io, kUsage, {cli::ValueOption("category", "the category's name")});
@@ -90,7 +87,8 @@ int Add(const QStringList& args, cli::Streams io) {
     contact.texts[CompanyName] = line.value(QStringLiteral("company")).trimmed();
     contact.texts[MobileTelephoneNumber] = line.value(QStringLiteral("mobile")).trimmed();
     contact.texts[Email1Address] = line.value(QStringLiteral("email")).trimmed();
-    contact.fileAs = FileAs(contact.texts[FirstName], contact.texts[LastName], contact.texts[CompanyName]);
+    // The title the editor offers first.
+    contact.fileAs = RebuildFileAs(contact, QString(), NameOrder::LastFirst).chosen;
     if (!contact.slot(kMobileSlot).isEmpty()) {
         contact.comDisplay = kMobileSlot;
     } else if (!contact.slot(kMailSlot).isEmpty()) {
@@ -133,11 +131,14 @@ int Delete(const QStringList& args, cli::Streams io) {
 }
 
 int Export(const QStringList& args, cli::Streams io) {
-    CommandLine line(io, kUsage, {QCommandLineOption(QStringLiteral("tab"), QStringLiteral("tab-delimited text"))});
+    CommandLine line(io, kUsage,
+                     {QCommandLineOption(QStringLiteral("tab"), QStringLiteral("tab-delimited text")),
+                      QCommandLineOption(QStringLiteral("vcard"), QStringLiteral("vCard 4.0"))});
     if (!line.parse(args, 2)) {
         return cli::kExitUsage;
     }
-    if (!line.isSet(QStringLiteral("tab"))) {
+    const bool tab = line.isSet(QStringLiteral("tab"));
+    if (tab == line.isSet(QStringLiteral("vcard"))) {
         return line.usage();
     }
     const QString out = line.words()[1];
@@ -145,7 +146,19 @@ int Export(const QStringList& args, cli::Streams io) {
         Store& store = session.store();
         store.hidePrivate = false;
         qsizetype count = 0;
-        const QString failure = ExportAddressTabDelimited(store, out, &count);
+        QString failure;
+        if (tab) {
+            failure = ExportAddressTabDelimited(store, out, &count);
+        } else {
+            QVector<Contact> all;
+            for (const ListItem& item : ListContacts(store, categories::kAll)) {
+                if (std::optional<Contact> contact = LoadContact(store, item.key)) {
+                    all.append(std::move(*contact));
+                }
+            }
+            failure = ExportVCards(store, all, out);
+            count = all.size();
+        }
         if (!failure.isEmpty()) {
             return line.fail(QStringLiteral("%1 could not be written: %2").arg(out, failure));
         }
@@ -154,11 +167,42 @@ int Export(const QStringList& args, cli::Streams io) {
     });
 }
 
+int Import(const QStringList& args, cli::Streams io) {
+    CommandLine line(io, kUsage, {});
+    if (!line.parse(args, 2)) {
+        return cli::kExitUsage;
+    }
+    const QString in = line.words()[1];
+    QFile file(in);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return line.fail(QStringLiteral("%1 cannot be read: %2").arg(in, file.errorString()));
+    }
+    const VCardReading reading = ReadVCards(file.read(kVCardMaxBytes + 1));
+    for (const VCardSkip& skip : reading.skipped) {
+        io.err << in << ':' << skip.line << ": " << skip.reason << '\n';
+    }
+    if (!reading.refusal.isEmpty()) {
+        return line.fail(QStringLiteral("%1 was not imported: %2").arg(in, reading.refusal));
+    }
+    if (reading.cards.isEmpty()) {
+        return line.fail(MsgText(170));
+    }
+    return cli::WithOpenFile(io, line.words()[0], [&](Session& session) {
+        const VCardImport result = ImportVCards(session.store(), reading.cards);
+        if (result.result.ok()) {
+            io.out << result.imported << (result.imported == 1 ? " contact" : " contacts") << " imported, "
+                   << reading.skippedCount << (reading.skippedCount == 1 ? " part" : " parts") << " left out\n";
+        }
+        return cli::Report(line, result.result);
+    });
+}
+
 } // namespace
 
 int ContactCommand(const QStringList& args, cli::Streams io) {
-    return cli::RunVerb(args, io, kUsage,
-                        {{"list", List}, {"show", Show}, {"add", Add}, {"delete", Delete}, {"export", Export}});
+    return cli::RunVerb(
+        args, io, kUsage,
+        {{"list", List}, {"show", Show}, {"add", Add}, {"delete", Delete}, {"export", Export}, {"import", Import}});
 }
 
 } // namespace contacts

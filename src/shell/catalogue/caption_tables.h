@@ -22,6 +22,7 @@ extern const std::span<const CaptionEntry> kEditConfidential;
 extern const std::span<const CaptionEntry> kWeakPasswords;
 extern const std::span<const CaptionEntry> kTodo;
 extern const std::span<const CaptionEntry> kEditTodo;
+extern const std::span<const CaptionEntry> kAddress;
 extern const std::span<const CaptionEntry> kNotepad;
 extern const std::span<const CaptionEntry> kEditNotepad;
 extern const std::span<const CaptionEntry> kDiary;

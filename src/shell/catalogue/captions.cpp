@@ -31,6 +31,7 @@ const std::array kForms = {
     FormTable{"frmWeakPasswords", captions::kWeakPasswords},
     FormTable{"frmTodo", captions::kTodo},
     FormTable{"frmEditTodo", captions::kEditTodo},
+    FormTable{"frmAddress", captions::kAddress},
     FormTable{"frmNotepad", captions::kNotepad},
     FormTable{"frmEditNotepad", captions::kEditNotepad},
     FormTable{"frmDiary", captions::kDiary},

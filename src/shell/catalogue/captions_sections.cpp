@@ -97,6 +97,26 @@ constexpr CaptionEntry kEditConfidentialEntries[] = {
     {"cmdEsc", -1, P::Caption, "Esc"},
 };
 
+constexpr CaptionEntry kAddressEntries[] = {
+    {nullptr, -1, P::Caption, "Contacts"},
+    {"cmdAdd", -1, P::ToolTipText, "New contact (Ctrl+N)"},
+    {"cmdEdit", -1, P::ToolTipText, "Edit the contact (Ctrl+E)"},
+    {"cmdDelete", -1, P::ToolTipText, "Delete the contact (Ctrl+D)"},
+    {"mnuAddressImportVCard", -1, P::Caption, "&Import vCard File..."},
+    {"mnuAddressExportVCard", -1, P::Caption, "Export Contacts as &vCard..."},
+    {"mnuAddressExportTab", -1, P::Caption, "Export Contacts as &Tab-Delimited Text..."},
+    {"mnuAddressDeleteCategory", -1, P::Caption, "Delete All Contacts in this &Category"},
+    {"mnuAddressDeleteAll", -1, P::Caption, "Delete &All Contacts"},
+    {"mnuAddressBoxRCcopy", -1, P::Caption, "&Copy"},
+    {"mnuAddressBoxRCStripped", -1, P::Caption, "Copy &without Blanks"},
+    {"mnuAddressBoxRCSendMail", -1, P::Caption, "Send &Mail"},
+    {"mnuAddressBoxRCwww", -1, P::Caption, "Open &Web Page"},
+    {"mnuAddressBoxRCDialPhone", -1, P::Caption, "&Dial..."},
+    {"mnuAddressListRCEdit", -1, P::Caption, "&Edit"},
+    {"mnuAddressListRCDelete", -1, P::Caption, "&Delete"},
+    {"mnuAddressListRCExport", -1, P::Caption, "E&xport Selected as vCard..."},
+};
+
 constexpr CaptionEntry kWeakPasswordsEntries[] = {
     {nullptr, -1, P::Caption, "Weak or reused passwords"},
     {"cmdGoto", -1, P::Caption, "Go to"},
@@ -112,6 +132,7 @@ const std::span<const CaptionEntry> kTodo = kTodoEntries;
 const std::span<const CaptionEntry> kEditTodo = kEditTodoEntries;
 const std::span<const CaptionEntry> kNotepad = kNotepadEntries;
 const std::span<const CaptionEntry> kEditNotepad = kEditNotepadEntries;
+const std::span<const CaptionEntry> kAddress = kAddressEntries;
 const std::span<const CaptionEntry> kDiary = kDiaryEntries;
 const std::span<const CaptionEntry> kEditText = kEditTextEntries;
 
