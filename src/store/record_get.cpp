@@ -213,22 +213,30 @@ QVariant DecodeTyped(const QByteArray& text) {
     return DecodeValue(text.mid(1), type);
 }
 
-QString OpenTitle(CRY& cry, std::int32_t fpk, const QByteArray& sealed, const TitleAccess& access) {
+std::optional<OpenedTitle> OpenTitleParts(CRY& cry, std::int32_t fpk, const QByteArray& sealed) {
     if (sealed.isEmpty()) {
-        return {};
+        return std::nullopt;
     }
     const QByteArray plain = cry.Cipher(fpk, 2, sealed);
     if (plain.size() < 3) {
+        return std::nullopt;
+    }
+    return OpenedTitle{static_cast<std::uint8_t>(plain[0]), plain[1] != 0, codepage::FromBytes(plain.mid(2))};
+}
+
+QString VisibleText(const OpenedTitle& title, const TitleAccess& access) {
+    if (title.isPrivate && access.hidePrivate) {
         return {};
     }
-    if (plain[1] != 0 && access.hidePrivate) {
+    if (title.owner != access.owner && !access.rightsOn.test(title.owner)) {
         return {};
     }
-    const auto owner = static_cast<unsigned char>(plain[0]);
-    if (owner != access.owner && !access.rightsOn.test(owner)) {
-        return {};
-    }
-    return codepage::FromBytes(plain.mid(2));
+    return title.text;
+}
+
+QString OpenTitle(CRY& cry, std::int32_t fpk, const QByteArray& sealed, const TitleAccess& access) {
+    const std::optional<OpenedTitle> title = OpenTitleParts(cry, fpk, sealed);
+    return title ? VisibleText(*title, access) : QString();
 }
 
 } // namespace Record_Get

@@ -5,6 +5,7 @@
 #include <QString>
 
 #include <bitset>
+#include <optional>
 
 class CRY;
 
@@ -49,6 +50,17 @@ struct TitleAccess {
     std::uint8_t owner = 0;
     std::bitset<256> rightsOn;
 };
+
+// A title sealed by SealTitle, opened: whose it is, whether it is private, and its text.
+struct OpenedTitle {
+    std::uint8_t owner = 0;
+    bool isPrivate = false;
+    QString text;
+};
+// Nothing when it is unreadable.
+std::optional<OpenedTitle> OpenTitleParts(CRY& cry, std::int32_t fpk, const QByteArray& sealed);
+// The text of an opened title for `access`; empty when the title is hidden from this reader.
+QString VisibleText(const OpenedTitle& title, const TitleAccess& access);
 
 // The title sealed by SealTitle, or the empty text when it is unreadable or hidden from this reader.
 QString OpenTitle(CRY& cry, std::int32_t fpk, const QByteArray& sealed, const TitleAccess& access);

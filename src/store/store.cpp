@@ -13,4 +13,5 @@ void Store::wipeSecrets() {
     CRY::WipeBytes(user.sealedKeystring);
     CRY::WipeBytes(user.check);
     cry.wipeKeys();
+    openedTitles.clear();
 }

@@ -7,6 +7,7 @@
 #include "store/preferences.h"
 #include "store/prompter.h"
 #include "store/record_get.h"
+#include "store/title_cache.h"
 
 #include <QString>
 
@@ -76,6 +77,7 @@ public:
     // The category each section showed last, by section number, while this file is open.
     std::map<int, int> lastCategory;
     CategoryDirectory categories;
+    TitleCache openedTitles;
     // Set by every change of records; the calendar reads its rows again only when it is set.
     bool NeedRequery = true;
     Prompter& prompter;
@@ -84,6 +86,6 @@ public:
     RandomSource& random() { return cry.random(); }
     // Who reads titles now: the user's owner byte and the private switch.
     Record_Get::TitleAccess titleAccess() const;
-    // Wipes the digests, the user's sealed keystring and the key pool.
+    // Wipes the digests, the user's sealed keystring, the key pool and the titles opened.
     void wipeSecrets();
 };

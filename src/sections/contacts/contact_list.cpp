@@ -1,10 +1,10 @@
 #include "sections/contacts/contact_list.h"
 
-#include "base/messages.h"
 #include "sections/categories/categories.h"
 #include "sections/contacts/contact.h"
 #include "store/cipher_workers.h"
 #include "store/record_get.h"
+#include "store/row.h"
 #include "store/store.h"
 
 #include <QCollator>
@@ -16,7 +16,8 @@ namespace contacts {
 
 namespace {
 
-constexpr int kContactsIn = 387;
+constexpr int kTitleColumn = static_cast<int>(Col::fT1);
+constexpr int kInfoColumn = static_cast<int>(Col::fT2);
 
 } // namespace
 
@@ -33,42 +34,74 @@ bool ListedIn(const QByteArray& fT5, std::int64_t fG1, int category) {
 }
 
 QVector<ListItem> ListContacts(Store& store, int category) {
-    struct SealedRow {
+    using Record_Get::OpenedTitle;
+    struct Sealed {
         std::int32_t key = 0;
         QByteArray title;
         QByteArray info;
     };
+    struct Opened {
+        Sealed sealed;
+        std::optional<OpenedTitle> title;
+        std::optional<OpenedTitle> info;
+    };
     sqlite::Statement select =
         store.connection().prepare("SELECT fPK, fT1, fT2, fT5, fG1 FROM tt WHERE fSec=? ORDER BY fPK");
     select.bind(1, static_cast<std::int64_t>(kContactSection));
+    TitleCache& cache = store.openedTitles;
     const Record_Get::TitleAccess access = store.titleAccess();
-    QVector<ListItem> items = cipher_workers::OpenWhileReading<SealedRow, ListItem>(
+    QVector<ListItem> items;
+    // An empty title is one this reader may not see, or one that does not decipher.
+    const auto take = [&](std::int32_t key, const OpenedTitle* title, const OpenedTitle* info) {
+        QString name = title != nullptr ? Record_Get::VisibleText(*title, access) : QString();
+        if (!name.isEmpty()) {
+            items.append({key, std::move(name), info != nullptr ? Record_Get::VisibleText(*info, access) : QString()});
+        }
+    };
+    // Rows whose cells were opened before in this session are taken as they are read; only the others go to the
+    // cores, since only they cost key schedules.
+    const QVector<Opened> opened = cipher_workers::OpenWhileReading<Sealed, Opened>(
         store.cry.KeyPool(),
-        [&](SealedRow& row) {
+        [&](Sealed& row) {
             while (select.step()) {
-                if (ListedIn(select.bytes(3), select.int64(4), category)) {
-                    row = {static_cast<std::int32_t>(select.int64(0)), select.bytes(1), select.bytes(2)};
-                    return true;
+                if (!ListedIn(select.bytes(3), select.int64(4), category)) {
+                    continue;
                 }
+                const auto key = static_cast<std::int32_t>(select.int64(0));
+                QByteArray title = select.bytes(1);
+                QByteArray info = select.bytes(2);
+                const OpenedTitle* knownTitle = cache.find(key, kTitleColumn, title);
+                const OpenedTitle* knownInfo = info.isEmpty() ? nullptr : cache.find(key, kInfoColumn, info);
+                if (knownTitle != nullptr && (info.isEmpty() || knownInfo != nullptr)) {
+                    take(key, knownTitle, knownInfo);
+                    continue;
+                }
+                row = {key, std::move(title), std::move(info)};
+                return true;
             }
             return false;
         },
-        [&](CRY& cry, const SealedRow& row) {
-            ListItem item{row.key, Record_Get::OpenTitle(cry, row.key, row.title, access), {}};
-            if (!item.name.isEmpty()) {
-                item.contactInfo = Record_Get::OpenTitle(cry, row.key, row.info, access);
-            }
-            return item;
+        [](CRY& cry, const Sealed& row) {
+            return Opened{row, Record_Get::OpenTitleParts(cry, row.key, row.title),
+                          row.info.isEmpty() ? std::nullopt : Record_Get::OpenTitleParts(cry, row.key, row.info)};
         });
-    // An empty title is one this reader may not see, or one that does not decipher.
-    items.removeIf([](const ListItem& item) { return item.name.isEmpty(); });
+    for (const Opened& row : opened) {
+        if (row.title) {
+            cache.insert(row.sealed.key, kTitleColumn, row.sealed.title, *row.title);
+        }
+        if (row.info) {
+            cache.insert(row.sealed.key, kInfoColumn, row.sealed.info, *row.info);
+        }
+        take(row.sealed.key, row.title ? &*row.title : nullptr, row.info ? &*row.info : nullptr);
+    }
 
     QCollator collator;
     collator.setCaseSensitivity(Qt::CaseInsensitive);
     std::vector<QCollatorSortKey> sortKeys;
     sortKeys.reserve(static_cast<std::size_t>(items.size()));
     for (const ListItem& item : items) {
-        sortKeys.push_back(collator.sortKey(item.name));
+        // Folded first: without a collating locale the keys are plain code points, blind to the ignored case.
+        sortKeys.push_back(collator.sortKey(item.name.toCaseFolded()));
     }
     std::vector<std::size_t> order(sortKeys.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
@@ -83,7 +116,8 @@ QVector<ListItem> ListContacts(Store& store, int category) {
 }
 
 QString ListStatus(qsizetype count, const QString& categoryText) {
-    return QString::number(count) + u' ' + MsgText(kContactsIn) + u' ' + QStringLiteral(" <") + categoryText + u'>';
+    // The catalogue's text under this number reads "Address", which says nothing about the count before it.
+    return QString::number(count) + QStringLiteral(" contacts in  <") + categoryText + u'>';
 }
 
 } // namespace contacts

@@ -389,8 +389,9 @@ private Q_SLOTS:
         named(QStringLiteral("\u00c9mile"));
         Contact anouk = Full();
         anouk.fileAs = QStringLiteral("anouk");
-        stored(anouk);
+        anouk.key = stored(anouk);
         named(QStringLiteral("Bram"), {4, 2});
+        named(QStringLiteral("de Vries"));
         store().user.level = 7;
         named(QStringLiteral("Theirs"));
         store().user.level = 0;
@@ -398,15 +399,19 @@ private Q_SLOTS:
 
         showPrivate(true);
         const QVector<ListItem> all = ListContacts(store(), categories::kAll);
-        QCOMPARE(Names(all), (QStringList{"anouk", "Bram", "\u00c9mile", "zo\u00eb"}));
+        QCOMPARE(Names(all), (QStringList{"anouk", "Bram", "de Vries", "\u00c9mile", "zo\u00eb"}));
         QCOMPARE(all[0].contactInfo, QStringLiteral("0171 555 12 34  [Mobile]"));
         QCOMPARE(all[1].contactInfo, QString());
         QCOMPARE(Names(ListContacts(store(), 2)), (QStringList{"anouk", "Bram", "zo\u00eb"}));
         QCOMPARE(Names(ListContacts(store(), 4)), (QStringList{"anouk", "Bram"}));
-        QCOMPARE(Names(ListContacts(store(), categories::kUnfiled)), QStringList{"\u00c9mile"});
+        QCOMPARE(Names(ListContacts(store(), categories::kUnfiled)), (QStringList{"de Vries", "\u00c9mile"}));
+        // Written again, a contact lists under its new name, though its old title was opened before.
+        anouk.fileAs = QStringLiteral("Zelda");
+        stored(anouk);
+        QCOMPARE(Names(ListContacts(store(), 4)), (QStringList{"Bram", "Zelda"}));
         showPrivate(false);
         QCOMPARE(Names(ListContacts(store(), 4)), QStringList{"Bram"});
-        QCOMPARE(ListStatus(3, QStringLiteral("Friends")), QStringLiteral("3 Address  <Friends>"));
+        QCOMPARE(ListStatus(3, QStringLiteral("Friends")), QStringLiteral("3 contacts in  <Friends>"));
     }
 
     // Numbers of deleted categories leave the reader's own contacts; another user's filing is theirs.
