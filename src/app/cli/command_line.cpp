@@ -189,4 +189,22 @@ int WithRecord(const QStringList& args, Streams io, const char* usage, const QLi
     });
 }
 
+int WithCategoryList(const QStringList& args, Streams io, const char* usage, QList<QCommandLineOption> options,
+                     int section, const CategoryBody& body) {
+    options.prepend(ValueOption("category", "the category's name"));
+    CommandLine line(io, QString::fromLatin1(usage), options);
+    if (!line.parse(args, 1)) {
+        return kExitUsage;
+    }
+    return WithOpenFile(io, line.words()[0], [&](Session& session) {
+        Store& store = session.store();
+        const std::optional<int> category = ChosenCategory(line, store, section, true);
+        if (!category) {
+            return kExitFailed;
+        }
+        store.hidePrivate = false;
+        return body(line, store, *category);
+    });
+}
+
 } // namespace cli

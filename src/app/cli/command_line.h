@@ -78,6 +78,11 @@ std::optional<int> ChosenCategory(const CommandLine& line, Store& store, int sec
 QString NoRecord(std::int32_t key, const Result& r, const char* what);
 // Exit code of a store's result, with its message on failure.
 int Report(const CommandLine& line, const Result& r);
+// Runs a list verb that takes FILE and --category (besides `options`): opens the file with private records shown,
+// since whoever gives the passphrase here may see them, and runs `body` on the category named, or all.
+using CategoryBody = std::function<int(const CommandLine& line, Store& store, int category)>;
+int WithCategoryList(const QStringList& args, Streams io, const char* usage, QList<QCommandLineOption> options,
+                     int section, const CategoryBody& body);
 // Runs a verb that takes FILE KEY: parses `args` with `options`, opens the file, and runs `body` on the record
 // `key` once it is known to be one of `section` (called `what` in the refusal).
 using RecordBody = std::function<int(const CommandLine& line, Store& store, std::int32_t key)>;

@@ -34,23 +34,13 @@ constexpr int kMobileSlot = MobileTelephoneNumber - kFirstSlot;
 constexpr int kMailSlot = Email1Address - kFirstSlot;
 
 int List(const QStringList& args, cli::Streams io) {
-    CommandLine line(io, kUsage, {cli::ValueOption("category", "the category's name")});
-    if (!line.parse(args, 1)) {
-        return cli::kExitUsage;
-    }
-    return cli::WithOpenFile(io, line.words()[0], [&](Session& session) {
-        Store& store = session.store();
-        const std::optional<int> category = cli::ChosenCategory(line, store, kContactSection, true);
-        if (!category) {
-            return cli::kExitFailed;
-        }
-        // Whoever gives the passphrase on the command line sees the private contacts too.
-        store.hidePrivate = false;
-        for (const ListItem& item : ListContacts(store, *category)) {
-            io.out << item.key << '\t' << cli::OneLine(item.name) << '\t' << cli::OneLine(item.contactInfo) << '\n';
-        }
-        return cli::kExitOk;
-    });
+    return cli::WithCategoryList(
+        args, io, kUsage, {}, kContactSection, [io](const CommandLine&, Store& store, int category) {
+            for (const ListItem& item : ListContacts(store, category)) {
+                io.out << item.key << '\t' << cli::OneLine(item.name) << '\t' << cli::OneLine(item.contactInfo) << '\n';
+            }
+            return cli::kExitOk;
+        });
 }
 
 int Show(const QStringList& args, cli::Streams io) {

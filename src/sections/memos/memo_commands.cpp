@@ -21,24 +21,15 @@ constexpr const char* kUsage = "memo list FILE [--category NAME]\n"
                                "       noctaria-cli memo delete FILE KEY";
 
 int List(const QStringList& args, cli::Streams io) {
-    CommandLine line(io, kUsage, {cli::ValueOption("category", "the category's name")});
-    if (!line.parse(args, 1)) {
-        return cli::kExitUsage;
-    }
-    return cli::WithOpenFile(io, line.words()[0], [&](Session& session) {
-        Store& store = session.store();
-        const std::optional<int> category = cli::ChosenCategory(line, store, kMemoSection, true);
-        if (!category) {
-            return cli::kExitFailed;
-        }
-        // Whoever gives the passphrase on the command line sees the private memos too.
-        store.hidePrivate = false;
-        const ListEntries entries = cli::CategoryEntries(store, kMemoSection);
-        for (const records::ListedTitle& t : ListMemos(store, *category)) {
-            io.out << t.key << '\t' << cli::CategoryName(entries, t.category) << '\t' << cli::OneLine(t.title) << '\n';
-        }
-        return cli::kExitOk;
-    });
+    return cli::WithCategoryList(args, io, kUsage, {}, kMemoSection,
+                                 [io](const CommandLine&, Store& store, int category) {
+                                     const ListEntries entries = cli::CategoryEntries(store, kMemoSection);
+                                     for (const records::ListedTitle& t : ListMemos(store, category)) {
+                                         io.out << t.key << '\t' << cli::CategoryName(entries, t.category) << '\t'
+                                                << cli::OneLine(t.title) << '\n';
+                                     }
+                                     return cli::kExitOk;
+                                 });
 }
 
 int Add(const QStringList& args, cli::Streams io) {

@@ -30,34 +30,23 @@ QString IsoDate(const QDate& date) {
 }
 
 int List(const QStringList& args, cli::Streams io) {
-    CommandLine line(io, kUsage,
-                     {cli::ValueOption("category", "the category's name"),
-                      QCommandLineOption(QStringLiteral("open"), QStringLiteral("only tasks not yet done"))});
-    if (!line.parse(args, 1)) {
-        return cli::kExitUsage;
-    }
-    return cli::WithOpenFile(io, line.words()[0], [&](Session& session) {
-        Store& store = session.store();
-        const std::optional<int> category = cli::ChosenCategory(line, store, kTaskSection, true);
-        if (!category) {
-            return cli::kExitFailed;
-        }
-        // Whoever gives the passphrase on the command line sees the private tasks too.
-        store.hidePrivate = false;
-        const ListEntries entries = cli::CategoryEntries(store, kTaskSection);
-        const QDate today = QDate::currentDate();
-        QVector<Task> listed = ListTasks(store, {*category, !line.isSet(QStringLiteral("open"))});
-        std::stable_sort(listed.begin(), listed.end(), [&](const Task& a, const Task& b) {
-            return CompositeSort(a, today) < CompositeSort(b, today);
+    return cli::WithCategoryList(
+        args, io, kUsage, {QCommandLineOption(QStringLiteral("open"), QStringLiteral("only tasks not yet done"))},
+        kTaskSection, [io](const CommandLine& line, Store& store, int category) {
+            const ListEntries entries = cli::CategoryEntries(store, kTaskSection);
+            const QDate today = QDate::currentDate();
+            QVector<Task> listed = ListTasks(store, {category, !line.isSet(QStringLiteral("open"))});
+            std::stable_sort(listed.begin(), listed.end(), [&](const Task& a, const Task& b) {
+                return CompositeSort(a, today) < CompositeSort(b, today);
+            });
+            for (const Task& t : listed) {
+                io.out << t.key << '\t' << cli::CategoryName(entries, t.category) << '\t'
+                       << kPriorities[static_cast<std::size_t>(std::clamp(t.priority, 0, 2))] << '\t' << IsoDate(t.due)
+                       << '\t' << (t.completed ? IsoDate(t.done) : QStringLiteral("open")) << '\t'
+                       << (t.isPrivate ? "private" : "public") << '\t' << cli::OneLine(t.subject) << '\n';
+            }
+            return cli::kExitOk;
         });
-        for (const Task& t : listed) {
-            io.out << t.key << '\t' << cli::CategoryName(entries, t.category) << '\t'
-                   << kPriorities[static_cast<std::size_t>(std::clamp(t.priority, 0, 2))] << '\t' << IsoDate(t.due)
-                   << '\t' << (t.completed ? IsoDate(t.done) : QStringLiteral("open")) << '\t'
-                   << (t.isPrivate ? "private" : "public") << '\t' << cli::OneLine(t.subject) << '\n';
-        }
-        return cli::kExitOk;
-    });
 }
 
 int Add(const QStringList& args, cli::Streams io) {
