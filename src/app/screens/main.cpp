@@ -9,6 +9,9 @@
 #include "sections/all_sections.h"
 #include "sections/categories/categories.h"
 #include "sections/categories/ui/frm_edit_categories.h"
+#include "sections/contacts/contact.h"
+#include "sections/contacts/ui/frm_address.h"
+#include "sections/contacts/ui/frm_edit_address.h"
 #include "sections/diary/diary.h"
 #include "sections/diary/ui/frm_diary.h"
 #include "sections/memos/memo.h"
@@ -126,6 +129,54 @@ void AddDemoMemosAndDiary(Store& store) {
         }
     }
 }
+
+// Three contacts in two categories, one of them filled in widely.
+void AddDemoContacts(Store& store) {
+    categories::SaveCategoryText(store, QStringLiteral("Family;1;Work;2"), contacts::kContactSection);
+    struct Demo {
+        const char* fileAs;
+        std::vector<std::pair<int, const char*>> texts;
+        QVector<int> categories;
+    };
+    const Demo demo[] = {
+        {"Berg, Anna",
+         {{contacts::FirstName, "Anna"},
+          {contacts::LastName, "Berg"},
+          {contacts::CompanyName, "Harbour Works"},
+          {contacts::JobTitle, "Head of Design"},
+          {contacts::MobileTelephoneNumber, "+49 171 555 1234"},
+          {contacts::Email1Address, "anna@harbour.example"},
+          {contacts::WebPage, "www.harbour.example"},
+          {contacts::HomeAddressStreet, "Lindenweg 4"},
+          {contacts::HomeAddressCity, "Bremen"},
+          {contacts::HomeAddressPostalCode, "28195"},
+          {contacts::Notes, "Prefers calls after six."}},
+         {1, 2}},
+        {"Dubois, Zo\u00eb",
+         {{contacts::FirstName, "Zo\u00eb"},
+          {contacts::LastName, "Dubois"},
+          {contacts::Email1Address, "zoe@dubois.example"}},
+         {2}},
+        {"Okafor, Tom",
+         {{contacts::FirstName, "Tom"}, {contacts::LastName, "Okafor"}, {contacts::HomeTelephoneNumber, "0421 555 98"}},
+         {1}},
+    };
+    for (const Demo& d : demo) {
+        contacts::Contact contact;
+        contact.owner = store.user.level;
+        contact.fileAs = QString::fromUtf8(d.fileAs);
+        for (const auto& [field, text] : d.texts) {
+            contact.texts[field] = QString::fromUtf8(text);
+        }
+        contact.comDisplay = contact.slot(contacts::MobileTelephoneNumber - contacts::kFirstSlot).isEmpty()
+                                 ? contacts::Email1Address - contacts::kFirstSlot
+                                 : contacts::MobileTelephoneNumber - contacts::kFirstSlot;
+        contact.birthday = d.categories.size() > 1 ? QDate(1984, 6, 2) : QDate();
+        contact.categories = d.categories;
+        contacts::StoreContact(store, contact);
+    }
+}
+
 } // namespace
 
 int main(int argc, char* argv[]) {
@@ -213,6 +264,19 @@ int main(int argc, char* argv[]) {
         diaryForm->diaPeriod_Click(0);
         ok = Save(&frame, out, QStringLiteral("diary-day")) && ok;
         diaryForm->diaPeriod_Click(1);
+    }
+    AddDemoContacts(session.store());
+    frame.GotoSection(sections::Number(SectionId::Contacts));
+    ok = Save(&frame, out, QStringLiteral("contacts")) && ok;
+    if (auto* address = frame.findChild<frmAddress*>()) {
+        const std::optional<contacts::Contact> contact = contacts::LoadContact(session.store(), address->selectedKey());
+        frmEditAddress contactEditor(session.store(), contact.value_or(contacts::Contact{}), &frame);
+        auto* pages = contactEditor.findChild<QTabWidget*>();
+        for (int i = 0; pages != nullptr && i < 3; ++i) {
+            pages->setCurrentIndex(i);
+            ok = Save(&contactEditor, out, QStringLiteral("contact-editor-%1").arg(i + 1)) && ok;
+        }
+        contactEditor.hide();
     }
     frame.GotoSection(0);
 
