@@ -218,7 +218,8 @@ std::optional<OpenedTitle> OpenTitleParts(CRY& cry, std::int32_t fpk, const QByt
         return std::nullopt;
     }
     const QByteArray plain = cry.Cipher(fpk, 2, sealed);
-    if (plain.size() < 3) {
+    // An empty text is a title too: the list's second column is often one.
+    if (plain.size() < 2) {
         return std::nullopt;
     }
     return OpenedTitle{static_cast<std::uint8_t>(plain[0]), plain[1] != 0, codepage::FromBytes(plain.mid(2))};

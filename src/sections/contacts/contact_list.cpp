@@ -105,8 +105,11 @@ QVector<ListItem> ListContacts(Store& store, int category) {
     }
     std::vector<std::size_t> order(sortKeys.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
-    std::stable_sort(order.begin(), order.end(),
-                     [&](std::size_t a, std::size_t b) { return sortKeys[a].compare(sortKeys[b]) < 0; });
+    // Rows read from the cache and rows opened now arrive in no common order: equal names follow their keys.
+    std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+        const int byName = sortKeys[a].compare(sortKeys[b]);
+        return byName != 0 ? byName < 0 : items[static_cast<qsizetype>(a)].key < items[static_cast<qsizetype>(b)].key;
+    });
     QVector<ListItem> sorted;
     sorted.reserve(items.size());
     for (const std::size_t i : order) {

@@ -390,7 +390,7 @@ private Q_SLOTS:
         Contact anouk = Full();
         anouk.fileAs = QStringLiteral("anouk");
         anouk.key = stored(anouk);
-        named(QStringLiteral("Bram"), {4, 2});
+        const std::int32_t bram = named(QStringLiteral("Bram"), {4, 2});
         named(QStringLiteral("de Vries"));
         store().user.level = 7;
         named(QStringLiteral("Theirs"));
@@ -405,12 +405,26 @@ private Q_SLOTS:
         QCOMPARE(Names(ListContacts(store(), 2)), (QStringList{"anouk", "Bram", "zo\u00eb"}));
         QCOMPARE(Names(ListContacts(store(), 4)), (QStringList{"anouk", "Bram"}));
         QCOMPARE(Names(ListContacts(store(), categories::kUnfiled)), (QStringList{"de Vries", "\u00c9mile"}));
-        // Written again, a contact lists under its new name, though its old title was opened before.
+        // Written again, a contact lists under its new name, though its old title was opened before; equal names
+        // keep their keys' order, whichever of them was opened before.
         anouk.fileAs = QStringLiteral("Zelda");
         stored(anouk);
         QCOMPARE(Names(ListContacts(store(), 4)), (QStringList{"Bram", "Zelda"}));
+        Contact twin;
+        twin.fileAs = QStringLiteral("BRAM");
+        twin.categories = {4};
+        twin.comDisplay = MobileTelephoneNumber - kFirstSlot;
+        twin.texts[MobileTelephoneNumber] = QStringLiteral("0171 2");
+        stored(twin);
+        QCOMPARE(Names(ListContacts(store(), 4)), (QStringList{"Bram", "BRAM", "Zelda"}));
+        Contact first = *LoadContact(store(), bram);
+        first.fileAs = QStringLiteral("bram");
+        stored(first);
+        const QVector<ListItem> mixed = ListContacts(store(), 4);
+        QCOMPARE(Names(mixed), (QStringList{"bram", "BRAM", "Zelda"}));
+        QCOMPARE(ListContacts(store(), 4), mixed);
         showPrivate(false);
-        QCOMPARE(Names(ListContacts(store(), 4)), QStringList{"Bram"});
+        QCOMPARE(Names(ListContacts(store(), 4)), (QStringList{"bram", "BRAM"}));
         QCOMPARE(ListStatus(3, QStringLiteral("Friends")), QStringLiteral("3 contacts in  <Friends>"));
     }
 
