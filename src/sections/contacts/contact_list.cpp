@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <utility>
 
 namespace contacts {
 
@@ -106,9 +107,9 @@ QVector<ListItem> ListContacts(Store& store, int category) {
     std::vector<std::size_t> order(sortKeys.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
     // Rows read from the cache and rows opened now arrive in no common order: equal names follow their keys.
-    std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+    std::sort(order.begin(), order.end(), [&sortKeys, &listed = std::as_const(items)](std::size_t a, std::size_t b) {
         const int byName = sortKeys[a].compare(sortKeys[b]);
-        return byName != 0 ? byName < 0 : items[static_cast<qsizetype>(a)].key < items[static_cast<qsizetype>(b)].key;
+        return byName != 0 ? byName < 0 : listed[static_cast<qsizetype>(a)].key < listed[static_cast<qsizetype>(b)].key;
     });
     QVector<ListItem> sorted;
     sorted.reserve(items.size());
