@@ -20,9 +20,10 @@ void Usage(QTextStream& err) {
            "  store     write and scan 100,000 enciphered rows beside raw Botan and SQLite\n"
            "  budget    100,000 transactions: the month list, a year's balance and the TOTAL balance beside raw Botan "
            "and SQLite\n"
-           "  sections  100,000 memos in 50 categories, 10,000 diary days, 100,000 tasks and 20,000 vault records: "
-           "a category's memo list, one memo, a diary week, the task list with and without completed tasks and a "
-           "vault sub-category's list beside raw Botan and SQLite\n"
+           "  sections  100,000 memos in 50 categories, 10,000 diary days, 100,000 tasks, 20,000 vault records and "
+           "50,000 contacts: a category's memo list, one memo, a diary week, the task list with and without "
+           "completed tasks, a vault sub-category's list, the list of all contacts, a category's contacts and one "
+           "contact's pane beside raw Botan and SQLite\n"
            "  calendar  100,000 single appointments over ten years and 1,000 series of every kind: a day, a workweek, "
            "a week and a month view at several dates beside raw Botan and SQLite\n";
 }

@@ -4,16 +4,22 @@
 #include "app/bench/raw_cipher.h"
 
 #include "sections/categories/categories.h"
+#include "sections/contacts/contact.h"
+#include "sections/contacts/contact_list.h"
+#include "sections/contacts/contact_pane.h"
 #include "sections/diary/diary.h"
 #include "sections/memos/memo.h"
 #include "sections/record_store.h"
 #include "sections/tasks/task.h"
 #include "sections/vault/vault.h"
+#include "shell/options.h"
 #include "shell/session.h"
+#include "store/codepage.h"
 #include "store/cry.h"
 #include "store/sqlite.h"
 #include "store/store.h"
 
+#include <QCollator>
 #include <QDate>
 #include <QDateTime>
 #include <QElapsedTimer>
@@ -28,6 +34,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -59,8 +66,20 @@ constexpr int kVaultRecords = 20000;
 constexpr int kVaultNotePercent = 25;
 // A new vault record starts private; some are opened up.
 constexpr int kVaultOpenOneIn = 5;
+constexpr int kContacts = 50000;
+constexpr int kCompanyOnlyPercent = 5;
+constexpr int kWithCompanyPercent = 25;
+constexpr int kMobilePercent = 80;
+constexpr int kMailPercent = 70;
+constexpr int kHomePhonePercent = 30;
+constexpr int kAddressPercent = 40;
+constexpr int kContactNotePercent = 10;
+constexpr int kSecondCategoryOneIn = 5;
+constexpr int kBirthdayOneIn = 20;
 constexpr int kRuns = 7;
 constexpr double kListTargetMs = 50.0;
+// Every contact is one list, so its target is looser than a category's.
+constexpr double kContactListTargetMs = 100.0;
 constexpr std::uint32_t kSeed = 20240612;
 // The least SQL that reaches each result, for the raw side.
 constexpr const char* kTitleListSql = "SELECT fPK, fT1 FROM tt WHERE fSec=? AND fG1=?";
@@ -68,6 +87,9 @@ constexpr const char* kMemoSql = "SELECT fSec, fEtx FROM tt WHERE fPK=?";
 constexpr const char* kWeekSql = "SELECT fPK, fEtx FROM tt WHERE +fSec=? AND fR3 BETWEEN ? AND ? ORDER BY fPK";
 constexpr const char* kTaskListSql = "SELECT fPK, fEtx FROM tt WHERE fSec=?";
 constexpr const char* kOpenTaskListSql = "SELECT fPK, fEtx FROM tt WHERE fSec=? AND fF3=0";
+// A contact's categories are in fT5, which no index holds, so a category's list reads the whole section too.
+constexpr const char* kContactListSql = "SELECT fPK, fT1, fT2, fT5, fG1 FROM tt WHERE fSec=?";
+constexpr const char* kContactSql = "SELECT fSec, fEtx, fT1, fT5, fG1 FROM tt WHERE fPK=?";
 
 const std::array<const char*, kCategories - 1> kCategoryNames = {
     "Work",    "Personal",   "Recipes",  "Travel",       "Projects", "Meetings",    "Ideas",      "Books",     "Health",
@@ -167,6 +189,35 @@ const std::array<const char*, 8> kVaultUsers = {
     "anna.miller", "amiller", "anna", "a.miller@example.org", "miller77", "annam", "family.miller", "4711",
 };
 
+const std::array<const char*, 32> kFirstNames = {
+    "Anna",  "Ben",    "Clara",  "David",  "Emma",  "Felix", "Greta",  "Hugo",  "Ida",    "Jonas",  "Karin",
+    "Lukas", "Maria",  "Noah",   "Olivia", "Paul",  "Rosa",  "Samuel", "Sofia", "Thomas", "Ursula", "Viktor",
+    "Wendy", "Xavier", "Yvonne", "Zoe",    "Peter", "Laura", "Martin", "Julia", "Erik",   "Nora",
+};
+
+const std::array<const char*, 40> kLastNames = {
+    "Miller", "Smith",     "Johnson", "Brown",    "Garcia", "Müller",   "Schmidt", "Fischer",  "Weber",   "Meyer",
+    "Wagner", "Becker",    "Schulz",  "Hoffmann", "Koch",   "Richter",  "Klein",   "Wolf",     "Neumann", "Schwarz",
+    "Rossi",  "Bianchi",   "Dubois",  "Laurent",  "Jansen", "de Vries", "Novak",   "Kowalski", "Nielsen", "Jørgensen",
+    "Åberg",  "Lindqvist", "O'Brien", "Murphy",   "Walsh",  "Taylor",   "Wilson",  "Evans",    "Martin",  "Lopez",
+};
+
+const std::array<const char*, 8> kStreets = {
+    "High Street", "Station Road",    "Church Lane", "Mill Road",
+    "Park Avenue", "Victoria Street", "Elm Grove",   "Bridge Street",
+};
+
+const std::array<const char*, 8> kCities = {
+    "Bristol", "Leeds", "York", "Bath", "Norwich", "Exeter", "Oxford", "Durham",
+};
+
+const std::array<const char*, 4> kMailDomains = {
+    "example.org",
+    "example.com",
+    "mail.example.net",
+    "post.example.co.uk",
+};
+
 const std::array<const char*, 12> kMemoSentences = {
     "Agreed to meet again in two weeks and to send the figures beforehand.",
     "Bring the signed copy of the contract and the receipts from March.",
@@ -201,6 +252,10 @@ int Below(std::mt19937& rng, int n) {
 
 int Between(std::mt19937& rng, int low, int high) {
     return low + Below(rng, high - low + 1);
+}
+
+template <std::size_t N> QString Pick(std::mt19937& rng, const std::array<const char*, N>& texts) {
+    return QString::fromUtf8(texts[static_cast<std::size_t>(Below(rng, static_cast<int>(N)))]);
 }
 
 // A text of about `length` characters made of the given sentences, in paragraphs.
@@ -249,9 +304,9 @@ QString CategoryListText() {
     return parts.join(u';');
 }
 
-// How many memos each category holds: shares proportional to 1/sqrt(rank), "Unfiled" the largest, rounded so
-// that they add up to exactly kMemos.
-std::array<int, kCategories> CategorySizes() {
+// How many of `count` records each category holds: shares proportional to 1/sqrt(rank), "Unfiled" the largest,
+// rounded so that they add up to exactly `count`.
+std::array<int, kCategories> CategorySizes(int count) {
     std::array<double, kCategories> shares{};
     double total = 0;
     for (int id = 0; id < kCategories; ++id) {
@@ -261,19 +316,35 @@ std::array<int, kCategories> CategorySizes() {
     std::array<int, kCategories> sizes{};
     int given = 0;
     for (int id = 0; id < kCategories; ++id) {
-        sizes[id] = static_cast<int>(std::floor(kMemos * shares[id] / total));
+        sizes[id] = static_cast<int>(std::floor(count * shares[id] / total));
         given += sizes[id];
     }
-    for (int id = 0; given < kMemos; id = (id + 1) % kCategories, ++given) {
+    for (int id = 0; given < count; id = (id + 1) % kCategories, ++given) {
         ++sizes[id];
     }
     return sizes;
+}
+
+// Each record's category, the categories at their sizes in random order.
+std::vector<int> ShuffledCategories(const std::array<int, kCategories>& sizes, std::mt19937& rng) {
+    std::vector<int> categoryOf;
+    for (int id = 0; id < kCategories; ++id) {
+        categoryOf.insert(categoryOf.end(), static_cast<std::size_t>(sizes[id]), id);
+    }
+    std::shuffle(categoryOf.begin(), categoryOf.end(), rng);
+    return categoryOf;
 }
 
 struct WrittenTitle {
     std::int32_t key = 0;
     QString title;
     bool isPrivate = false;
+};
+
+struct WrittenContact {
+    contacts::ListItem item;
+    bool isPrivate = false;
+    bool listed = false; // in the category of the middle rank, first or second
 };
 
 QString TaskCategoryText() {
@@ -321,6 +392,11 @@ struct Expected {
     int largestSubCategory = 0;
     QVector<WrittenTitle> vaultLargest; // the largest sub-category, in key order
     QVector<WrittenTitle> vaultTypical; // a sub-category of the median size, in key order
+    QVector<WrittenContact> contacts;   // every contact, in key order
+    contacts::Contact shownContact;     // the one written halfway
+    int companies = 0;
+    int twoCategories = 0;
+    int birthdays = 0;
 };
 
 // Writes the category list and the memos through the section's own store, the memos inside one transaction of
@@ -331,12 +407,7 @@ bool FillMemos(Store& store, const QDateTime& now, Expected& expected, QTextStre
         return false;
     }
     std::mt19937 rng(kSeed);
-    std::vector<int> categoryOf;
-    categoryOf.reserve(kMemos);
-    for (int id = 0; id < kCategories; ++id) {
-        categoryOf.insert(categoryOf.end(), static_cast<std::size_t>(expected.sizes[id]), id);
-    }
-    std::shuffle(categoryOf.begin(), categoryOf.end(), rng);
+    const std::vector<int> categoryOf = ShuffledCategories(expected.sizes, rng);
 
     if (!Begin(store, err)) {
         return false;
@@ -490,6 +561,98 @@ bool FillVault(Store& store, const QDateTime& now, Expected& expected, QTextStre
     return Commit(store, err);
 }
 
+// The contacts inside one transaction: people, some with their company and a few companies alone, most with a
+// mobile number or a mail address as the primary contact, filed over the memos' categories at the memos' shares.
+bool FillContacts(Store& store, Expected& expected, QTextStream& err) {
+    if (const int e = categories::SaveCategoryText(store, CategoryListText(), contacts::kContactSection)) {
+        err << "noctaria-bench: the contact categories could not be written: " << e << '\n';
+        return false;
+    }
+    std::mt19937 rng(kSeed + 4);
+    const std::vector<int> categoryOf = ShuffledCategories(CategorySizes(kContacts), rng);
+
+    if (!Begin(store, err)) {
+        return false;
+    }
+    expected.contacts.reserve(kContacts);
+    for (int i = 0; i < kContacts; ++i) {
+        contacts::Contact contact;
+        contact.owner = store.user.level;
+        contact.isPrivate = Below(rng, kPrivateOneIn) == 0;
+        QVector<QString>& t = contact.texts;
+        const int kind = Below(rng, 100);
+        if (kind >= kCompanyOnlyPercent) {
+            t[contacts::FirstName] = Pick(rng, kFirstNames);
+            t[contacts::LastName] = Pick(rng, kLastNames);
+            if (Below(rng, 100) < kMobilePercent) {
+                t[contacts::MobileTelephoneNumber] =
+                    QStringLiteral("+44 7%1 %2").arg(Between(rng, 100, 999)).arg(Between(rng, 100000, 999999));
+            }
+            if (Below(rng, 100) < kMailPercent) {
+                t[contacts::Email1Address] = QStringLiteral("%1.%2@%3")
+                                                 .arg(t[contacts::FirstName].toLower())
+                                                 .arg(Between(rng, 1, 999))
+                                                 .arg(Pick(rng, kMailDomains));
+            }
+            if (Below(rng, 100) < kHomePhonePercent) {
+                t[contacts::HomeTelephoneNumber] =
+                    QStringLiteral("+44 1%1 %2").arg(Between(rng, 100, 999)).arg(Between(rng, 100000, 999999));
+            }
+            if (Below(rng, 100) < kAddressPercent) {
+                t[contacts::HomeAddressStreet] =
+                    QStringLiteral("%1 %2").arg(Between(rng, 1, 200)).arg(Pick(rng, kStreets));
+                t[contacts::HomeAddressCity] = Pick(rng, kCities);
+                t[contacts::HomeAddressPostalCode] =
+                    QStringLiteral("AB%1 %2CD").arg(Between(rng, 1, 99)).arg(Between(rng, 1, 9));
+            }
+            if (Below(rng, kBirthdayOneIn) == 0) {
+                contact.birthday = QDate(Between(rng, 1940, 2010), Between(rng, 1, 12), Between(rng, 1, 28));
+                ++expected.birthdays;
+            }
+        }
+        if (kind < kCompanyOnlyPercent + kWithCompanyPercent) {
+            t[contacts::CompanyName] = Pick(rng, kVaultNames);
+            t[contacts::BusinessTelephoneNumber] =
+                QStringLiteral("+44 20 %1 %2").arg(Between(rng, 1000, 9999)).arg(Between(rng, 1000, 9999));
+            ++expected.companies;
+        }
+        if (Below(rng, 100) < kContactNotePercent) {
+            t[contacts::Notes] = Prose(rng, kMemoSentences, Between(rng, 40, 300));
+        }
+        // "Last, First", or the company when there is no name, as the editor offers first.
+        contact.fileAs = t[contacts::LastName].isEmpty()
+                             ? t[contacts::CompanyName]
+                             : t[contacts::LastName] + QStringLiteral(", ") + t[contacts::FirstName];
+        for (const int field : {contacts::MobileTelephoneNumber, contacts::Email1Address,
+                                contacts::BusinessTelephoneNumber, contacts::HomeTelephoneNumber}) {
+            if (!t[field].isEmpty()) {
+                contact.comDisplay = field - contacts::kFirstSlot;
+                break;
+            }
+        }
+        if (const int category = categoryOf[static_cast<std::size_t>(i)]; category != categories::kUnfiled) {
+            contact.categories = {category};
+            if (const int second = Between(rng, 1, kCategories - 1);
+                Below(rng, kSecondCategoryOneIn) == 0 && second != category) {
+                contact.categories.append(second);
+                ++expected.twoCategories;
+            }
+        }
+        if (const Result r = contacts::StoreContact(store, contact); !r.ok()) {
+            err << "noctaria-bench: writing contact " << i << " failed: " << r.text() << '\n';
+            store.connection().exec("ROLLBACK");
+            return false;
+        }
+        expected.contacts.append({{contact.key, contact.fileAs, contacts::PrimaryContact(contact)},
+                                  contact.isPrivate,
+                                  contact.categories.contains(expected.listedCategory)});
+        if (i == kContacts / 2) {
+            expected.shownContact = contact;
+        }
+    }
+    return Commit(store, err);
+}
+
 int Visible(const QVector<WrittenTitle>& written, bool hidePrivate) {
     return static_cast<int>(std::count_if(written.begin(), written.end(),
                                           [&](const WrittenTitle& m) { return !(hidePrivate && m.isPrivate); }));
@@ -536,6 +699,50 @@ bool TasksAgree(const QVector<tasks::Task>& list, const QVector<tasks::Task>& wr
         }
     }
     return at == list.size();
+}
+
+int VisibleContacts(const QVector<WrittenContact>& written, bool onlyListed, bool hidePrivate) {
+    return static_cast<int>(std::count_if(written.begin(), written.end(), [&](const WrittenContact& c) {
+        return (!onlyListed || c.listed) && !(hidePrivate && c.isPrivate);
+    }));
+}
+
+// Whether the list holds exactly the contacts this reader may see, as written, sorted by title as the locale sorts
+// ignoring case, equal titles in key order.
+bool ContactsAgree(const QVector<contacts::ListItem>& list, const QVector<WrittenContact>& written, bool onlyListed,
+                   bool hidePrivate) {
+    QCollator collator;
+    collator.setCaseSensitivity(Qt::CaseInsensitive);
+    for (qsizetype i = 1; i < list.size(); ++i) {
+        const int order = collator.compare(list[i - 1].name, list[i].name);
+        if (order > 0 || (order == 0 && list[i - 1].key > list[i].key)) {
+            return false;
+        }
+    }
+    QVector<contacts::ListItem> byKey = list;
+    std::sort(byKey.begin(), byKey.end(), [](const auto& a, const auto& b) { return a.key < b.key; });
+    qsizetype at = 0;
+    for (const WrittenContact& c : written) {
+        if ((onlyListed && !c.listed) || (hidePrivate && c.isPrivate)) {
+            continue;
+        }
+        if (at >= byKey.size() || byKey[at] != c.item) {
+            return false;
+        }
+        ++at;
+    }
+    return at == byKey.size();
+}
+
+bool PaneAgrees(const std::optional<contacts::ContactPane>& pane, const contacts::ContactPane& expected) {
+    return pane && pane->name == expected.name && pane->lines == expected.lines;
+}
+
+bool ContactAgrees(const std::optional<contacts::Contact>& loaded, const contacts::Contact& contact) {
+    return loaded && loaded->key == contact.key && loaded->owner == contact.owner &&
+           loaded->isPrivate == contact.isPrivate && loaded->birthday == contact.birthday &&
+           loaded->comDisplay == contact.comDisplay && loaded->texts == contact.texts &&
+           loaded->fileAs == contact.fileAs && loaded->categories == contact.categories;
 }
 
 bool MemoAgrees(const std::optional<memos::Memo>& loaded, const memos::Memo& memo) {
@@ -628,6 +835,155 @@ int WeekLimit(sqlite3* db, Botan::Cipher_Mode& mode, const CRY::SecureBytes& key
     return rc == SQLITE_DONE ? intact : -1;
 }
 
+// Whether a row's category list holds the named category `category`; a row with an empty list is filed by its
+// primary category alone. The bytes are read where they lie, with no list built.
+bool FiledIn(const std::uint8_t* list, std::size_t n, std::int64_t primary, int category) {
+    bool any = false;
+    int number = -1;
+    for (std::size_t i = 0; i <= n; ++i) {
+        if (i < n && list[i] >= '0' && list[i] <= '9') {
+            number = (number < 0 ? 0 : number * 10) + (list[i] - '0');
+            any = true;
+        } else if (number == category) {
+            return true;
+        } else {
+            number = -1;
+        }
+    }
+    return !any && primary == category;
+}
+
+struct SealedContact {
+    std::int64_t key = 0;
+    std::vector<std::uint8_t> title;
+    std::vector<std::uint8_t> info;
+};
+
+// The titles the reader may see, and the primary contacts of those that have one; titles -1 on a failure.
+struct ContactCount {
+    int titles = 0;
+    int infos = 0;
+};
+
+// The contact rows of `category` (or all) by raw SQLite, deciphered by raw Botan on the other cores while the
+// rows are read: the title, and the primary contact of a title the reader may see. No more than `capacity` rows
+// may come.
+ContactCount ContactListLimit(sqlite3* db, const CRY::SecureBytes& keys, int category, std::size_t capacity,
+                              std::uint8_t owner) {
+    const Statement select = Prepare(db, kContactListSql);
+    if (!select) {
+        return {-1, 0};
+    }
+    sqlite3_bind_int(select.get(), 1, contacts::kContactSection);
+    // Reserved in full, so that rows never move while other threads decipher them.
+    std::vector<SealedContact> rows;
+    rows.reserve(capacity);
+    std::atomic<std::size_t> read{0};
+    std::atomic<bool> done{false};
+    std::atomic<std::size_t> taken{0};
+    const unsigned threads = std::max(1u, std::thread::hardware_concurrency());
+    std::vector<ContactCount> counts(threads);
+    const auto decipher = [&](unsigned part) {
+        try {
+            auto mode = Botan::Cipher_Mode::create_or_throw("Blowfish/CBC/NoPadding", Botan::DECRYPTION);
+            CRY::SecureBytes buffer;
+            ContactCount& count = counts[part];
+            for (std::size_t i = taken++;; i = taken++) {
+                while (i >= read.load() && !done.load()) {
+                    std::this_thread::yield();
+                }
+                if (i >= read.load()) {
+                    break;
+                }
+                const SealedContact& row = rows[i];
+                const std::optional<std::size_t> n =
+                    DecipherRaw(*mode, keys, row.key, row.title.data(), row.title.size(), buffer);
+                if (!n || *n < 3 || buffer[kPrefixBytes] != owner) {
+                    continue;
+                }
+                ++count.titles;
+                if (DecipherRaw(*mode, keys, row.key, row.info.data(), row.info.size(), buffer)) {
+                    ++count.infos;
+                }
+            }
+        } catch (const std::exception&) {
+            counts[part].titles = -1;
+        }
+    };
+    std::vector<std::thread> workers;
+    for (unsigned t = 1; t < threads; ++t) {
+        workers.emplace_back(decipher, t);
+    }
+    const auto bytes = [&](int column) {
+        const auto* p = static_cast<const std::uint8_t*>(sqlite3_column_blob(select.get(), column));
+        return std::vector<std::uint8_t>(p, p + sqlite3_column_bytes(select.get(), column));
+    };
+    int rc = SQLITE_ROW;
+    bool overflow = false;
+    while ((rc = sqlite3_step(select.get())) == SQLITE_ROW) {
+        if (category != categories::kAll &&
+            !FiledIn(static_cast<const std::uint8_t*>(sqlite3_column_blob(select.get(), 3)),
+                     static_cast<std::size_t>(sqlite3_column_bytes(select.get(), 3)),
+                     sqlite3_column_int64(select.get(), 4), category)) {
+            continue;
+        }
+        if (rows.size() == capacity) {
+            overflow = true;
+            break;
+        }
+        rows.push_back({sqlite3_column_int64(select.get(), 0), bytes(1), bytes(2)});
+        read.store(rows.size());
+    }
+    done.store(true);
+    decipher(0);
+    for (std::thread& worker : workers) {
+        worker.join();
+    }
+    ContactCount total;
+    for (const ContactCount& count : counts) {
+        if (count.titles < 0) {
+            return {-1, 0};
+        }
+        total.titles += count.titles;
+        total.infos += count.infos;
+    }
+    return overflow || rc != SQLITE_DONE ? ContactCount{-1, 0} : total;
+}
+
+// One contact's row by raw SQLite, its blob and title by raw Botan, the blob decoded and the categories read as
+// the program reads them; nothing when it is no contact or does not decipher.
+std::optional<contacts::Contact> ContactLimit(sqlite3* db, Botan::Cipher_Mode& mode, const CRY::SecureBytes& keys,
+                                              std::int32_t key, CRY::SecureBytes& buffer) {
+    const Statement select = Prepare(db, kContactSql);
+    if (!select) {
+        return std::nullopt;
+    }
+    sqlite3_bind_int64(select.get(), 1, key);
+    if (sqlite3_step(select.get()) != SQLITE_ROW || sqlite3_column_int(select.get(), 0) != contacts::kContactSection) {
+        return std::nullopt;
+    }
+    const auto column = [&](int c) { return static_cast<const std::uint8_t*>(sqlite3_column_blob(select.get(), c)); };
+    const auto size = [&](int c) { return static_cast<std::size_t>(sqlite3_column_bytes(select.get(), c)); };
+    contacts::Contact contact;
+    std::optional<std::size_t> n = DecipherRaw(mode, keys, key, column(1), size(1), buffer);
+    if (!n || !contacts::DecodeContactBlob(
+                  QByteArray(reinterpret_cast<const char*>(buffer.data() + kPrefixBytes), static_cast<qsizetype>(*n)),
+                  contact)) {
+        return std::nullopt;
+    }
+    n = DecipherRaw(mode, keys, key, column(2), size(2), buffer);
+    if (!n || *n < 3) {
+        return std::nullopt;
+    }
+    contact.key = key;
+    contact.fileAs = codepage::FromBytes(
+        QByteArray(reinterpret_cast<const char*>(buffer.data() + kPrefixBytes + 2), static_cast<qsizetype>(*n - 2)));
+    contact.categories =
+        contacts::CategoriesOfRow(QByteArray(reinterpret_cast<const char*>(column(3)), static_cast<qsizetype>(size(3))),
+                                  sqlite3_column_int64(select.get(), 4));
+    return contact;
+}
+
 int Run(QTextStream& out, QTextStream& err) {
     BenchFile file(err);
     if (!file.open(QStringLiteral("sections.nct"))) {
@@ -641,7 +997,7 @@ int Run(QTextStream& out, QTextStream& err) {
     const QDate today = now.date();
     const QDate weekStart = diary::WeekStart(today.addDays(-kDiaryDays / 2), Qt::Monday);
     Expected expected;
-    expected.sizes = CategorySizes();
+    expected.sizes = CategorySizes(kMemos);
     expected.listedCategory = kListedRank - 1;
     expected.largestSubCategory =
         std::max_element(kVaultSizes.begin(), kVaultSizes.end(), [](const auto& a, const auto& b) {
@@ -669,6 +1025,11 @@ int Run(QTextStream& out, QTextStream& err) {
         return 1;
     }
     const double vaultFillMs = MillisecondsOf(timer);
+    timer.start();
+    if (!FillContacts(store, expected, err)) {
+        return 1;
+    }
+    const double contactFillMs = MillisecondsOf(timer);
     const QString largestCaption = QLatin1String(vault::FindSubCategory(expected.largestSubCategory)->caption);
     out << "filled " << kMemos << " memos in " << kCategories << " categories (Unfiled and " << kCategories - 1
         << " named; the k-th largest holds a share of 1/sqrt(k): " << expected.sizes.front() << " down to "
@@ -683,7 +1044,11 @@ int Run(QTextStream& out, QTextStream& err) {
         << QString::number(taskFillMs, 'f', 0) << " ms\n"
         << "filled " << kVaultRecords << " vault records in " << kVaultSizes.size() << " sub-categories ("
         << largestCaption << " the largest with " << expected.vaultLargest.size() << "; one in " << kVaultOpenOneIn
-        << " not private) in " << QString::number(vaultFillMs, 'f', 0) << " ms; file "
+        << " not private) in " << QString::number(vaultFillMs, 'f', 0) << " ms\n"
+        << "filled " << kContacts << " contacts (" << expected.companies << " with a company, " << kCompanyOnlyPercent
+        << "% of them alone; one in " << kPrivateOneIn << " private; " << expected.twoCategories
+        << " in two categories; " << expected.birthdays << " with a birthday) in "
+        << QString::number(contactFillMs, 'f', 0) << " ms; file "
         << QString::number(static_cast<double>(QFileInfo(session.DbPath).size()) / (1024.0 * 1024.0), 'f', 1)
         << " MB\n";
     out.flush();
@@ -792,6 +1157,57 @@ int Run(QTextStream& out, QTextStream& err) {
                      row.runs, results, err, row.runs > 1) &&
              ok;
     }
+    // The first list of all contacts opens every title; the lists after it find them opened and read only the
+    // plain columns, as does a category's list then.
+    const std::size_t firstContactResult = results.size();
+    store.openedTitles.clear();
+    const std::tuple<const char*, int, int> contactLists[] = {
+        {"first contact list all", static_cast<int>(categories::kAll), 1},
+        {"contact list all", static_cast<int>(categories::kAll), kRuns},
+        {"contact list", expected.listedCategory, kRuns}};
+    for (const auto& [workload, category, runs] : contactLists) {
+        const bool onlyListed = category != categories::kAll;
+        const int rows = VisibleContacts(expected.contacts, onlyListed, false);
+        const int infos = static_cast<int>(
+            std::count_if(expected.contacts.begin(), expected.contacts.end(), [&](const WrittenContact& c) {
+                return (!onlyListed || c.listed) && !c.item.contactInfo.isEmpty();
+            }));
+        ok = Measure(workload, rows,
+                     TimedThenChecked([&, category = category] { return contacts::ListContacts(store, category); },
+                                      [&, onlyListed](const QVector<contacts::ListItem>& list) {
+                                          return ContactsAgree(list, expected.contacts, onlyListed, false);
+                                      }),
+                     Timed([&, category = category, rows, infos] {
+                         const ContactCount count =
+                             ContactListLimit(raw, keys, category, static_cast<std::size_t>(rows), owner);
+                         return count.titles == rows && count.infos == infos;
+                     }),
+                     runs, results, err, runs > 1) &&
+             ok;
+    }
+
+    // The pane has the person's labels and the category list at hand, as it has beside the list.
+    const QStringList userLabels = options::LoadUserFieldLabels(store);
+    const QString contactCategories = categories::LoadCategoryText(store, contacts::kContactSection);
+    const contacts::Contact& shownContact = expected.shownContact;
+    const contacts::ContactPane shownPane = contacts::ShowContactPane(shownContact, userLabels, contactCategories);
+    ok = Measure("contact pane", 1,
+                 TimedThenChecked(
+                     [&]() -> std::optional<contacts::ContactPane> {
+                         const std::optional<contacts::Contact> contact =
+                             contacts::LoadContact(store, shownContact.key);
+                         if (!contact) {
+                             return std::nullopt;
+                         }
+                         return contacts::ShowContactPane(*contact, userLabels, contactCategories);
+                     },
+                     [&](const std::optional<contacts::ContactPane>& pane) { return PaneAgrees(pane, shownPane); }),
+                 TimedThenChecked([&] { return ContactLimit(raw, *mode, keys, shownContact.key, buffer); },
+                                  [&](const std::optional<contacts::Contact>& contact) {
+                                      return ContactAgrees(contact, shownContact);
+                                  }),
+                 kRuns, results, err) &&
+         ok;
     CRY::WipeBytes(keys);
     CRY::WipeBytes(buffer);
 
@@ -811,6 +1227,10 @@ int Run(QTextStream& out, QTextStream& err) {
         err << "noctaria-bench: the vault list with private records hidden disagrees with what was written\n";
         ok = false;
     }
+    if (!ContactsAgree(contacts::ListContacts(store, expected.listedCategory), expected.contacts, true, true)) {
+        err << "noctaria-bench: the contact list with private contacts hidden disagrees with what was written\n";
+        ok = false;
+    }
 
     PrintTable(out, results, 3);
     out << "medians of " << kRuns
@@ -819,11 +1239,16 @@ int Run(QTextStream& out, QTextStream& err) {
         << std::max(1u, std::thread::hardware_concurrency()) << "; memo display: one memo a run; "
         << "diary week from " << weekStart.toString(Qt::ISODate) << "; task list all: every task, task list open: "
         << "completed ones left out; vault list: " << vault::FindSubCategory(kTypicalSubCategory)->caption
-        << ", vault list max: " << largestCaption << " (the first vault list: one run)\n";
+        << ", vault list max: " << largestCaption << " (the first vault list: one run); contact list all: every "
+        << "contact sorted (the first of the session: one run, opening every title), contact list: " << CategoryName(expected.listedCategory)
+        << " filed first or second; contact pane: one contact loaded and laid out\n";
     out << "plan of the raw memo list: " << QueryPlan(raw, kTitleListSql) << '\n';
-    for (const Timing& timing : results) {
-        out << timing.workload << ' ' << (timing.oursMs < kListTargetMs ? "under" : "NOT under") << ' ' << kListTargetMs
-            << " ms (" << QString::number(timing.oursMs, 'f', 1) << " ms)\n";
+    out << "plan of the raw contact list: " << QueryPlan(raw, kContactListSql) << '\n';
+    for (std::size_t i = 0; i < results.size(); ++i) {
+        const Timing& timing = results[i];
+        const double target = i >= firstContactResult ? kContactListTargetMs : kListTargetMs;
+        out << timing.workload << ' ' << (timing.oursMs < target ? "under" : "NOT under") << ' ' << target << " ms ("
+            << QString::number(timing.oursMs, 'f', 1) << " ms)\n";
     }
     out.flush();
 
