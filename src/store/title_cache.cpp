@@ -4,30 +4,48 @@
 
 namespace {
 
-// Rows deleted since they were opened leave their entries; past this many the cache starts over.
+// Rows deleted since they were opened leave their entries; past this many cells the cache starts over.
 constexpr qsizetype kMaxCells = 500000;
-
-std::int64_t CellOf(std::int32_t fpk, int column) {
-    return (static_cast<std::int64_t>(fpk) << 8) | (column & 0xFF);
-}
 
 } // namespace
 
-const Record_Get::OpenedTitle* TitleCache::find(std::int32_t fpk, int column, const QByteArray& sealed) const {
-    const auto found = m_cells.constFind(CellOf(fpk, column));
-    return found != m_cells.constEnd() && found->sealed == sealed ? &found->title : nullptr;
+const Record_Get::OpenedTitle* TitleCache::Row::find(int column, const QByteArray& sealed) const {
+    for (const Cell& cell : m_cells) {
+        if (cell.column == column) {
+            return cell.sealed == sealed ? &cell.title : nullptr;
+        }
+    }
+    return nullptr;
+}
+
+const TitleCache::Row* TitleCache::row(std::int32_t fpk) const {
+    const auto found = m_rows.constFind(fpk);
+    return found != m_rows.constEnd() ? &found.value() : nullptr;
 }
 
 void TitleCache::insert(std::int32_t fpk, int column, const QByteArray& sealed, const Record_Get::OpenedTitle& title) {
-    if (m_cells.size() >= kMaxCells) {
+    if (m_cells >= kMaxCells) {
         clear();
     }
-    m_cells.insert(CellOf(fpk, column), {sealed, title});
+    Row& row = m_rows[fpk];
+    for (Row::Cell& cell : row.m_cells) {
+        if (cell.column == column) {
+            CRY::WipeText(cell.title.text);
+            cell.sealed = sealed;
+            cell.title = title;
+            return;
+        }
+    }
+    row.m_cells.append({column, sealed, title});
+    ++m_cells;
 }
 
 void TitleCache::clear() {
-    for (Entry& entry : m_cells) {
-        CRY::WipeText(entry.title.text);
+    for (Row& row : m_rows) {
+        for (Row::Cell& cell : row.m_cells) {
+            CRY::WipeText(cell.title.text);
+        }
     }
-    m_cells.clear();
+    m_rows.clear();
+    m_cells = 0;
 }

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <thread>
 #include <utility>
 
 namespace contacts {
@@ -71,8 +72,9 @@ QVector<ListItem> ListContacts(Store& store, int category) {
                 const auto key = static_cast<std::int32_t>(select.int64(0));
                 QByteArray title = select.bytes(1);
                 QByteArray info = select.bytes(2);
-                const OpenedTitle* knownTitle = cache.find(key, kTitleColumn, title);
-                const OpenedTitle* knownInfo = info.isEmpty() ? nullptr : cache.find(key, kInfoColumn, info);
+                const TitleCache::Row* known = cache.row(key);
+                const OpenedTitle* knownTitle = known != nullptr ? known->find(kTitleColumn, title) : nullptr;
+                const OpenedTitle* knownInfo = known != nullptr ? known->find(kInfoColumn, info) : nullptr;
                 if (knownTitle != nullptr && (info.isEmpty() || knownInfo != nullptr)) {
                     take(key, knownTitle, knownInfo);
                     continue;
@@ -107,10 +109,21 @@ QVector<ListItem> ListContacts(Store& store, int category) {
     std::vector<std::size_t> order(sortKeys.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
     // Rows read from the cache and rows opened now arrive in no common order: equal names follow their keys.
-    std::sort(order.begin(), order.end(), [&sortKeys, &listed = std::as_const(items)](std::size_t a, std::size_t b) {
+    const auto before = [&sortKeys, &listed = std::as_const(items)](std::size_t a, std::size_t b) {
         const int byName = sortKeys[a].compare(sortKeys[b]);
         return byName != 0 ? byName < 0 : listed[static_cast<qsizetype>(a)].key < listed[static_cast<qsizetype>(b)].key;
-    });
+    };
+    // A long list is sorted in two halves at once, then merged: the comparisons are most of a list read again.
+    constexpr std::size_t kHalvedFrom = 4096;
+    if (order.size() >= kHalvedFrom) {
+        const auto middle = order.begin() + static_cast<std::ptrdiff_t>(order.size() / 2);
+        std::thread firstHalf([&] { std::sort(order.begin(), middle, before); });
+        std::sort(middle, order.end(), before);
+        firstHalf.join();
+        std::inplace_merge(order.begin(), middle, order.end(), before);
+    } else {
+        std::sort(order.begin(), order.end(), before);
+    }
     QVector<ListItem> sorted;
     sorted.reserve(items.size());
     for (const std::size_t i : order) {
