@@ -51,24 +51,29 @@ RecordListForm::RecordListForm(Session& session, SectionId section, const QStrin
     connect(cmdDelete, &QPushButton::clicked, this, &RecordListForm::cmdDelete_Click);
 }
 
-void RecordListForm::setPane(QWidget* pane) {
-    auto* filter = new QHBoxLayout;
-    filter->addWidget(cboCategories, 1);
-    filter->addWidget(cmdEditCat);
-    auto* listSide = new QWidget(this);
+void LayOutListAndPane(QWidget* form, const CategoryFilter& filter, QLineEdit* search, QWidget* list, QLayout* commands,
+                       QWidget* pane, int listStretch, int paneStretch) {
+    auto* filterRow = new QHBoxLayout;
+    filterRow->addWidget(filter.combo, 1);
+    filterRow->addWidget(filter.editButton);
+    auto* listSide = new QWidget(form);
     auto* left = new QVBoxLayout(listSide);
     left->setContentsMargins(0, 0, 0, 0);
-    left->addLayout(filter);
-    left->addWidget(txtSearch);
-    left->addWidget(ListSelect, 1);
-    left->addLayout(m_commands);
-    auto* splitter = new QSplitter(this);
+    left->addLayout(filterRow);
+    left->addWidget(search);
+    left->addWidget(list, 1);
+    left->addLayout(commands);
+    auto* splitter = new QSplitter(form);
     splitter->addWidget(listSide);
     splitter->addWidget(pane);
-    splitter->setStretchFactor(1, 2);
-    auto* layout = new QVBoxLayout(this);
+    splitter->setStretchFactor(0, listStretch);
+    splitter->setStretchFactor(1, paneStretch);
+    auto* layout = new QVBoxLayout(form);
     layout->addWidget(splitter);
+}
 
+void RecordListForm::setPane(QWidget* pane) {
+    LayOutListAndPane(this, *m_filter, txtSearch, ListSelect, m_commands, pane, 0, 2);
     m_filter->restore();
     ReloadList();
     ListSelect->setFocus();

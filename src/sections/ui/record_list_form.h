@@ -10,12 +10,18 @@
 class CategoryFilter;
 class QComboBox;
 class QHBoxLayout;
+class QLayout;
 class QLineEdit;
 class QListWidget;
 class QListWidgetItem;
 class QPushButton;
 class QToolButton;
 class Session;
+
+// Lays a section form out as its list side (the category filter with its button, the search, the list and the
+// commands) beside `pane`, the two sides sharing the width by their stretch factors.
+void LayOutListAndPane(QWidget* form, const CategoryFilter& filter, QLineEdit* search, QWidget* list, QLayout* commands,
+                       QWidget* pane, int listStretch, int paneStretch);
 
 // The form of a section that lists its records by title in categories: the category filter (remembered while
 // the file is open), a search over the titles shown, the list, and Add, Edit and Delete with Ctrl+N, Ctrl+E and

@@ -8,6 +8,7 @@
 #include "sections/contacts/ui/frm_edit_address.h"
 #include "sections/contacts/vcard.h"
 #include "sections/ui/category_filter.h"
+#include "sections/ui/record_list_form.h"
 #include "shell/options.h"
 #include "shell/session.h"
 #include "shell/show_result.h"
@@ -21,14 +22,12 @@
 #include <QDesktopServices>
 #include <QDir>
 #include <QFile>
-#include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QPointer>
 #include <QProgressDialog>
-#include <QSplitter>
 #include <QTextCursor>
 #include <QTextEdit>
 #include <QToolButton>
@@ -147,28 +146,12 @@ frmAddress::frmAddress(Session& session, QWidget* parent)
     mnuAddressListRCExport = NamedAction("mnuAddressListRCExport", mnuAddressListRC);
     mnuAddressListRC->addActions({mnuAddressListRCEdit, mnuAddressListRCDelete, mnuAddressListRCExport});
 
-    auto* filter = new QHBoxLayout;
-    filter->addWidget(cboCategories, 1);
-    filter->addWidget(cmdEditCat);
-    auto* listSide = new QWidget(this);
-    auto* left = new QVBoxLayout(listSide);
-    left->setContentsMargins(0, 0, 0, 0);
-    left->addLayout(filter);
-    left->addWidget(txtSearch);
-    left->addWidget(ListSelect, 1);
-    left->addLayout(buttons.row);
     auto* paneSide = new QWidget(this);
     auto* right = new QVBoxLayout(paneSide);
     right->setContentsMargins(0, 0, 0, 0);
     right->addWidget(showName);
     right->addWidget(showContact, 1);
-    auto* splitter = new QSplitter(this);
-    splitter->addWidget(listSide);
-    splitter->addWidget(paneSide);
-    splitter->setStretchFactor(0, 3);
-    splitter->setStretchFactor(1, 2);
-    auto* layout = new QVBoxLayout(this);
-    layout->addWidget(splitter);
+    LayOutListAndPane(this, *m_filter, txtSearch, ListSelect, buttons.row, paneSide, 3, 2);
 
     connect(m_filter, &CategoryFilter::changed, this, [this] {
         // A category deleted in the editor leaves its number in contacts' lists.
