@@ -234,6 +234,9 @@ void frmAddress::ShowListItems(std::int32_t key) {
     m_filter->remember();
     Store& store = m_session.store();
     const int category = m_filter->selected();
+    // Read once a list rather than at every row the person selects; both change only with a list read again.
+    m_userLabels = options::LoadUserFieldLabels(store);
+    m_categoryText = categories::LoadCategoryText(store, kContactSection);
     {
         const QSignalBlocker quiet(ListSelect);
         ListSelect->clear();
@@ -294,6 +297,7 @@ void frmAddress::updateCommands() {
 }
 
 void frmAddress::clearPane() {
+    m_shown.reset();
     showName->clear();
     showContact->clear();
 }
@@ -306,19 +310,18 @@ void frmAddress::ListSelect_ItemClick() {
         return;
     }
     Result result;
-    const std::optional<Contact> contact = LoadContact(m_session.store(), key, &result);
+    std::optional<Contact> contact = LoadContact(m_session.store(), key, &result);
     if (!contact) {
         clearPane();
         ShowResult(m_session.store().prompter, result);
         return;
     }
     ShowContactPane(*contact);
+    m_shown = std::move(contact);
 }
 
 void frmAddress::ShowContactPane(const Contact& contact) {
-    Store& store = m_session.store();
-    const ContactPane pane = contacts::ShowContactPane(contact, options::LoadUserFieldLabels(store),
-                                                       categories::LoadCategoryText(store, kContactSection));
+    const ContactPane pane = contacts::ShowContactPane(contact, m_userLabels, m_categoryText);
     showName->setText(pane.name);
     showContact->clear();
     QTextCursor cursor(showContact->document());
@@ -414,6 +417,11 @@ void frmAddress::cmdAdd_Click() {
 void frmAddress::cmdEdit_Click() {
     const std::int32_t key = selectedKey();
     if (key == 0) {
+        return;
+    }
+    // The pane holds the selected contact as read; one that did not read is asked for again, to say why.
+    if (m_shown && m_shown->key == key) {
+        editContact(Contact(*m_shown));
         return;
     }
     Result result;

@@ -4,6 +4,8 @@
 #include "sections/contacts/contact_classify.h"
 #include "shell/ui/section_form.h"
 
+#include <QString>
+#include <QStringList>
 #include <QUrl>
 
 #include <cstdint>
@@ -94,4 +96,8 @@ private:
     QAction* m_newTool = nullptr;
     // What the pane's context menu works on.
     contacts::PaneSelection m_selection;
+    // The contact the pane shows, and what the pane needs besides it.
+    std::optional<contacts::Contact> m_shown;
+    QStringList m_userLabels;
+    QString m_categoryText;
 };
