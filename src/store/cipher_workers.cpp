@@ -54,6 +54,20 @@ void JobQueue::push(Job job) {
     m_ready.notify_one();
 }
 
+bool JobQueue::runOne(CRY& cry) {
+    Job job;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_jobs.empty()) {
+            return false;
+        }
+        job = std::move(m_jobs.front());
+        m_jobs.pop_front();
+    }
+    job(cry);
+    return true;
+}
+
 void JobQueue::finish() {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);

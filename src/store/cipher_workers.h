@@ -41,6 +41,9 @@ public:
     JobQueue& operator=(const JobQueue&) = delete;
 
     void push(Job job);
+    // Runs the oldest job waiting on the calling thread with `cry`, so that a thread that has handed in enough
+    // work can lend a hand instead of waiting; false when none was waiting.
+    bool runOne(CRY& cry);
     void finish();
 
 private:

@@ -72,6 +72,8 @@ void CRY::wipeKeys() {
     WipeBytes(m_keyPool);
     WipeBytes(m_recordKey);
     WipeBytes(m_workBuffer);
+    WipeBytes(m_decryptorKey);
+    m_decryptor->clear();
 }
 
 void CRY::SelectKey(int R) {
@@ -133,7 +135,11 @@ int CRY::BlowfishDecrypt(const QByteArray& text) {
     }
     m_workBuffer.assign(ByteData(text) + kBlowfishBlock, ByteData(text) + text.size());
     try {
-        m_decryptor->set_key(m_recordKey);
+        if (m_decryptorKey != m_recordKey) {
+            m_decryptor->set_key(m_recordKey);
+            m_decryptorKey = m_recordKey;
+            ++m_decryptSchedules;
+        }
         m_decryptor->start(ByteData(text), kBlowfishBlock);
         m_decryptor->finish(m_workBuffer);
     } catch (const std::exception&) {

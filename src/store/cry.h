@@ -40,6 +40,8 @@ public:
     const SecureBytes& RecordKey() const { return m_recordKey; }
     void setRecordKey(const SecureBytes& key) { m_recordKey = key; }
     bool hasKeyPool() const { return !m_keyPool.empty(); }
+    // Key schedules made for deciphering so far. Rows read in order of their selector share one schedule.
+    qsizetype decryptSchedules() const { return m_decryptSchedules; }
     int PoolSize() const { return static_cast<int>(m_keyPool.size()); }
     // Wipes the pool, the record key and the work buffer, as closing a file does.
     void wipeKeys();
@@ -77,6 +79,9 @@ private:
     SecureBytes m_keyPool;
     SecureBytes m_recordKey;
     SecureBytes m_workBuffer;
+    // The record key the decryptor is scheduled with; a schedule costs about as much as a 30-kilobyte text.
+    SecureBytes m_decryptorKey;
+    qsizetype m_decryptSchedules = 0;
     std::unique_ptr<Botan::Cipher_Mode> m_encryptor;
     std::unique_ptr<Botan::Cipher_Mode> m_decryptor;
     std::function<void(int)> m_messageSink;
