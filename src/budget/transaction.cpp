@@ -1,5 +1,6 @@
 #include "budget/transaction.h"
 
+#include "shell/dates.h"
 #include "budget/budget_lists.h"
 
 #include "base/messages.h"
@@ -145,6 +146,20 @@ Result StoreTransaction(Store& store, int budget, Transaction& t) {
 
 Result DeleteTransaction(Store& store, std::int32_t key) {
     return records::DeleteRecord(store, kBudgetSection, key);
+}
+
+find::SearchableSection Searchable() {
+    find::SearchableSection searchable;
+    searchable.section = kBudgetSection;
+    searchable.describe = [](CRY&, const Row& row, const FieldValues& fields) {
+        find::Hit hit;
+        hit.item = fields.value(Description).toString();
+        hit.budget = static_cast<int>(row.integer(Col::fSub));
+        hit.date = DateOfDayNumber(static_cast<int>(row.integer(Col::fR3)));
+        hit.spec = dates::ShortDate(hit.date);
+        return hit;
+    };
+    return searchable;
 }
 
 } // namespace budget

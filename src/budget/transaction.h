@@ -1,5 +1,6 @@
 #pragma once
 
+#include "sections/find/record_search.h"
 #include "sections/record_store.h"
 #include "store/currency.h"
 
@@ -88,5 +89,8 @@ std::optional<Transaction> LoadTransaction(Store& store, std::int32_t key, Resul
 Result StoreTransaction(Store& store, int budget, Transaction& t);
 
 Result DeleteTransaction(Store& store, std::int32_t key);
+
+// How Find searches the section's records and lists a hit.
+find::SearchableSection Searchable();
 
 } // namespace budget

@@ -1,5 +1,6 @@
 #include "calendar/appointment.h"
 
+#include "shell/dates.h"
 #include "sections/record_store.h"
 #include "store/codepage.h"
 #include "store/record_get.h"
@@ -232,6 +233,25 @@ QVector<Occurrence> QueryAppointments(Store& store, const QDate& from, const QDa
         });
     SortOccurrences(occurrences);
     return occurrences;
+}
+
+find::SearchableSection Searchable() {
+    find::SearchableSection searchable;
+    searchable.section = kAppointmentSection;
+    searchable.describe = [](CRY& cry, const Row& row, const FieldValues& fields) {
+        find::Hit hit;
+        hit.item = fields.value(ctlSubject).toString();
+        const QVariant start = Record_Get::DecodeTyped(
+            cry.Cipher(static_cast<std::int32_t>(row.integer(Col::fPK)), 2, row.bytes(Col::fT1)));
+        if (start.isValid()) {
+            hit.date = DayOfMinute(start.toLongLong());
+            hit.spec = dates::ShortDate(hit.date);
+        }
+        return hit;
+    };
+    // The recurrence string is the program's coding of a rule, which no one typed.
+    searchable.unsearchedFields = {ctlRedoString};
+    return searchable;
 }
 
 } // namespace CALENDAR

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/result.h"
+#include "sections/find/record_search.h"
 #include "calendar/recurrence.h"
 #include "shell/section_table.h"
 
@@ -92,5 +93,8 @@ struct Occurrence {
 QVector<Occurrence> QueryAppointments(Store& store, const QDate& from, const QDate& to, int firstDay);
 // Ascending by start, stable: at the same minute series stay before singles, each in the order read.
 void SortOccurrences(QVector<Occurrence>& occurrences);
+
+// How Find searches the section's records and lists a hit.
+find::SearchableSection Searchable();
 
 } // namespace CALENDAR

@@ -140,6 +140,32 @@ std::int16_t GetRecord(FieldValues& values, const QByteArray& blob, bool sequent
     return static_cast<std::int16_t>(values.size());
 }
 
+bool AnyText(const QByteArray& blob, const std::function<bool(int index, const QString& text)>& visit) {
+    if (IsEmptyRecord(blob)) {
+        return false;
+    }
+    qsizetype p = 0;
+    while (p < blob.size()) {
+        const Item item = ReadItem(blob, p);
+        if (!item.complete) {
+            return false;
+        }
+        p = item.end;
+        if (item.type != FieldType::Text && item.type != FieldType::LongText) {
+            continue;
+        }
+        // The bytes are read where they lie, so that the only plain copy made is the text that is wiped below.
+        QString text = codepage::FromBytes(
+            QByteArray::fromRawData(blob.constData() + item.textStart, item.end - item.textStart));
+        const bool stop = !visit(item.index, text);
+        CRY::WipeText(text);
+        if (stop) {
+            return true;
+        }
+    }
+    return false;
+}
+
 bool GetField(FieldValue& result, const QByteArray& blob, int index) {
     result = FieldValue{};
     qsizetype p = 0;

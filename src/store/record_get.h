@@ -5,6 +5,7 @@
 #include <QString>
 
 #include <bitset>
+#include <functional>
 #include <optional>
 
 class CRY;
@@ -25,6 +26,10 @@ enum class Texts { Decoded, Raw };
 // A read stops at an item that runs past the end; what was read before stands.
 std::int16_t GetRecord(FieldValues& values, const QByteArray& blob, bool sequential = false,
                        Texts texts = Texts::Decoded);
+
+// Calls `visit` with each complete text item of a blob, decoded, in blob order, until it returns false. Each text
+// is wiped once visited. Returns whether a visit returned false.
+bool AnyText(const QByteArray& blob, const std::function<bool(int index, const QString& text)>& visit);
 
 struct FieldValue {
     QVariant value;

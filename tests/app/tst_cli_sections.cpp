@@ -226,6 +226,27 @@ private Q_SLOTS:
         QCOMPARE(cli({"contact", "show", m_file, QString::number(anna)}).exitCode, 1);
     }
 
+    void findAcrossSections() {
+        const int memo = keyOf({"memo", "add", m_file, "--subject", "Harbour tour", "--text", "ferry at nine"});
+        const int task = keyOf({"task", "add", m_file, "--subject", "Book the FERRY", "--due", "2030-05-02"});
+        const int secret = keyOf({"memo", "add", m_file, "--subject", "Secret", "--private", "--text", "ferry"});
+        QVERIFY(memo > 0 && task > 0 && secret > 0);
+        const CliResult found = cli({"find", m_file, "Ferry"});
+        QCOMPARE(found.exitCode, 0);
+        const QStringList lines = found.out.split(u'\n', Qt::SkipEmptyParts);
+        QCOMPARE(lines.size(), 2);
+        QCOMPARE(lines[0], QStringLiteral("14\t%1\tHarbour tour\t").arg(memo));
+        QVERIFY2(lines[1].startsWith(QStringLiteral("15\t%1\tBook the FERRY\tDue ").arg(task)) &&
+                     lines[1].contains(QLatin1String("2030")),
+                 qPrintable(lines[1]));
+        QCOMPARE(cli({"find", m_file, "ferry", "--show-private"}).out.count(u'\n'), 3);
+        QCOMPARE(cli({"find", m_file, "Ferry", "--case-sensitive"}).exitCode, 1);
+        QCOMPARE(cli({"find", m_file, "ferry", "--sections", "15"}).out.count(u'\n'), 1);
+        const CliResult none = cli({"find", m_file, "nowhere"});
+        QCOMPARE(none.exitCode, 1);
+        QVERIFY(none.out.isEmpty());
+    }
+
     // Refused with words that say why, and nothing changed; FILE and DIARY stand for the file and a diary key, OUT
     // and NOWHERE for a file to write and one in a folder that does not exist.
     void refusals_data() {
@@ -303,6 +324,9 @@ private Q_SLOTS:
             << QStringList{"contact", "export", "FILE", "OUT", "--tab", "--vcard"} << 2 << "--vcard";
         QTest::newRow("import of no cards")
             << QStringList{"contact", "import", "FILE", "FILE"} << 1 << "it is not a vCard file";
+        QTest::newRow("find one character") << QStringList{"find", "FILE", "x"} << 1 << "minimum of 2 characters";
+        QTest::newRow("find in no section")
+            << QStringList{"find", "FILE", "kept", "--sections", "11,18"} << 2 << "not '18'";
         QTest::newRow("export into no folder")
             << QStringList{"contact", "export", "FILE", "NOWHERE", "--tab"} << 1 << "could not be written";
     }

@@ -1,5 +1,5 @@
-// The field codec's readers on any bytes: a record blob, one item, a headerless item, a bare payload, a field
-// descriptor, and the text of stored bytes.
+// The field codec's readers on any bytes: a record blob, its texts one by one, one item, a headerless item, a bare
+// payload, a field descriptor, and the text of stored bytes.
 
 #include "fuzz_support.h"
 
@@ -26,6 +26,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                 std::abort();
             }
         }
+    }
+    // The texts Find searches are the texts the record holds, in order; a visit that stops ends the walk.
+    FieldValues sequence;
+    Record_Get::GetRecord(sequence, blob, true);
+    qsizetype visited = 0;
+    Record_Get::AnyText(blob, [&](int, const QString&) { return ++visited < 3; });
+    if (visited > 3 || visited > sequence.size()) {
+        std::abort();
     }
     Record_Get::FieldValue field;
     Record_Get::GetField(field, blob, pick);

@@ -1,7 +1,7 @@
 // The records read through the field codec, each on any bytes: the preferences, a user's options, a budget
 // transaction, a memo, a task, a vault record, a contact with its pane and its category column, a diary entry and
 // an appointment, whose rule is expanded as the views would ask for it, as are the bytes themselves taken for a
-// rule.
+// rule; and what Find lists of a hit in each section.
 
 #include "fuzz_support.h"
 
@@ -11,10 +11,12 @@
 #include "sections/contacts/contact_list.h"
 #include "sections/contacts/contact_pane.h"
 #include "sections/diary/diary.h"
+#include "sections/find/find_sections.h"
 #include "sections/memos/memo.h"
 #include "sections/tasks/task.h"
 #include "sections/vault/vault.h"
 #include "store/preferences.h"
+#include "store/record_get.h"
 #include "store/store.h"
 #include "store/users.h"
 #include "support/scripted_prompter.h"
@@ -54,6 +56,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                                    std::min(month.last, CALENDAR::UpperLimitDate()),
                                    CALENDAR::MinuteOfDay(appointment.start), redo, 2);
         }
+    }
+    // What Find lists of a hit, from the fields and columns of any record, in every section.
+    FieldValues fields;
+    Record_Get::GetRecord(fields, blob);
+    Row row;
+    for (const Col column : {Col::fPK, Col::fSec, Col::fSub, Col::fR3, Col::fF1, Col::fF3}) {
+        row.setValue(column, static_cast<qint64>(size) * 7919 - 65536);
+    }
+    row.setValue(Col::fT1, blob);
+    row.setValue(Col::fT2, blob.mid(1));
+    static CRY cry;
+    cry.setKeyPool(CRY::SecureBytes(blob.begin(), blob.end()));
+    for (const find::SearchableSection& section : find::SearchableSections()) {
+        section.describe(cry, row, fields);
     }
     return 0;
 }

@@ -3,6 +3,7 @@
 #include "calendar/calendar_commands.h"
 #include "sections/contacts/contact_commands.h"
 #include "sections/diary/diary_commands.h"
+#include "sections/find/find_commands.h"
 #include "sections/memos/memo_commands.h"
 #include "sections/tasks/task_commands.h"
 #include "sections/vault/vault_commands.h"
@@ -48,6 +49,9 @@ void Usage(QTextStream& err) {
            "  contact list|show|add|delete|export FILE ...\n"
            "                              the contacts of a category, one contact as its pane shows it, a new\n"
            "                              contact, deleting one, all of them as a tab-delimited file\n"
+           "  find FILE TEXT [--sections 11,12,...] [--case-sensitive] [--show-private]\n"
+           "                              the records holding TEXT, one line each: section, key, item, spec;\n"
+           "                              exit 1 when nothing is found\n"
            "Passphrases are read from the terminal, or line by line from standard input.\n";
 }
 
@@ -93,6 +97,7 @@ int main(int argc, char* argv[]) {
         {"vault", vault::VaultCommand},
         {"calendar", CALENDAR::CalendarCommand},
         {"contact", contacts::ContactCommand},
+        {"find", find::FindCommand},
     };
     for (const auto& [name, run] : commands) {
         if (command == QLatin1String(name)) {

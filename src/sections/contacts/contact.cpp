@@ -305,4 +305,18 @@ Result RefreshCategories(Store& store) {
     return Result::Engine(transaction.release().number);
 }
 
+find::SearchableSection Searchable() {
+    find::SearchableSection searchable;
+    searchable.section = kContactSection;
+    searchable.describe = [](CRY& cry, const Row& row, const FieldValues&) {
+        find::Hit hit;
+        hit.item = find::TitleIn(cry, row, Col::fT1);
+        hit.spec = find::TitleIn(cry, row, Col::fT2);
+        return hit;
+    };
+    // The order of the contact slots is the program's own, not the person's.
+    searchable.unsearchedFields = {ComSort};
+    return searchable;
+}
+
 } // namespace contacts

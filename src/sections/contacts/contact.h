@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/result.h"
+#include "sections/find/record_search.h"
 #include "shell/section_table.h"
 
 #include <QByteArray>
@@ -169,5 +170,8 @@ Result DeleteAllContacts(Store& store, bool onlyCategory, int category);
 
 // Drops the numbers of categories that no longer exist from the reader's own contacts.
 Result RefreshCategories(Store& store);
+
+// How Find searches the section's records and lists a hit.
+find::SearchableSection Searchable();
 
 } // namespace contacts

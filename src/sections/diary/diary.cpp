@@ -1,5 +1,7 @@
 #include "sections/diary/diary.h"
 
+#include <QLocale>
+#include "shell/dates.h"
 #include "sections/record_store.h"
 #include "shell/section_table.h"
 #include "store/field_codec.h"
@@ -96,6 +98,21 @@ QVector<QDate> DaysWithEntries(Store& store, const QDate& from, const QDate& to)
         days.append(entry.date);
     }
     return days;
+}
+
+find::SearchableSection Searchable() {
+    find::SearchableSection searchable;
+    searchable.section = kDiarySection;
+    searchable.describe = [](CRY&, const Row& row, const FieldValues& fields) {
+        find::Hit hit;
+        hit.date = records::DateOfDayNumber(static_cast<int>(row.integer(Col::fR3)), kDiaryDayBase);
+        hit.item = QLocale().toString(fields.value(Date).toDateTime().date(), QLocale::LongFormat);
+        hit.spec = dates::ShortDate(hit.date);
+        return hit;
+    };
+    // A diary is private as a whole.
+    searchable.alwaysPrivate = true;
+    return searchable;
 }
 
 } // namespace diary

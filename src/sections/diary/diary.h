@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/result.h"
+#include "sections/find/record_search.h"
 #include "shell/section_table.h"
 
 #include <QDate>
@@ -48,5 +49,8 @@ Result StoreDiaryDay(Store& store, DiaryEntry& entry);
 
 // The days from `from` to `to` that hold an entry of the present user.
 QVector<QDate> DaysWithEntries(Store& store, const QDate& from, const QDate& to);
+
+// How Find searches the section's records and lists a hit.
+find::SearchableSection Searchable();
 
 } // namespace diary

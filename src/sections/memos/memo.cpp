@@ -97,4 +97,15 @@ Result DeleteMemos(Store& store, int category) {
     return records::DeleteRecords(store, kMemoSection, category);
 }
 
+find::SearchableSection Searchable() {
+    find::SearchableSection searchable;
+    searchable.section = kMemoSection;
+    searchable.describe = [](CRY& cry, const Row& row, const FieldValues&) {
+        find::Hit hit;
+        hit.item = find::TitleIn(cry, row, Col::fT1);
+        return hit;
+    };
+    return searchable;
+}
+
 } // namespace memos

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/result.h"
+#include "sections/find/record_search.h"
 #include "sections/record_store.h"
 #include "shell/section_table.h"
 
@@ -51,5 +52,8 @@ QVector<records::ListedTitle> ListMemos(Store& store, int category);
 Result DeleteMemo(Store& store, std::int32_t key);
 // A category's memos, or with records::kAllCategories every memo and the section's category rows.
 Result DeleteMemos(Store& store, int category);
+
+// How Find searches the section's records and lists a hit.
+find::SearchableSection Searchable();
 
 } // namespace memos

@@ -1,5 +1,7 @@
 #include "sections/tasks/task.h"
 
+#include "shell/dates.h"
+#include "base/messages.h"
 #include "sections/record_store.h"
 #include "store/field_codec.h"
 #include "store/record_get.h"
@@ -221,6 +223,23 @@ Result DeleteCompletedTasks(Store& store) {
 
 Result DeleteAllTasks(Store& store) {
     return records::DeleteRecords(store, kTaskSection, records::kAllCategories);
+}
+
+find::SearchableSection Searchable() {
+    find::SearchableSection searchable;
+    searchable.section = kTaskSection;
+    searchable.describe = [](CRY& cry, const Row& row, const FieldValues&) {
+        find::Hit hit;
+        hit.item = find::TitleIn(cry, row, Col::fT1);
+        if (row.integer(Col::fF3) != 0) {
+            hit.spec = MsgText(123);
+        } else if (row.integer(Col::fF1) != 0) {
+            // Without a due date the column holds no date, so nothing is said of one.
+            hit.spec = MsgText(122) + QLatin1Char(' ') + dates::ShortDate(DayOf(row.integer(Col::fR3), kDueDayBase));
+        }
+        return hit;
+    };
+    return searchable;
 }
 
 } // namespace tasks

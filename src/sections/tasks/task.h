@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/result.h"
+#include "sections/find/record_search.h"
 #include "shell/section_table.h"
 
 #include <QDate>
@@ -107,5 +108,8 @@ Result DeleteTask(Store& store, std::int32_t key);
 Result DeleteCompletedTasks(Store& store);
 // Every task and the section's category rows.
 Result DeleteAllTasks(Store& store);
+
+// How Find searches the section's records and lists a hit.
+find::SearchableSection Searchable();
 
 } // namespace tasks

@@ -265,4 +265,16 @@ QVector<PasswordFinding> WeakOrReusedPasswords(Store& store) {
     return findings;
 }
 
+find::SearchableSection Searchable() {
+    find::SearchableSection searchable;
+    searchable.section = kVaultSection;
+    searchable.describe = [](CRY& cry, const Row& row, const FieldValues&) {
+        find::Hit hit;
+        hit.item = find::TitleIn(cry, row, Col::fT1);
+        hit.spec = hit.item;
+        return hit;
+    };
+    return searchable;
+}
+
 } // namespace vault

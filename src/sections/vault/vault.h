@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/result.h"
+#include "sections/find/record_search.h"
 #include "sections/record_store.h"
 #include "shell/section_table.h"
 
@@ -96,5 +97,8 @@ struct PasswordFinding {
 // Every weak password and every password or PIN another record shares, of the records this reader may see, by
 // sub-category and title.
 QVector<PasswordFinding> WeakOrReusedPasswords(Store& store);
+
+// How Find searches the section's records and lists a hit.
+find::SearchableSection Searchable();
 
 } // namespace vault
