@@ -4,6 +4,8 @@
 #include "calendar/ui/frm_edit_calendar.h"
 #include "sections/contacts/ui/frm_address.h"
 #include "sections/diary/ui/frm_diary.h"
+#include "sections/find/find_sections.h"
+#include "sections/find/ui/frm_find.h"
 #include "sections/memos/ui/frm_notepad.h"
 #include "sections/tasks/ui/frm_todo.h"
 #include "sections/vault/ui/frm_classified.h"
@@ -35,5 +37,14 @@ SectionForms AllSectionForms() {
                      [](Session& session, QWidget* parent) { NewAppointment(session, parent, false); });
     forms.addCommand(SectionId::Calendar, QStringLiteral("itCalNewAllday"),
                      [](Session& session, QWidget* parent) { NewAppointment(session, parent, true); });
+    // The Calendar has no view to select in yet: a found appointment opens in its editor.
+    forms.addFound(SectionId::Calendar, [](Session& session, QWidget* parent, const FoundRecord& found) {
+        frmEditCalendar::Edit(session, found.key, found.date.startOfDay(), true, false, parent);
+    });
+    QList<int> searched;
+    for (const find::SearchableSection& section : find::SearchableSections()) {
+        searched.append(section.section);
+    }
+    forms.setFind(searched, &frmFind::Run);
     return forms;
 }

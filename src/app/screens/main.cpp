@@ -14,6 +14,7 @@
 #include "sections/contacts/ui/frm_edit_address.h"
 #include "sections/diary/diary.h"
 #include "sections/diary/ui/frm_diary.h"
+#include "sections/find/ui/frm_find.h"
 #include "sections/memos/memo.h"
 #include "sections/memos/ui/frm_edit_notepad.h"
 #include "sections/memos/ui/frm_notepad.h"
@@ -28,6 +29,8 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QLineEdit>
+#include <QPushButton>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTabWidget>
@@ -279,6 +282,16 @@ int main(int argc, char* argv[]) {
         contactEditor.hide();
     }
     frame.GotoSection(0);
+
+    // Find over everything the demo holds, with hits from several sections.
+    frmFind finder(session, SectionList(QStringLiteral("0")), &frame);
+    finder.txtFind->setText(QStringLiteral("an"));
+    finder.cmdFind->click();
+    while (finder.searching()) {
+        QApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+    ok = Save(&finder, out, QStringLiteral("find")) && ok;
+    finder.hide();
 
     frmPW pw(prompter, {.confirmWanted = true,
                         .prompt = QStringLiteral("New Passphrase (minimum 8 characters):"),

@@ -582,12 +582,7 @@ void frmBudget::storeAndShow(budget::Transaction& t, bool reselectAlways) {
     }
     ChangePeriod(m_month);
     if (reselectAlways || !(t.isPrivate && !m_session.ShowPrivate)) {
-        QTreeWidgetItem* found = nullptr;
-        for (int i = 0; i < LV1->topLevelItemCount() && found == nullptr; ++i) {
-            if (LV1->topLevelItem(i)->data(0, Qt::UserRole).toInt() == t.key) {
-                found = LV1->topLevelItem(i);
-            }
-        }
+        QTreeWidgetItem* found = listedRow(t.key);
         if (found == nullptr && LV1->topLevelItemCount() > 0) {
             found = LV1->topLevelItem(0);
         }
@@ -596,6 +591,37 @@ void frmBudget::storeAndShow(budget::Transaction& t, bool reselectAlways) {
     RefreshTotals();
     cmdEdit->setEnabled(LV1->topLevelItemCount() > 0);
     cmdDelete->setEnabled(LV1->topLevelItemCount() > 0);
+}
+
+QTreeWidgetItem* frmBudget::listedRow(std::int32_t key) const {
+    for (int i = 0; i < LV1->topLevelItemCount(); ++i) {
+        if (LV1->topLevelItem(i)->data(0, Qt::UserRole).toInt() == key) {
+            return LV1->topLevelItem(i);
+        }
+    }
+    return nullptr;
+}
+
+void frmBudget::showFound(const FoundRecord& found) {
+    if (found.budget != m_budget) {
+        if (!list_controls::SelectByItemData(cboBudget, found.budget)) {
+            return;
+        }
+        cboBudget_Click();
+    }
+    if (m_pinRefused) {
+        return;
+    }
+    showCDBW[3]->setChecked(showCDBW[3]->isChecked() || m_session.ShowPrivate);
+    ChangePeriod(found.date);
+    if (listedRow(found.key) == nullptr) {
+        list_controls::SelectByItemData(cboCategories, categories::kAll);
+        for (int i = 0; i < 3; ++i) {
+            showCDBW[static_cast<std::size_t>(i)]->setChecked(true);
+        }
+        ReloadList();
+    }
+    LV1->setCurrentItem(listedRow(found.key));
 }
 
 void frmBudget::cmdDelete_Click() {

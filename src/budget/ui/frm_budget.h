@@ -24,6 +24,7 @@ class QPushButton;
 class QTabWidget;
 class QToolButton;
 class QTreeWidget;
+class QTreeWidgetItem;
 
 // The Budget section: one budget at a time, its month list of transactions and its balance over a time frame.
 class frmBudget : public SectionForm {
@@ -35,6 +36,8 @@ public:
     QList<QAction*> menuActions() override;
     QList<QAction*> toolActions() override;
     void privateSwitched() override;
+    // Shows the transaction's budget and month and selects its row, opening the list's filters if they hide it.
+    void showFound(const FoundRecord& found) override;
 
     // Commands the main frame's menu and the list's context menu forward to.
     void addTransaction(int kind);
@@ -131,6 +134,7 @@ private:
     bool withPrivateColumns() const;
     budget::ListContext listContext() const;
     void showBudgetEntries();
+    QTreeWidgetItem* listedRow(std::int32_t key) const;
 
     Session& m_session;
     budget::BudgetList m_budgets;

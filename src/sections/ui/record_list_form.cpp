@@ -158,6 +158,12 @@ void RecordListForm::privateSwitched() {
     ReloadList(selectedKey());
 }
 
+void RecordListForm::showFound(const FoundRecord& found) {
+    m_filter->fill(categories::GetRecordCategory(m_session.store(), found.key));
+    txtSearch->clear();
+    ReloadList(found.key);
+}
+
 QString RecordListForm::AboutRecord(int message, const QString& title) {
     return MsgText(message) + QStringLiteral("\n\n   ") + title;
 }

@@ -38,6 +38,8 @@ public:
     // The category in view; categories::kAll for "All".
     int selectedCategory() const;
     void privateSwitched() override;
+    // The filter takes the record's category and the search is emptied, so that the record is listed.
+    void showFound(const FoundRecord& found) override;
     QList<QAction*> toolActions() override;
 
     void cmdDelete_Click();

@@ -27,4 +27,5 @@ extern const std::span<const CaptionEntry> kNotepad;
 extern const std::span<const CaptionEntry> kEditNotepad;
 extern const std::span<const CaptionEntry> kDiary;
 extern const std::span<const CaptionEntry> kEditText;
+extern const std::span<const CaptionEntry> kFind;
 } // namespace captions

@@ -36,6 +36,7 @@ const std::array kForms = {
     FormTable{"frmEditNotepad", captions::kEditNotepad},
     FormTable{"frmDiary", captions::kDiary},
     FormTable{"frmEditText", captions::kEditText},
+    FormTable{"frmFind", captions::kFind},
 };
 
 } // namespace

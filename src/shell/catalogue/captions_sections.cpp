@@ -123,8 +123,22 @@ constexpr CaptionEntry kWeakPasswordsEntries[] = {
     {"cmdClose", -1, P::Caption, "Close"},
 };
 
+// The section boxes take their names from the message catalogue, as the list's section column does.
+constexpr CaptionEntry kFindEntries[] = {
+    {nullptr, -1, P::Caption, "Find"},
+    {"lblFind", -1, P::Caption, "Fi&nd what:"},
+    {"chkCaseSensitive", -1, P::Caption, "Case sensitive"},
+    {"fraSections", -1, P::Caption, "Search in"},
+    {"cmdSelectAll", -1, P::Caption, "Select All"},
+    {"cmdDeselect", -1, P::Caption, "Deselect All"},
+    {"cmdFind", -1, P::Caption, "Find"},
+    {"cmdGoto", -1, P::Caption, "Go To"},
+    {"cmdCancel", -1, P::Caption, "Cancel"},
+};
+
 } // namespace
 
+const std::span<const CaptionEntry> kFind = kFindEntries;
 const std::span<const CaptionEntry> kClassified = kClassifiedEntries;
 const std::span<const CaptionEntry> kEditConfidential = kEditConfidentialEntries;
 const std::span<const CaptionEntry> kWeakPasswords = kWeakPasswordsEntries;

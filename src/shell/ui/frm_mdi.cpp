@@ -167,9 +167,10 @@ void frmMDI::buildMenus() {
     item(edit, "mnuEditCopy", [this] { mnuEditCopy_Click(false); })->setShortcut(QKeySequence::Copy);
     item(edit, "mnuEditPaste", &frmMDI::mnuEditPaste_Click)->setShortcut(QKeySequence::Paste);
     edit->addSeparator();
-    // Find comes with the sections it searches; until then its entry stays out of sight.
-    edit->addAction(QString())->setObjectName(QStringLiteral("mnuEditFind"));
-    action("mnuEditFind")->setVisible(false);
+    // Find comes with the sections it searches; a build without them has no entry for it.
+    QAction* find = item(edit, "mnuEditFind", &frmMDI::mnuEditFind_Click);
+    find->setShortcut(QKeySequence::Find);
+    find->setVisible(m_options.sectionForms.findsIn(m_sections));
     item(edit, "mnuEditChangePW", &frmMDI::mnuEditChangePW_Click);
     // A file holds one user; there is no command behind the users entry.
     edit->addAction(QString())->setObjectName(QStringLiteral("mnuEditUsers"));
@@ -255,7 +256,9 @@ void frmMDI::buildCommandBar() {
     };
     connect(button("Reset", QStringLiteral("kiExit")), &QAction::triggered, this, &frmMDI::ShutDown);
     connect(button("Lock", QStringLiteral("kiLock")), &QAction::triggered, this, &frmMDI::mnuViewShowPrivate_Click);
-    button("Find", QStringLiteral("kiFind"))->setVisible(false);
+    QAction* find = button("Find", QStringLiteral("kiFind"));
+    find->setVisible(m_options.sectionForms.findsIn(m_sections));
+    connect(find, &QAction::triggered, this, &frmMDI::mnuEditFind_Click);
     Toolbar1->addSeparator();
     const bool calendar = m_sections.contains(sections::Number(SectionId::Calendar));
     for (int i = 0; i < 4; ++i) {
@@ -605,6 +608,7 @@ void frmMDI::EnableDbCommands(bool enabled) {
     action("Lock")->setEnabled(usable && m_session.ShowPrivate);
     action("mnuViewShowPrivate")->setEnabled(usable);
     action("Find")->setEnabled(usable);
+    action("mnuEditFind")->setEnabled(usable);
     for (const char* name : {"itCalNewApp", "itCalNewAllday"}) {
         action(name)->setEnabled(usable);
     }
@@ -831,6 +835,22 @@ void frmMDI::mnuEditPaste_Click() {
         plain->paste();
     } else if (auto* rich = qobject_cast<QTextEdit*>(focus)) {
         rich->paste();
+    }
+}
+
+void frmMDI::mnuEditFind_Click() {
+    if (!m_session.DbIsOpen || m_shell.AutoBlocked) {
+        return;
+    }
+    const std::optional<FoundRecord> found = m_options.sectionForms.runFind(m_session, m_sections, this);
+    // The section's own gate decides whether the record is reached; a refused PIN leaves it at that.
+    if (!found || !GotoSection(found->section) || m_shell.CurrentSection != found->section) {
+        return;
+    }
+    if (auto* form = qobject_cast<SectionForm*>(m_sectionForm)) {
+        form->showFound(*found);
+    } else {
+        m_options.sectionForms.runFound(m_session, m_sectionForm, *found);
     }
 }
 

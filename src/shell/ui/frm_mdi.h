@@ -97,6 +97,8 @@ private:
     void mnuViewShowPrivate_Click();
     void mnuEditCopy_Click(bool cut);
     void mnuEditPaste_Click();
+    // Runs Find and goes to the record chosen, through the section's gate as a section button would.
+    void mnuEditFind_Click();
     void mnuEditChangePW_Click();
     void mnuToolsDbUtilitiesRepairCompact_Click();
     void mnuToolsBackup_Click();

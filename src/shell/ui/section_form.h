@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QAction>
+#include <QDate>
 #include <QHBoxLayout>
 #include <QIcon>
 #include <QKeySequence>
@@ -8,6 +9,16 @@
 #include <QPushButton>
 #include <QShortcut>
 #include <QWidget>
+
+#include <cstdint>
+
+// A record Find led to: the row to select and, where the section files it so, the budget or the day it lies in.
+struct FoundRecord {
+    int section = 0;
+    std::int32_t key = 0;
+    int budget = 0;
+    QDate date;
+};
 
 // What the frame asks of the form of the open section. The frame puts the form's commands into the section's
 // menu and its buttons onto the command bar while the form is shown and takes them away with it, so no form ever
@@ -23,6 +34,9 @@ public:
     virtual QList<QAction*> toolActions() { return {}; }
     // Private records were hidden or shown while the section is open.
     virtual void privateSwitched() {}
+    // Brings the record into view and selects it, as Find asks after entering the section. A record that can no
+    // longer be shown leaves the section as it is.
+    virtual void showFound(const FoundRecord& found) { Q_UNUSED(found); }
 
 Q_SIGNALS:
     // The commands of the section's menu are not the ones given before.

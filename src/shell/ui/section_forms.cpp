@@ -3,6 +3,8 @@
 #include <QLabel>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 void SectionForms::add(SectionId id, Factory factory) {
     m_factories[sections::Number(id)] = std::move(factory);
 }
@@ -24,6 +26,36 @@ bool SectionForms::runCommand(const QString& action, Session& session, QWidget* 
     // A copy runs: the command's dialog may outlast whatever happens to the table meanwhile.
     const Command command = it->second.command;
     command(session, parent);
+    return true;
+}
+
+void SectionForms::setFind(QList<int> searched, FindDialog dialog) {
+    m_searched = std::move(searched);
+    m_find = std::move(dialog);
+}
+
+bool SectionForms::findsIn(const SectionList& sections) const {
+    return m_find && std::any_of(m_searched.begin(), m_searched.end(),
+                                 [&sections](int section) { return sections.contains(section); });
+}
+
+std::optional<FoundRecord> SectionForms::runFind(Session& session, const SectionList& sections, QWidget* parent) const {
+    if (!findsIn(sections)) {
+        return std::nullopt;
+    }
+    return m_find(session, sections, parent);
+}
+
+void SectionForms::addFound(SectionId id, FoundHandler handler) {
+    m_found[sections::Number(id)] = std::move(handler);
+}
+
+bool SectionForms::runFound(Session& session, QWidget* parent, const FoundRecord& found) const {
+    const auto it = m_found.find(found.section);
+    if (it == m_found.end()) {
+        return false;
+    }
+    it->second(session, parent, found);
     return true;
 }
 

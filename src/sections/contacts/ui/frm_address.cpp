@@ -225,6 +225,15 @@ void frmAddress::privateSwitched() {
     ShowListItems(selectedKey());
 }
 
+void frmAddress::showFound(const FoundRecord& found) {
+    txtSearch->clear();
+    ShowListItems(found.key);
+    if (selectedKey() != found.key && m_filter->selected() != categories::kAll) {
+        m_filter->fill(categories::kAll);
+        ShowListItems(found.key);
+    }
+}
+
 std::int32_t frmAddress::selectedKey() const {
     const QTreeWidgetItem* item = ListSelect->currentItem();
     return item != nullptr && !item->isHidden() ? KeyOf(item) : 0;

@@ -34,6 +34,8 @@ public:
     QList<QAction*> menuActions() override;
     QList<QAction*> toolActions() override;
     void privateSwitched() override;
+    // Selects the contact, under "All" when the category in view does not list it.
+    void showFound(const FoundRecord& found) override;
 
     // Reads the list of the category in view again and selects `key`, or the first row.
     void ShowListItems(std::int32_t key = 0);

@@ -192,6 +192,10 @@ QList<QAction*> frmDiary::toolActions() {
     return {m_editTool};
 }
 
+void frmDiary::showFound(const FoundRecord& found) {
+    calDate_Click(found.date);
+}
+
 void frmDiary::EditDay(int index) {
     const QString title = txtMargin[index]->text();
     const modal::Scoped<frmEditText> dialog(

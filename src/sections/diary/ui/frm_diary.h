@@ -21,6 +21,8 @@ class frmDiary : public SectionForm {
 public:
     explicit frmDiary(Session& session, QWidget* parent = nullptr);
     QList<QAction*> toolActions() override;
+    // Moves to the day of the entry found.
+    void showFound(const FoundRecord& found) override;
 
     // Shows the week that holds `date` (the one day in the one-day mode) and marks the date in the calendar.
     void calDate_Click(const QDate& date);

@@ -157,6 +157,17 @@ void frmTodo::privateSwitched() {
     ShowListItems(selectedKey());
 }
 
+void frmTodo::showFound(const FoundRecord& found) {
+    Store& store = m_session.store();
+    m_filter->fill(categories::GetRecordCategory(store, found.key));
+    if (!ShowCompleted->isChecked()) {
+        const std::optional<tasks::Task> task = tasks::LoadTask(store, found.key);
+        const QSignalBlocker quiet(ShowCompleted);
+        ShowCompleted->setChecked(task && task->completed);
+    }
+    ShowListItems(found.key);
+}
+
 std::int32_t frmTodo::selectedKey() const {
     const QTreeWidgetItem* item = TodoList->currentItem();
     return item != nullptr ? item->data(tasks::kTask, Qt::UserRole).toInt() : 0;

@@ -25,6 +25,8 @@ public:
     QList<QAction*> menuActions() override;
     QList<QAction*> toolActions() override;
     void privateSwitched() override;
+    // The filter takes the task's category; a completed task brings the completed ones into the list.
+    void showFound(const FoundRecord& found) override;
 
     // Reads the list again and selects `key` (or the first row).
     void ShowListItems(std::int32_t key = 0);

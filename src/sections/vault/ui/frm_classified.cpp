@@ -1,6 +1,7 @@
 #include "sections/vault/ui/frm_classified.h"
 
 #include "base/messages.h"
+#include "sections/categories/categories.h"
 #include "sections/vault/ui/frm_edit_confidential.h"
 #include "sections/vault/ui/frm_weak_passwords.h"
 #include "shell/catalogue/captions.h"
@@ -269,6 +270,10 @@ void frmClassified::privateSwitched() {
         applyMasks();
     }
     listSelect_Initialize(hiding ? 0 : m_shownKey);
+}
+
+void frmClassified::showFound(const FoundRecord& found) {
+    cat_Click(categories::GetRecordCategory(m_session.store(), found.key), found.key);
 }
 
 void frmClassified::chkPlainPW_Click(bool on) {

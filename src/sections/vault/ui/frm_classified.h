@@ -25,6 +25,8 @@ public:
     QList<QAction*> toolActions() override;
     // Hiding private records also masks the passwords again and empties the pane.
     void privateSwitched() override;
+    // Chooses the record's sub-category, as a click on it would, and selects the record.
+    void showFound(const FoundRecord& found) override;
 
     // Chooses sub-category `index` (0: none), lists its records and selects `key` if it is listed.
     void cat_Click(int index, std::int32_t key = 0);
