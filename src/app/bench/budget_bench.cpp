@@ -2,6 +2,7 @@
 
 #include "app/bench/bench_support.h"
 #include "app/bench/raw_cipher.h"
+#include "app/bench/sample_records.h"
 
 #include "budget/budget_lists.h"
 #include "budget/totals.h"
@@ -52,47 +53,6 @@ constexpr const char* kBalanceSql =
     "SELECT fPK, fEtx, fG1, fF2 FROM tt WHERE (fR3 BETWEEN ? AND ?) AND +fSec=? AND +fSub=? ORDER BY fR3, fPK";
 
 using budget::KindSums;
-
-// What a kind of entry looks like: its text, its partner, the range of its amount in cents, and its kind.
-struct Pattern {
-    const char* description;
-    const char* partner;
-    int minCents;
-    int maxCents;
-    bool debit;
-    bool numbered;
-};
-
-const std::array<Pattern, 20> kPatterns = {{
-    {"Groceries", "Corner Market", 800, 12000, true, false},
-    {"Weekly shop", "FreshWay Supermarket", 3000, 18000, true, false},
-    {"Rent", "Hillside Properties Ltd", 85000, 95000, true, false},
-    {"Electricity", "City Power & Light", 4000, 12000, true, true},
-    {"Water bill", "Municipal Waterworks", 2000, 6000, true, true},
-    {"Phone and internet", "Telecom North", 3500, 6500, true, true},
-    {"Fuel", "Station 24", 3000, 8000, true, false},
-    {"Train ticket", "Regional Rail", 250, 4500, true, false},
-    {"Lunch", "Café Müller", 750, 2500, true, false},
-    {"Dinner out", "Trattoria Bella", 2500, 12000, true, false},
-    {"Pharmacy", "St. Mary's Pharmacy", 300, 4500, true, false},
-    {"Books", "Page & Quill", 800, 6000, true, false},
-    {"Insurance premium", "SafeHarbour Insurance", 6000, 25000, true, true},
-    {"Gym membership", "FitLine Club", 2500, 4500, true, false},
-    {"Birthday present", "", 1000, 10000, true, false},
-    {"Salary", "Arden Engineering GmbH", 280000, 360000, false, false},
-    {"Refund", "Online Outlet", 500, 15000, false, true},
-    {"Interest", "Northbank", 10, 2500, false, false},
-    {"Freelance invoice", "Kettering & Sons", 20000, 150000, false, true},
-    {"Cash deposit", "", 2000, 50000, false, false},
-}};
-
-const std::array<const char*, 5> kNotes = {
-    "Paid in two parts.",
-    "Receipt filed in the blue folder.",
-    "Split with the flatmate; half to be paid back by the end of the month.",
-    "Check against the bank statement.\r\nThe first booking was reversed.",
-    "Price went up this year; look for another offer before renewing.",
-};
 
 const std::array<const char*, kCategories> kCategoryNames = {
     "Groceries", "Housing",   "Utilities", "Transport", "Eating out",  "Health",        "Insurance",
@@ -150,31 +110,6 @@ ListEntries PaymentEntries() {
     return entries;
 }
 
-int Below(std::mt19937& rng, int n) {
-    return static_cast<int>(rng() % static_cast<std::uint32_t>(n));
-}
-
-budget::Transaction MakeTransaction(std::mt19937& rng, int owner, const QDate& date) {
-    const Pattern& p = kPatterns[static_cast<std::size_t>(Below(rng, static_cast<int>(kPatterns.size())))];
-    // Category 0 ("Unfiled") is as likely as any named one.
-    budget::Transaction t = budget::ClearTransaction(owner, Below(rng, kCategories + 1), date);
-    t.description = QString::fromUtf8(p.description);
-    if (p.numbered) {
-        t.description += QStringLiteral(" %1-%2").arg(date.year()).arg(Below(rng, 900) + 100);
-    }
-    t.partner = QString::fromUtf8(p.partner);
-    t.amount = Currency::FromUnits(static_cast<std::int64_t>(p.minCents + Below(rng, p.maxCents - p.minCents + 1)) *
-                                   (Currency::kScale / 100));
-    t.isPrivate = Below(rng, 10) == 0;
-    t.dcwb = (p.debit ? budget::kDebitBit : 0) | (t.isPrivate ? budget::kPrivateBit : 0);
-    t.payMode = Below(rng, kPayModes);
-    if (Below(rng, 7) == 0) {
-        t.note = QString::fromUtf8(kNotes[static_cast<std::size_t>(Below(rng, static_cast<int>(kNotes.size())))]);
-        t.noteFlag = true;
-    }
-    return t;
-}
-
 // Writes the categories of every budget and the transactions, spread evenly over the years up to `today`, the
 // transactions inside one transaction of the engine. Counts what goes into the budget in view.
 bool Fill(Store& store, const QDate& today, Expected& expected, QTextStream& err) {
@@ -195,7 +130,7 @@ bool Fill(Store& store, const QDate& today, Expected& expected, QTextStream& err
     for (int i = 0; i < kTransactions; ++i) {
         const QDate date = first.addDays(span * i / kTransactions);
         const int budgetId = Below(rng, kBudgets);
-        budget::Transaction t = MakeTransaction(rng, store.user.level, date);
+        budget::Transaction t = NewTransaction(rng, store.user.level, date, kCategories, kPayModes);
         if (const Result r = budget::StoreTransaction(store, budgetId, t); !r.ok()) {
             err << "noctaria-bench: writing transaction " << i << " failed: " << r.text() << '\n';
             store.connection().exec("ROLLBACK");

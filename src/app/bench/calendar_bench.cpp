@@ -2,6 +2,7 @@
 
 #include "app/bench/bench_support.h"
 #include "app/bench/raw_cipher.h"
+#include "app/bench/sample_records.h"
 
 #include "calendar/appointment.h"
 #include "calendar/recurrence.h"
@@ -45,9 +46,6 @@ constexpr int kSeriesYearsAhead = 2;
 constexpr int kProbeYears = 4;
 constexpr int kOpenPercent = 50;
 constexpr int kExceptionPercent = 20;
-constexpr int kPrivateOneIn = 10;
-constexpr int kAlarmOneIn = 4;
-constexpr int kNotePercent = 30;
 constexpr int kRuns = 7;
 // Weeks begin on Monday (Sunday = 1), so the workweek and the week views cover the same Monday.
 constexpr int kFirstDay = 2;
@@ -61,59 +59,6 @@ constexpr std::uint32_t kSeed = 20240613;
 constexpr const char* kSeriesSql = "SELECT fPK, fEtx FROM tt WHERE +fSec=? AND fSub>=? AND +fR4<=? AND +fR2>=?";
 constexpr const char* kSinglesSql =
     "SELECT fPK, fT1 FROM tt WHERE +fSec=? AND +fSub<? AND fR3 BETWEEN ? AND ? ORDER BY fR3";
-
-const std::array<const char*, 16> kSubjects = {
-    "Team meeting",     "Dentist",     "Call with Anna",   "Project review", "Lunch with Paul", "Yoga",
-    "Parents' evening", "Car service", "Budget planning",  "Haircut",        "Piano lesson",    "Interview",
-    "Doctor",           "Book club",   "Flight to Lisbon", "Café with Jörg",
-};
-
-const std::array<const char*, 8> kLocations = {
-    "", "", "Room 3.14", "Main Street 12", "Online", "Town hall", "Office", "Gym",
-};
-
-const std::array<const char*, 6> kNoteSentences = {
-    "Bring the signed copy of the contract.",
-    "Ask about the invoice from March.",
-    "Parking behind the building; the front entrance is closed.",
-    "Agenda sent by mail the day before.",
-    "Call if running late: extension 214.",
-    "Prepare the figures for the second quarter.",
-};
-
-int Below(std::mt19937& rng, int n) {
-    return static_cast<int>(rng() % static_cast<std::uint32_t>(n));
-}
-
-int Between(std::mt19937& rng, int low, int high) {
-    return low + Below(rng, high - low + 1);
-}
-
-template <std::size_t N> const char* Pick(std::mt19937& rng, const std::array<const char*, N>& items) {
-    return items[static_cast<std::size_t>(Below(rng, static_cast<int>(N)))];
-}
-
-// The fields every appointment gets, single or series: owner, private flag, alarm, subject, location, notes.
-CALENDAR::Appointment NewAppointment(std::mt19937& rng, int owner, bool allDay) {
-    CALENDAR::Appointment a;
-    a.owner = owner;
-    a.isPrivate = Below(rng, kPrivateOneIn) == 0;
-    a.allDay = allDay;
-    if (Below(rng, kAlarmOneIn) == 0) {
-        const QVector<CALENDAR::AlarmChoice> choices = CALENDAR::AlarmChoices(allDay);
-        a.alarmOn = true;
-        a.alarmDelay = choices[Below(rng, static_cast<int>(choices.size()))].minutes;
-    }
-    a.subject = QString::fromUtf8(Pick(rng, kSubjects));
-    a.location = QString::fromUtf8(Pick(rng, kLocations));
-    if (Below(rng, 100) < kNotePercent) {
-        for (int i = Between(rng, 1, 4); i > 0; --i) {
-            a.notes += QLatin1String(Pick(rng, kNoteSentences)) + u' ';
-        }
-        a.notes = a.notes.trimmed();
-    }
-    return a;
-}
 
 struct WrittenSingle {
     std::int64_t start = 0;

@@ -2,6 +2,7 @@
 
 #include "app/bench/bench_support.h"
 #include "app/bench/raw_cipher.h"
+#include "app/bench/sample_records.h"
 
 #include "sections/categories/categories.h"
 #include "sections/contacts/contact.h"
@@ -56,26 +57,14 @@ constexpr int kCategories = 50;
 constexpr int kListedRank = kCategories / 2;
 constexpr int kDiaryDays = 10000;
 constexpr int kYears = 10;
-constexpr int kPrivateOneIn = 10;
 constexpr int kTasks = 100000;
 constexpr int kTaskYearsAhead = 2;
 constexpr int kCompletedPercent = 30;
 constexpr int kUndatedPercent = 15;
 constexpr int kTaskNotePercent = 40;
 constexpr int kVaultRecords = 20000;
-constexpr int kVaultNotePercent = 25;
-// A new vault record starts private; some are opened up.
-constexpr int kVaultOpenOneIn = 5;
 constexpr int kContacts = 50000;
-constexpr int kCompanyOnlyPercent = 5;
-constexpr int kWithCompanyPercent = 25;
-constexpr int kMobilePercent = 80;
-constexpr int kMailPercent = 70;
-constexpr int kHomePhonePercent = 30;
-constexpr int kAddressPercent = 40;
-constexpr int kContactNotePercent = 10;
 constexpr int kSecondCategoryOneIn = 5;
-constexpr int kBirthdayOneIn = 20;
 constexpr int kRuns = 7;
 constexpr double kListTargetMs = 50.0;
 // Every contact is one list, so its target is looser than a category's.
@@ -98,44 +87,6 @@ const std::array<const char*, kCategories - 1> kCategoryNames = {
     "Bank",    "Pets",       "Holidays", "Birthdays",    "Quotes",   "Languages",   "Computer",   "Software",  "Photos",
     "Repairs", "Contracts",  "Courses",  "Volunteering", "Wine",     "Restaurants", "Addresses",  "Journeys",  "Crafts",
     "Letters", "Job search", "Moving",   "Archive",
-};
-
-const std::array<const char*, 16> kSubjects = {
-    "Meeting notes %1",
-    "Call back about the offer",
-    "Recipe: lentil soup",
-    "Ideas for %1",
-    "Packing list",
-    "Books to read",
-    "Questions for the doctor",
-    "Car service %1",
-    "Gift ideas",
-    "Garden plan for %1",
-    "Project kick-off %1",
-    "Shopping list",
-    "Travel plan: Lisbon",
-    "Café opening hours",
-    "Minutes of the AGM %1",
-    "To do before the move",
-};
-
-const std::array<const char*, 16> kTaskSubjects = {
-    "Renew the passport",
-    "Call the plumber",
-    "Pay the electricity bill",
-    "Send the quarterly report",
-    "Book the dentist",
-    "Prepare the slides for %1",
-    "Reply to Anna about the offer",
-    "Buy a birthday present",
-    "Take the car to the garage",
-    "File the tax return",
-    "Review the contract",
-    "Order printer ink",
-    "Cancel the gym membership",
-    "Plan the summer holiday",
-    "Back up the laptop",
-    "See the bank about the loan on %1",
 };
 
 // "Unfiled" and a few named categories, with the share of tasks each holds in per cent.
@@ -178,118 +129,6 @@ constexpr int VaultTotal() {
 static_assert(VaultTotal() == kVaultRecords);
 // Membership, at the median size.
 constexpr int kTypicalSubCategory = 13;
-
-const std::array<const char*, 20> kVaultNames = {
-    "Northwind",    "Bluebird Books", "Cityrail",     "Green Grocer",    "Harbour Bank", "Pixel Forum", "Sunny Travel",
-    "Trail Outfit", "Town Library",   "Quick Parcel", "Open Source Hub", "Daily News",   "Photo Cloud", "Music Box",
-    "Home Energy",  "Health Portal",  "Tax Office",   "Garden Centre",   "Chess Club",   "Car Share",
-};
-
-const std::array<const char*, 8> kVaultUsers = {
-    "anna.miller", "amiller", "anna", "a.miller@example.org", "miller77", "annam", "family.miller", "4711",
-};
-
-const std::array<const char*, 32> kFirstNames = {
-    "Anna",  "Ben",    "Clara",  "David",  "Emma",  "Felix", "Greta",  "Hugo",  "Ida",    "Jonas",  "Karin",
-    "Lukas", "Maria",  "Noah",   "Olivia", "Paul",  "Rosa",  "Samuel", "Sofia", "Thomas", "Ursula", "Viktor",
-    "Wendy", "Xavier", "Yvonne", "Zoe",    "Peter", "Laura", "Martin", "Julia", "Erik",   "Nora",
-};
-
-const std::array<const char*, 40> kLastNames = {
-    "Miller", "Smith",     "Johnson", "Brown",    "Garcia", "Müller",   "Schmidt", "Fischer",  "Weber",   "Meyer",
-    "Wagner", "Becker",    "Schulz",  "Hoffmann", "Koch",   "Richter",  "Klein",   "Wolf",     "Neumann", "Schwarz",
-    "Rossi",  "Bianchi",   "Dubois",  "Laurent",  "Jansen", "de Vries", "Novak",   "Kowalski", "Nielsen", "Jørgensen",
-    "Åberg",  "Lindqvist", "O'Brien", "Murphy",   "Walsh",  "Taylor",   "Wilson",  "Evans",    "Martin",  "Lopez",
-};
-
-const std::array<const char*, 8> kStreets = {
-    "High Street", "Station Road",    "Church Lane", "Mill Road",
-    "Park Avenue", "Victoria Street", "Elm Grove",   "Bridge Street",
-};
-
-const std::array<const char*, 8> kCities = {
-    "Bristol", "Leeds", "York", "Bath", "Norwich", "Exeter", "Oxford", "Durham",
-};
-
-const std::array<const char*, 4> kMailDomains = {
-    "example.org",
-    "example.com",
-    "mail.example.net",
-    "post.example.co.uk",
-};
-
-const std::array<const char*, 12> kMemoSentences = {
-    "Agreed to meet again in two weeks and to send the figures beforehand.",
-    "Bring the signed copy of the contract and the receipts from March.",
-    "The second option is cheaper but takes three weeks longer to deliver.",
-    "Ask whether the warranty covers parts and labour or only parts.",
-    "Phone number of the office: ask at reception for extension 214.",
-    "Mix the flour with the butter first, then add the milk slowly.",
-    "Remember to cancel the old subscription before the end of the quarter.",
-    "The meeting room on the third floor is booked from nine to eleven.",
-    "Check the tyre pressure and the oil level before the long drive.",
-    "Prices went up by about eight per cent compared with last year.",
-    "She suggested the small hotel near the station; breakfast is included.",
-    "Nothing decided yet; wait for the answer from the committee.",
-};
-
-const std::array<const char*, 10> kDiarySentences = {
-    "Woke up early and went for a walk along the river before work.",
-    "Long day at the office; the new project plan is finally approved.",
-    "Lunch with Anna, who told me about her trip to the mountains.",
-    "Rain all afternoon, so I stayed in and read most of the novel.",
-    "Called my parents in the evening; father's knee is much better.",
-    "The children had their school concert and sang beautifully.",
-    "Felt tired and a little low, went to bed before ten.",
-    "Worked in the garden: the tomatoes need stakes this week.",
-    "Dinner at the Italian place on the corner to celebrate.",
-    "Sorted out the tax papers at last, a weight off my mind.",
-};
-
-int Below(std::mt19937& rng, int n) {
-    return static_cast<int>(rng() % static_cast<std::uint32_t>(n));
-}
-
-int Between(std::mt19937& rng, int low, int high) {
-    return low + Below(rng, high - low + 1);
-}
-
-template <std::size_t N> QString Pick(std::mt19937& rng, const std::array<const char*, N>& texts) {
-    return QString::fromUtf8(texts[static_cast<std::size_t>(Below(rng, static_cast<int>(N)))]);
-}
-
-// A text of about `length` characters made of the given sentences, in paragraphs.
-template <std::size_t N> QString Prose(std::mt19937& rng, const std::array<const char*, N>& sentences, int length) {
-    QString text;
-    text.reserve(length + 100);
-    int inParagraph = 0;
-    while (text.size() < length) {
-        text += QLatin1String(sentences[static_cast<std::size_t>(Below(rng, static_cast<int>(N)))]);
-        if (++inParagraph == 5) {
-            text += QStringLiteral("\r\n\r\n");
-            inParagraph = 0;
-        } else {
-            text += u' ';
-        }
-    }
-    text.truncate(length);
-    return text.trimmed();
-}
-
-// Most memos are a few lines; some run to pages.
-int MemoLength(std::mt19937& rng) {
-    const int kind = Below(rng, 100);
-    if (kind < 70) {
-        return Between(rng, 100, 800);
-    }
-    return kind < 95 ? Between(rng, 800, 3000) : Between(rng, 3000, 12000);
-}
-
-template <std::size_t N>
-QString Subject(std::mt19937& rng, const std::array<const char*, N>& patterns, const QDate& date) {
-    const QString pattern = QString::fromUtf8(patterns[static_cast<std::size_t>(Below(rng, static_cast<int>(N)))]);
-    return pattern.contains(QLatin1String("%1")) ? pattern.arg(date.toString(QStringLiteral("d MMM yyyy"))) : pattern;
-}
 
 QString CategoryName(int id) {
     return id == categories::kUnfiled ? QStringLiteral("Unfiled")
@@ -364,20 +203,6 @@ int TaskCategory(std::mt19937& rng) {
     return id;
 }
 
-int TaskPriority(std::mt19937& rng) {
-    const int kind = Below(rng, 100);
-    return kind < 20 ? tasks::High : kind < 80 ? tasks::Normal : tasks::Low;
-}
-
-QString Password(std::mt19937& rng) {
-    static const QLatin1String kCharacters("abcdefghijkmnopqrstuvwxyzABCDEFGHJKLMNPQRSTUVWXYZ23456789!$%&*+-_=?");
-    QString password;
-    for (int i = Between(rng, 8, 16); i > 0; --i) {
-        password += kCharacters[Below(rng, static_cast<int>(kCharacters.size()))];
-    }
-    return password;
-}
-
 // What was written, as far as the timed readings need it.
 struct Expected {
     std::array<int, kCategories> sizes{};
@@ -418,7 +243,8 @@ bool FillMemos(Store& store, const QDateTime& now, Expected& expected, QTextStre
     for (int i = 0; i < kMemos; ++i) {
         const QDateTime written = now.addSecs(60 * (-span + span * i / kMemos));
         const int category = categoryOf[static_cast<std::size_t>(i)];
-        memos::Memo memo = memos::NewMemo(store.user.level, category, Subject(rng, kSubjects, written.date()), written);
+        memos::Memo memo =
+            memos::NewMemo(store.user.level, category, Subject(rng, kMemoSubjects, written.date()), written);
         memo.isPrivate = Below(rng, kPrivateOneIn) == 0;
         memo.text = Prose(rng, kMemoSentences, MemoLength(rng));
         if (const Result r = memos::StoreMemo(store, memo, written); !r.ok()) {
@@ -526,27 +352,8 @@ bool FillVault(Store& store, const QDateTime& now, Expected& expected, QTextStre
     for (int i = 0; i < kVaultRecords; ++i) {
         const QDateTime written = now.addSecs(60 * (-span + span * i / kVaultRecords));
         const int subCategory = subCategoryOf[static_cast<std::size_t>(i)];
-        vault::Entry entry = vault::NewEntry(store.user.level, subCategory);
-        entry.isPrivate = Below(rng, kVaultOpenOneIn) != 0;
-        const QStringList& fields = labels[static_cast<std::size_t>(subCategory)];
-        for (qsizetype f = 0; f < fields.size(); ++f) {
-            QString& value = entry.values[static_cast<std::size_t>(f)];
-            if (f == 0) {
-                value =
-                    QStringLiteral("%1 %2")
-                        .arg(QLatin1String(
-                            kVaultNames[static_cast<std::size_t>(Below(rng, static_cast<int>(kVaultNames.size())))]))
-                        .arg(Between(rng, 1, 999));
-            } else if (vault::IsPasswordLabel(fields[f])) {
-                value = Password(rng);
-            } else {
-                value = QLatin1String(
-                    kVaultUsers[static_cast<std::size_t>(Below(rng, static_cast<int>(kVaultUsers.size())))]);
-            }
-        }
-        if (Below(rng, 100) < kVaultNotePercent) {
-            entry.notes = Prose(rng, kMemoSentences, Between(rng, 40, 400));
-        }
+        vault::Entry entry =
+            NewVaultEntry(rng, store.user.level, subCategory, labels[static_cast<std::size_t>(subCategory)]);
         if (const Result r = vault::StoreEntry(store, entry, written); !r.ok()) {
             err << "noctaria-bench: writing vault record " << i << " failed: " << r.text() << '\n';
             store.connection().exec("ROLLBACK");
@@ -576,59 +383,12 @@ bool FillContacts(Store& store, Expected& expected, QTextStream& err) {
     }
     expected.contacts.reserve(kContacts);
     for (int i = 0; i < kContacts; ++i) {
-        contacts::Contact contact;
-        contact.owner = store.user.level;
-        contact.isPrivate = Below(rng, kPrivateOneIn) == 0;
-        QVector<QString>& t = contact.texts;
-        const int kind = Below(rng, 100);
-        if (kind >= kCompanyOnlyPercent) {
-            t[contacts::FirstName] = Pick(rng, kFirstNames);
-            t[contacts::LastName] = Pick(rng, kLastNames);
-            if (Below(rng, 100) < kMobilePercent) {
-                t[contacts::MobileTelephoneNumber] =
-                    QStringLiteral("+44 7%1 %2").arg(Between(rng, 100, 999)).arg(Between(rng, 100000, 999999));
-            }
-            if (Below(rng, 100) < kMailPercent) {
-                t[contacts::Email1Address] = QStringLiteral("%1.%2@%3")
-                                                 .arg(t[contacts::FirstName].toLower())
-                                                 .arg(Between(rng, 1, 999))
-                                                 .arg(Pick(rng, kMailDomains));
-            }
-            if (Below(rng, 100) < kHomePhonePercent) {
-                t[contacts::HomeTelephoneNumber] =
-                    QStringLiteral("+44 1%1 %2").arg(Between(rng, 100, 999)).arg(Between(rng, 100000, 999999));
-            }
-            if (Below(rng, 100) < kAddressPercent) {
-                t[contacts::HomeAddressStreet] =
-                    QStringLiteral("%1 %2").arg(Between(rng, 1, 200)).arg(Pick(rng, kStreets));
-                t[contacts::HomeAddressCity] = Pick(rng, kCities);
-                t[contacts::HomeAddressPostalCode] =
-                    QStringLiteral("AB%1 %2CD").arg(Between(rng, 1, 99)).arg(Between(rng, 1, 9));
-            }
-            if (Below(rng, kBirthdayOneIn) == 0) {
-                contact.birthday = QDate(Between(rng, 1940, 2010), Between(rng, 1, 12), Between(rng, 1, 28));
-                ++expected.birthdays;
-            }
+        contacts::Contact contact = NewContact(rng, store.user.level);
+        if (contact.birthday.isValid()) {
+            ++expected.birthdays;
         }
-        if (kind < kCompanyOnlyPercent + kWithCompanyPercent) {
-            t[contacts::CompanyName] = Pick(rng, kVaultNames);
-            t[contacts::BusinessTelephoneNumber] =
-                QStringLiteral("+44 20 %1 %2").arg(Between(rng, 1000, 9999)).arg(Between(rng, 1000, 9999));
+        if (!contact.texts[contacts::CompanyName].isEmpty()) {
             ++expected.companies;
-        }
-        if (Below(rng, 100) < kContactNotePercent) {
-            t[contacts::Notes] = Prose(rng, kMemoSentences, Between(rng, 40, 300));
-        }
-        // "Last, First", or the company when there is no name, as the editor offers first.
-        contact.fileAs = t[contacts::LastName].isEmpty()
-                             ? t[contacts::CompanyName]
-                             : t[contacts::LastName] + QStringLiteral(", ") + t[contacts::FirstName];
-        for (const int field : {contacts::MobileTelephoneNumber, contacts::Email1Address,
-                                contacts::BusinessTelephoneNumber, contacts::HomeTelephoneNumber}) {
-            if (!t[field].isEmpty()) {
-                contact.comDisplay = field - contacts::kFirstSlot;
-                break;
-            }
         }
         if (const int category = categoryOf[static_cast<std::size_t>(i)]; category != categories::kUnfiled) {
             contact.categories = {category};
@@ -1240,7 +1000,8 @@ int Run(QTextStream& out, QTextStream& err) {
         << "diary week from " << weekStart.toString(Qt::ISODate) << "; task list all: every task, task list open: "
         << "completed ones left out; vault list: " << vault::FindSubCategory(kTypicalSubCategory)->caption
         << ", vault list max: " << largestCaption << " (the first vault list: one run); contact list all: every "
-        << "contact sorted (the first of the session: one run, opening every title), contact list: " << CategoryName(expected.listedCategory)
+        << "contact sorted (the first of the session: one run, opening every title), contact list: "
+        << CategoryName(expected.listedCategory)
         << " filed first or second; contact pane: one contact loaded and laid out\n";
     out << "plan of the raw memo list: " << QueryPlan(raw, kTitleListSql) << '\n';
     out << "plan of the raw contact list: " << QueryPlan(raw, kContactListSql) << '\n';
