@@ -306,14 +306,8 @@ Result RefreshCategories(Store& store) {
 }
 
 find::SearchableSection Searchable() {
-    find::SearchableSection searchable;
-    searchable.section = kContactSection;
-    searchable.describe = [](CRY& cry, const Row& row, const FieldValues&) {
-        find::Hit hit;
-        hit.item = find::TitleIn(cry, row, Col::fT1);
-        hit.spec = find::TitleIn(cry, row, Col::fT2);
-        return hit;
-    };
+    find::SearchableSection searchable = find::ListedByTitle(
+        kContactSection, [](CRY& cry, const Row& row, const QString&) { return find::TitleIn(cry, row, Col::fT2); });
     // The order of the contact slots is the program's own, not the person's.
     searchable.unsearchedFields = {ComSort};
     return searchable;

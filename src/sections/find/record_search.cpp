@@ -127,6 +127,18 @@ QString TitleIn(CRY& cry, const Row& row, Col column) {
     return title ? title->text : QString();
 }
 
+SearchableSection ListedByTitle(int section, TitleSpec spec) {
+    SearchableSection searchable;
+    searchable.section = section;
+    searchable.describe = [spec = std::move(spec)](CRY& cry, const Row& row, const FieldValues&) {
+        Hit hit;
+        hit.item = TitleIn(cry, row, Col::fT1);
+        hit.spec = spec(cry, row, hit.item);
+        return hit;
+    };
+    return searchable;
+}
+
 bool SearchableText(const QString& text) {
     return QStringView(text).toUcs4().size() >= 2;
 }

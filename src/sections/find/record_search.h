@@ -47,6 +47,10 @@ struct SearchableSection {
     QList<int> unsearchedFields; // texts the program keeps for itself, which no one typed
 };
 
+// A section whose hits are listed by the title sealed in fT1, with `spec` giving the second column.
+using TitleSpec = std::function<QString(CRY& cry, const Row& row, const QString& title)>;
+SearchableSection ListedByTitle(int section, TitleSpec spec);
+
 struct Query {
     QString text;
     QList<int> sections; // in the order the list should show them

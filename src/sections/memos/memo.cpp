@@ -98,14 +98,7 @@ Result DeleteMemos(Store& store, int category) {
 }
 
 find::SearchableSection Searchable() {
-    find::SearchableSection searchable;
-    searchable.section = kMemoSection;
-    searchable.describe = [](CRY& cry, const Row& row, const FieldValues&) {
-        find::Hit hit;
-        hit.item = find::TitleIn(cry, row, Col::fT1);
-        return hit;
-    };
-    return searchable;
+    return find::ListedByTitle(kMemoSection, [](CRY&, const Row&, const QString&) { return QString(); });
 }
 
 } // namespace memos

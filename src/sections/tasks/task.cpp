@@ -1,8 +1,8 @@
 #include "sections/tasks/task.h"
 
-#include "shell/dates.h"
 #include "base/messages.h"
 #include "sections/record_store.h"
+#include "shell/dates.h"
 #include "store/field_codec.h"
 #include "store/record_get.h"
 #include "store/record_put.h"
@@ -226,20 +226,15 @@ Result DeleteAllTasks(Store& store) {
 }
 
 find::SearchableSection Searchable() {
-    find::SearchableSection searchable;
-    searchable.section = kTaskSection;
-    searchable.describe = [](CRY& cry, const Row& row, const FieldValues&) {
-        find::Hit hit;
-        hit.item = find::TitleIn(cry, row, Col::fT1);
+    return find::ListedByTitle(kTaskSection, [](CRY&, const Row& row, const QString&) {
         if (row.integer(Col::fF3) != 0) {
-            hit.spec = MsgText(123);
-        } else if (row.integer(Col::fF1) != 0) {
-            // Without a due date the column holds no date, so nothing is said of one.
-            hit.spec = MsgText(122) + QLatin1Char(' ') + dates::ShortDate(DayOf(row.integer(Col::fR3), kDueDayBase));
+            return MsgText(123);
         }
-        return hit;
-    };
-    return searchable;
+        // Without a due date the column holds no date, so nothing is said of one.
+        return row.integer(Col::fF1) == 0
+                   ? QString()
+                   : MsgText(122) + QLatin1Char(' ') + dates::ShortDate(DayOf(row.integer(Col::fR3), kDueDayBase));
+    });
 }
 
 } // namespace tasks

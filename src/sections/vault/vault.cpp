@@ -266,15 +266,7 @@ QVector<PasswordFinding> WeakOrReusedPasswords(Store& store) {
 }
 
 find::SearchableSection Searchable() {
-    find::SearchableSection searchable;
-    searchable.section = kVaultSection;
-    searchable.describe = [](CRY& cry, const Row& row, const FieldValues&) {
-        find::Hit hit;
-        hit.item = find::TitleIn(cry, row, Col::fT1);
-        hit.spec = hit.item;
-        return hit;
-    };
-    return searchable;
+    return find::ListedByTitle(kVaultSection, [](CRY&, const Row&, const QString& title) { return title; });
 }
 
 } // namespace vault
