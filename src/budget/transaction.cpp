@@ -156,7 +156,7 @@ find::SearchableSection Searchable() {
         hit.item = fields.value(Description).toString();
         hit.budget = static_cast<int>(row.integer(Col::fSub));
         hit.date = DateOfDayNumber(static_cast<int>(row.integer(Col::fR3)));
-        hit.spec = dates::ShortDate(hit.date);
+        hit.detail = dates::ShortDate(hit.date);
         return hit;
     };
     return searchable;

@@ -245,7 +245,7 @@ find::SearchableSection Searchable() {
             cry.Cipher(static_cast<std::int32_t>(row.integer(Col::fPK)), 2, row.bytes(Col::fT1)));
         if (start.isValid()) {
             hit.date = DayOfMinute(start.toLongLong());
-            hit.spec = dates::ShortDate(hit.date);
+            hit.detail = dates::ShortDate(hit.date);
         }
         return hit;
     };

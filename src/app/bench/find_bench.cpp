@@ -451,10 +451,11 @@ QString Difference(const QVector<find::Hit>& a, const QVector<find::Hit>& b) {
                 .arg(i)
                 .arg(Describe(a[i]), Describe(b[i]), onlyIn(a, inB), onlyIn(b, inA));
         }
-        if (a[i].item != b[i].item || a[i].spec != b[i].spec || a[i].budget != b[i].budget || a[i].date != b[i].date) {
+        if (a[i].item != b[i].item || a[i].detail != b[i].detail || a[i].budget != b[i].budget ||
+            a[i].date != b[i].date) {
             return QStringLiteral("hit %1 (%2) is told differently: \"%3\" / \"%4\" against \"%5\" / \"%6\"")
                 .arg(i)
-                .arg(Describe(a[i]), a[i].item, a[i].spec, b[i].item, b[i].spec);
+                .arg(Describe(a[i]), a[i].item, a[i].detail, b[i].item, b[i].detail);
         }
     }
     if (a.size() != b.size()) {

@@ -50,7 +50,7 @@ void Usage(QTextStream& err) {
            "                              the contacts of a category, one contact as its pane shows it, a new\n"
            "                              contact, deleting one, all of them as a tab-delimited file\n"
            "  find FILE TEXT [--sections 11,12,...] [--case-sensitive] [--show-private]\n"
-           "                              the records holding TEXT, one line each: section, key, item, spec;\n"
+           "                              the records holding TEXT, one line each: section, key, item, detail;\n"
            "                              exit 1 when nothing is found\n"
            "Passphrases are read from the terminal, or line by line from standard input.\n";
 }

@@ -107,7 +107,7 @@ find::SearchableSection Searchable() {
         find::Hit hit;
         hit.date = records::DateOfDayNumber(static_cast<int>(row.integer(Col::fR3)), kDiaryDayBase);
         hit.item = QLocale().toString(fields.value(Date).toDateTime().date(), QLocale::LongFormat);
-        hit.spec = dates::ShortDate(hit.date);
+        hit.detail = dates::ShortDate(hit.date);
         return hit;
     };
     // A diary is private as a whole.

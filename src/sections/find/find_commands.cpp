@@ -69,8 +69,8 @@ int FindCommand(const QStringList& args, cli::Streams io) {
         }
         SortHits(hits, query.sections);
         for (const Hit& hit : hits) {
-            io.out << hit.section << '\t' << hit.key << '\t' << cli::OneLine(hit.item) << '\t' << cli::OneLine(hit.spec)
-                   << '\n';
+            io.out << hit.section << '\t' << hit.key << '\t' << cli::OneLine(hit.item) << '\t'
+                   << cli::OneLine(hit.detail) << '\n';
         }
         return hits.isEmpty() ? cli::kExitFailed : cli::kExitOk;
     });

@@ -127,13 +127,13 @@ QString TitleIn(CRY& cry, const Row& row, Col column) {
     return title ? title->text : QString();
 }
 
-SearchableSection ListedByTitle(int section, TitleSpec spec) {
+SearchableSection ListedByTitle(int section, TitleDetail detail) {
     SearchableSection searchable;
     searchable.section = section;
-    searchable.describe = [spec = std::move(spec)](CRY& cry, const Row& row, const FieldValues&) {
+    searchable.describe = [detail = std::move(detail)](CRY& cry, const Row& row, const FieldValues&) {
         Hit hit;
         hit.item = TitleIn(cry, row, Col::fT1);
-        hit.spec = spec(cry, row, hit.item);
+        hit.detail = detail(cry, row, hit.item);
         return hit;
     };
     return searchable;

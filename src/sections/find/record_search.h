@@ -26,7 +26,7 @@ struct Hit {
     int section = 0;
     std::int32_t key = 0;
     QString item;
-    QString spec;
+    QString detail;
     int budget = 0; // the budget of a transaction; 0 in the other sections
     QDate date;     // the day the Calendar, the Diary and the Budget go to; invalid elsewhere
 };
@@ -47,9 +47,9 @@ struct SearchableSection {
     QList<int> unsearchedFields; // texts the program keeps for itself, which no one typed
 };
 
-// A section whose hits are listed by the title sealed in fT1, with `spec` giving the second column.
-using TitleSpec = std::function<QString(CRY& cry, const Row& row, const QString& title)>;
-SearchableSection ListedByTitle(int section, TitleSpec spec);
+// A section whose hits are listed by the title sealed in fT1, with `detail` giving the second column.
+using TitleDetail = std::function<QString(CRY& cry, const Row& row, const QString& title)>;
+SearchableSection ListedByTitle(int section, TitleDetail detail);
 
 struct Query {
     QString text;

@@ -102,7 +102,7 @@ private Q_SLOTS:
                                               {17, {"Groceries Quokka", day}}};
         for (const Hit& hit : hits) {
             QCOMPARE(hit.key, keys.at(hit.section));
-            QCOMPARE(QStringList({hit.item, hit.spec}), expected.value(hit.section));
+            QCOMPARE(QStringList({hit.item, hit.detail}), expected.value(hit.section));
             QCOMPARE(hit.date.isValid(), hit.section == 12 || hit.section == 13 || hit.section == 17);
             QCOMPARE(hit.budget, hit.section == 17 ? 1 : 0);
         }

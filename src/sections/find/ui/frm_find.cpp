@@ -271,7 +271,7 @@ QTreeWidgetItem* frmFind::newRow(const find::Hit& hit) const {
     const bool transaction = hit.section == budget::kBudgetSection;
     auto* row = new QTreeWidgetItem({transaction ? QStringLiteral("$ ") + m_budgetNames.value(hit.budget)
                                                  : MsgText(kFirstName + hit.section - kFirstSection),
-                                     hit.item, hit.spec,
+                                     hit.item, hit.detail,
                                      transaction ? u'$' + QString::number(hit.budget) : QString::number(hit.section)});
     row->setData(colSection, KeyRole, hit.key);
     row->setData(colSection, BudgetRole, hit.budget);
@@ -303,7 +303,7 @@ void frmFind::wipeList() {
     LV->clear();
     for (find::Hit& hit : m_hits) {
         CRY::WipeText(hit.item);
-        CRY::WipeText(hit.spec);
+        CRY::WipeText(hit.detail);
     }
     m_hits.clear();
     for (QString& name : m_budgetNames) {
