@@ -138,7 +138,6 @@ int CRY::BlowfishDecrypt(const QByteArray& text) {
         if (m_decryptorKey != m_recordKey) {
             m_decryptor->set_key(m_recordKey);
             m_decryptorKey = m_recordKey;
-            ++m_decryptSchedules;
         }
         m_decryptor->start(ByteData(text), kBlowfishBlock);
         m_decryptor->finish(m_workBuffer);
@@ -146,6 +145,11 @@ int CRY::BlowfishDecrypt(const QByteArray& text) {
         m_workBuffer.clear();
         return -1;
     }
+    return Unframe();
+}
+
+int CRY::Unframe() {
+    const auto n = static_cast<qsizetype>(m_workBuffer.size());
     const qsizetype p = m_workBuffer.back();
     if (n - p - 1 < 0) {
         return -5;
@@ -162,16 +166,40 @@ int CRY::BlowfishDecrypt(const QByteArray& text) {
     return static_cast<int>(n - p - 2);
 }
 
+int CRY::Selector(const QByteArray& text) {
+    if (text.size() <= 3 || (text.size() - 2) % 2 != 0) {
+        return -1;
+    }
+    return 256 * static_cast<unsigned char>(text[0]) + static_cast<unsigned char>(text[1]);
+}
+
+QByteArray CRY::OpenRecord(std::int32_t fpk, const QByteArray& text, const blowfish_lanes::Schedule& schedule) {
+    m_workBuffer.clear();
+    const qsizetype n = text.size() - 2 - kBlowfishBlock;
+    if (Selector(text) < 0 || n <= 0 || n % kBlowfishBlock != 0) {
+        return {};
+    }
+    const std::uint8_t* iv = ByteData(text) + 2;
+    m_workBuffer.assign(iv + kBlowfishBlock, ByteData(text) + text.size());
+    blowfish_lanes::DecryptCbc(schedule, iv, m_workBuffer.data(), m_workBuffer.size());
+    if (Unframe() < 3) {
+        return {};
+    }
+    const QByteArray lead(reinterpret_cast<const char*>(m_workBuffer.data()), 4);
+    return CONVERSION::BytesToLong(lead) == fpk ? SecureText(m_workBuffer, 4) : QByteArray();
+}
+
 int CRY::OpenCipherText(const QByteArray& text) {
     if (m_keyPool.empty() || text.isNull()) {
         m_workBuffer.clear();
         return -1;
     }
-    if (text.size() <= 3 || (text.size() - 2) % 2 != 0) {
+    const int selector = Selector(text);
+    if (selector < 0) {
         m_workBuffer.clear();
         return -1;
     }
-    SelectKey(256 * static_cast<unsigned char>(text[0]) + static_cast<unsigned char>(text[1]));
+    SelectKey(selector);
     return BlowfishDecrypt(text.mid(2));
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "store/blowfish_lanes.h"
 #include "store/random_source.h"
 
 #include <QByteArray>
@@ -32,6 +33,12 @@ public:
     // 1 and 2 bind the text to fpk. op 3 and 4 use the record key as it stands and carry no selector.
     QByteArray Cipher(std::int32_t fpk, int op, const QByteArray& text);
 
+    // The selector of a record text; -1 when the text is too short or of the wrong length to be one.
+    static int Selector(const QByteArray& text);
+    // op 2 under a schedule of the text's record key made beforehand, so that the schedules of many rows can be
+    // made together.
+    QByteArray OpenRecord(std::int32_t fpk, const QByteArray& text, const blowfish_lanes::Schedule& schedule);
+
     // The record key of selector R (0..65535) from the pool.
     void SelectKey(int R);
 
@@ -40,8 +47,6 @@ public:
     const SecureBytes& RecordKey() const { return m_recordKey; }
     void setRecordKey(const SecureBytes& key) { m_recordKey = key; }
     bool hasKeyPool() const { return !m_keyPool.empty(); }
-    // Key schedules made for deciphering so far. Rows read in order of their selector share one schedule.
-    qsizetype decryptSchedules() const { return m_decryptSchedules; }
     int PoolSize() const { return static_cast<int>(m_keyPool.size()); }
     // Wipes the pool, the record key and the work buffer, as closing a file does.
     void wipeKeys();
@@ -74,6 +79,9 @@ private:
     bool BlowfishEncrypt(QByteArray& out, QByteArray text, const QByteArray& prefix);
     int BlowfishDecrypt(const QByteArray& text);
     int OpenCipherText(const QByteArray& text);
+    // Checks the marker and padding of the deciphered work buffer and takes them off; the plain length less one,
+    // or a negative code.
+    int Unframe();
 
     RandomSource& m_random;
     SecureBytes m_keyPool;
@@ -81,7 +89,6 @@ private:
     SecureBytes m_workBuffer;
     // The record key the decryptor is scheduled with; a schedule costs about as much as a 30-kilobyte text.
     SecureBytes m_decryptorKey;
-    qsizetype m_decryptSchedules = 0;
     std::unique_ptr<Botan::Cipher_Mode> m_encryptor;
     std::unique_ptr<Botan::Cipher_Mode> m_decryptor;
     std::function<void(int)> m_messageSink;

@@ -51,6 +51,34 @@ private Q_SLOTS:
         QCOMPARE(other.Cipher(7, 2, sealed), QByteArray("secret"));
     }
 
+    // Schedules made several at a time open exactly what the library's own Blowfish opens, and refuse alike.
+    void schedulesMadeTogetherOpenRecordTexts() {
+        CRY cry;
+        cry.setKeyPool(RandomPool());
+        for (std::size_t count = 1; count <= 2 * blowfish_lanes::kLanes + 1; ++count) {
+            std::vector<QByteArray> texts;
+            std::vector<CRY::SecureBytes> keys;
+            std::vector<std::span<const std::uint8_t>> views;
+            for (std::size_t i = 0; i < count; ++i) {
+                texts.push_back(cry.Cipher(static_cast<std::int32_t>(i + 1), 1, AllBytes().left(int(37 * i))));
+                cry.SelectKey(CRY::Selector(texts.back()));
+                keys.push_back(cry.RecordKey());
+            }
+            views.assign(keys.begin(), keys.end());
+            std::vector<blowfish_lanes::Schedule> schedules(count);
+            blowfish_lanes::MakeSchedules(views, schedules.data());
+            for (std::size_t i = 0; i < count; ++i) {
+                const auto fpk = static_cast<std::int32_t>(i + 1);
+                QCOMPARE(cry.OpenRecord(fpk, texts[i], schedules[i]), cry.Cipher(fpk, 2, texts[i]));
+                QVERIFY(cry.OpenRecord(fpk + 1, texts[i], schedules[i]).isEmpty());
+                QByteArray damaged = texts[i];
+                damaged[damaged.size() - 1] = static_cast<char>(damaged.back() ^ 0x40);
+                QVERIFY(cry.OpenRecord(fpk, damaged, schedules[i]).isEmpty());
+                QVERIFY(cry.OpenRecord(fpk, texts[i].left(texts[i].size() - 3), schedules[i]).isEmpty());
+            }
+        }
+    }
+
     void twoWritesNeverShareAVector() {
         CRY cry;
         cry.setKeyPool(RandomPool());

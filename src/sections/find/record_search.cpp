@@ -8,6 +8,7 @@
 #include <QHash>
 
 #include <algorithm>
+#include <array>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -60,15 +61,15 @@ public:
         return wanted;
     }
 
-    // `cry` opens the record, `titles` what a hit lists of it.
-    std::optional<Hit> match(CRY& cry, CRY& titles, const Row& row) const {
+    // `blob` is the row's deciphered record, wiped here; `titles` opens what a hit lists of it.
+    std::optional<Hit> match(QByteArray& blob, CRY& titles, const Row& row) const {
         const auto key = static_cast<std::int32_t>(row.integer(Col::fPK));
         const SearchableSection* section = m_sections.value(static_cast<int>(row.integer(Col::fSec)));
-        if (section == nullptr) {
-            return std::nullopt;
-        }
-        QByteArray blob = cry.Cipher(key, 2, row.bytes(Col::fEtx));
         std::optional<Hit> hit;
+        if (section == nullptr) {
+            CRY::WipeBytes(blob);
+            return hit;
+        }
         // Only what the person typed is searched: no field head, no number and no date can give a hit.
         const bool found = Record_Get::AnyText(blob, [&](int index, const QString& text) {
             return section->unsearchedFields.contains(index) || !text.contains(m_query.text, m_case);
@@ -181,20 +182,43 @@ Outcome Search(Store& store, const Query& query, std::span<const SearchableSecti
             // Titles of hits are opened with a cipher of their own, so that the rows keep their shared schedule.
             CRY titles;
             titles.setKeyPool(pool);
-            const qsizetype before = cry.decryptSchedules();
             QVector<Hit> hits;
             qsizetype done = 0;
-            for (const Row& row : *job) {
-                if (stop.load(std::memory_order_relaxed)) {
-                    break;
+            std::array<blowfish_lanes::Schedule, blowfish_lanes::kLanes> lanes;
+            std::array<CRY::SecureBytes, blowfish_lanes::kLanes> keys;
+            std::size_t at = 0;
+            // A few selectors' groups at a time: their schedules are made together, then their rows opened.
+            while (at < job->size() && !stop.load(std::memory_order_relaxed)) {
+                std::array<std::size_t, blowfish_lanes::kLanes + 1> bounds{at};
+                std::array<std::span<const std::uint8_t>, blowfish_lanes::kLanes> keyViews;
+                std::size_t groups = 0;
+                while (groups < blowfish_lanes::kLanes && at < job->size()) {
+                    const int selector = CRY::Selector((*job)[at].bytes(Col::fEtx));
+                    cry.SelectKey(selector);
+                    keys[groups] = cry.RecordKey();
+                    keyViews[groups] = keys[groups];
+                    while (at < job->size() && CRY::Selector((*job)[at].bytes(Col::fEtx)) == selector) {
+                        ++at;
+                    }
+                    bounds[++groups] = at;
                 }
-                if (std::optional<Hit> hit = matcher.match(cry, titles, row)) {
-                    hits.append(std::move(*hit));
+                blowfish_lanes::MakeSchedules(std::span(keyViews.data(), groups), lanes.data());
+                for (std::size_t g = 0; g < groups; ++g) {
+                    for (std::size_t i = bounds[g]; i < bounds[g + 1]; ++i) {
+                        const Row& row = (*job)[i];
+                        QByteArray blob = cry.OpenRecord(static_cast<std::int32_t>(row.integer(Col::fPK)),
+                                                         row.bytes(Col::fEtx), lanes[g]);
+                        if (std::optional<Hit> hit = matcher.match(blob, titles, row)) {
+                            hits.append(std::move(*hit));
+                        }
+                    }
+                    lanes[g].wipe();
+                    CRY::WipeBytes(keys[g]);
                 }
-                ++done;
+                done += static_cast<qsizetype>(at - bounds[0]);
+                schedules += static_cast<qsizetype>(groups);
             }
             rowsDone += done;
-            schedules += cry.decryptSchedules() - before;
             if (!hits.isEmpty()) {
                 const std::lock_guard lock(handing);
                 found(std::move(hits));
@@ -256,7 +280,9 @@ QVector<Hit> SearchRowByRow(Store& store, const Query& query, std::span<const Se
     for (const int section : matcher.sections()) {
         sqlite::Statement select = SelectRows(store, {section}, kRowColumns);
         while (select.step()) {
-            if (std::optional<Hit> hit = matcher.match(cry, cry, ReadRow(select))) {
+            const Row row = ReadRow(select);
+            QByteArray blob = cry.Cipher(static_cast<std::int32_t>(row.integer(Col::fPK)), 2, row.bytes(Col::fEtx));
+            if (std::optional<Hit> hit = matcher.match(blob, cry, row)) {
                 hits.append(std::move(*hit));
             }
         }
