@@ -5,6 +5,7 @@
 #include "budget/amounts.h"
 #include "budget/balance_export.h"
 #include "budget/budget_lists.h"
+#include "budget/budget_report.h"
 #include "budget/totals.h"
 #include "budget/transaction_list.h"
 #include "sections/categories/categories.h"
@@ -24,7 +25,9 @@ constexpr const char* kUsage =
     "       noctaria-cli budget add FILE --budget N --date YYYY-MM-DD --credit|--debit AMOUNT --item TEXT\n"
     "                    [--category NAME] [--payment NAME] [--partner TEXT] [--note TEXT] [--private]\n"
     "       noctaria-cli budget totals FILE --budget N --from DATE --to DATE [--payment NAME] [--hide-private]\n"
-    "       noctaria-cli budget export FILE --budget N --from DATE --to DATE OUT.csv";
+    "       noctaria-cli budget export FILE --budget N --from DATE --to DATE OUT.csv\n"
+    "       noctaria-cli budget report FILE --budget N --from DATE --to DATE [--payment NAME] [--show-private] "
+    "OUT.pdf";
 
 QCommandLineOption Flag(const char* name) {
     return {QString::fromLatin1(name), QString()};
@@ -183,18 +186,27 @@ std::optional<BalanceQuery> PeriodQuery(const CommandLine& line) {
     return BalanceQuery{*id, DateOf(line, "from"), DateOf(line, "to"), kPayModeAll};
 }
 
+// The payment mode of --payment, every mode without it; absent with the person told why.
+std::optional<int> ChosenPayment(const CommandLine& line, const BudgetView& view) {
+    if (!line.isSet(QStringLiteral("payment"))) {
+        return kPayModeAll;
+    }
+    const QString name = line.value(QStringLiteral("payment"));
+    const std::optional<int> payment = cli::EntryNamed(view.payments, name, 1);
+    if (!payment) {
+        line.fail(QStringLiteral("there is no payment mode \"%1\"").arg(name));
+    }
+    return payment;
+}
+
 // The balance of the period as the section's second tab adds it up; absent with the person told why.
 std::optional<Balance> PeriodBalance(const CommandLine& line, Store& store, BalanceQuery& query,
                                      const BudgetView& view) {
-    if (line.isSet(QStringLiteral("payment"))) {
-        const QString name = line.value(QStringLiteral("payment"));
-        const std::optional<int> payment = cli::EntryNamed(view.payments, name, 1);
-        if (!payment) {
-            line.fail(QStringLiteral("there is no payment mode \"%1\"").arg(name));
-            return std::nullopt;
-        }
-        query.payment = *payment;
+    const std::optional<int> payment = ChosenPayment(line, view);
+    if (!payment) {
+        return std::nullopt;
     }
+    query.payment = *payment;
     Balance balance = RefreshTotals(store, query, BalanceCategories(view.categories));
     if (balance.overflow) {
         line.fail(QStringLiteral("the sums of this period are too large"));
@@ -270,10 +282,63 @@ int Export(const QStringList& args, cli::Streams io) {
     });
 }
 
+int Report(const QStringList& args, cli::Streams io) {
+    CommandLine line(io, kUsage, PeriodOptions() << Flag("show-private"));
+    if (!line.parse(args, 2)) {
+        return cli::kExitUsage;
+    }
+    const std::optional<int> id = BudgetId(line, true);
+    if (!id) {
+        return line.usage();
+    }
+    const QDate from = line.date(QStringLiteral("from"));
+    const QDate to = line.date(QStringLiteral("to"));
+    if (!from.isValid() || !to.isValid()) {
+        return cli::kExitUsage;
+    }
+    if (from > to) {
+        return line.fail(QStringLiteral("the period begins on %1, after its end on %2")
+                             .arg(from.toString(Qt::ISODate), to.toString(Qt::ISODate)));
+    }
+    const QString out = line.words()[1];
+    // Whoever typed the passphrase may see private records, but the report holds them only when asked to.
+    const bool showPrivate = line.isSet(QStringLiteral("show-private"));
+    return cli::WithOpenFile(io, line.words()[0], [&](Session& session) {
+        Store& store = session.store();
+        const std::optional<BudgetView> view = ReadView(line, store, *id);
+        const std::optional<int> payment = view ? ChosenPayment(line, *view) : std::nullopt;
+        if (!payment) {
+            return cli::kExitFailed;
+        }
+        const ReportRequest request{.budget = *id,
+                                    .budgetName = view->budgets.names[view->index],
+                                    .from = from,
+                                    .to = to,
+                                    .payment = *payment,
+                                    .categories = view->categories,
+                                    .payments = view->payments,
+                                    .privateRecords = showPrivate,
+                                    .privateColumns = showPrivate,
+                                    .privateCells = showPrivate,
+                                    .locale = QLocale(),
+                                    .printed = QDateTime::currentDateTime()};
+        const std::optional<ReportData> data = GatherReport(store, request);
+        if (!data) {
+            return line.fail(QStringLiteral("the sums of this period are too large"));
+        }
+        if (const QString failure = WriteReportPdf(out, *data); !failure.isEmpty()) {
+            return line.fail(QStringLiteral("%1 could not be written: %2").arg(out, failure));
+        }
+        io.err << ReportNotice(out) << "\n";
+        return cli::kExitOk;
+    });
+}
+
 } // namespace
 
 int BudgetCommand(const QStringList& args, cli::Streams io) {
-    return cli::RunVerb(args, io, kUsage, {{"list", List}, {"add", Add}, {"totals", Totals}, {"export", Export}});
+    return cli::RunVerb(args, io, kUsage,
+                        {{"list", List}, {"add", Add}, {"totals", Totals}, {"export", Export}, {"report", Report}});
 }
 
 } // namespace budget

@@ -10,8 +10,10 @@
 #include "shell/process_guard.h"
 
 #include <QCoreApplication>
+#include <QGuiApplication>
 
 #include <cstdio>
+#include <memory>
 
 namespace {
 
@@ -30,10 +32,10 @@ void Usage(QTextStream& err) {
            "  generate [--length N] [--words N] [--no-symbols] [--avoid-look-alike]\n"
            "                              a new random password (4 to 128 characters, 20 unless told) or a\n"
            "                              passphrase of 3 to 12 words\n"
-           "  budget list|add|totals|export FILE ...\n"
+           "  budget list|add|totals|export|report FILE ...\n"
            "                              the budget's month list, a new transaction, the balance of a period,\n"
-           "                              the balance and transactions of a period as CSV ('budget' alone lists the "
-           "options)\n"
+           "                              the balance and transactions of a period as CSV or as a PDF report\n"
+           "                              ('budget' alone lists the options)\n"
            "  memo list|add|show|delete FILE ...\n"
            "                              the memos: subjects by category, a new memo, one memo, deleting one\n"
            "  diary list|set FILE ...     the diary's entries of a period, the entry of a day\n"
@@ -59,7 +61,14 @@ void Usage(QTextStream& err) {
 
 int main(int argc, char* argv[]) {
     process_guard::DisableCoreDumps();
-    QCoreApplication app(argc, argv);
+    // A report paints pages, and fonts come with a GUI application; it needs no screen, so it runs offscreen
+    // unless told otherwise. Every other command stays without one.
+    const bool paints = argc > 2 && qstrcmp(argv[1], "budget") == 0 && qstrcmp(argv[2], "report") == 0;
+    if (paints && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+    const std::unique_ptr<QCoreApplication> app =
+        paints ? std::make_unique<QGuiApplication>(argc, argv) : std::make_unique<QCoreApplication>(argc, argv);
     QTextStream out(stdout);
     QTextStream err(stderr);
     QStringList args = QCoreApplication::arguments().mid(1);

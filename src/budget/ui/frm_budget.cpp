@@ -2,6 +2,7 @@
 
 #include "base/messages.h"
 #include "budget/amounts.h"
+#include "budget/ui/frm_budget_charts.h"
 #include "budget/ui/frm_edit_budget.h"
 #include "budget/ui/frm_edit_budget_names.h"
 #include "budget/ui/frm_edit_budget_paymode.h"
@@ -54,6 +55,12 @@ frmBudget::frmBudget(Session& session, QWidget* parent)
     tbsOptions = Named<QTabWidget>(this, QStringLiteral("tbsOptions"));
     buildListTab();
     buildBalanceTab();
+    auto* chartsPage = new QWidget;
+    auto* chartsLayout = new QVBoxLayout(chartsPage);
+    chartsLayout->setContentsMargins(0, 0, 0, 0);
+    picCharts = new frmBudgetCharts(m_session, chartsPage);
+    chartsLayout->addWidget(picCharts);
+    tbsOptions->addTab(chartsPage, QString());
     layout->addWidget(tbsOptions, 1);
     buildMenus();
     connect(tbsOptions, &QTabWidget::currentChanged, this, &frmBudget::tbsOptions_Click);
@@ -713,6 +720,8 @@ void frmBudget::tbsOptions_Click() {
     for (int i = 0; i < 2; ++i) {
         picOptions[static_cast<std::size_t>(i)]->setVisible(!m_pinRefused && tbsOptions->currentIndex() == i);
     }
+    // Hidden, the charts wait: they are added up when they come into view.
+    picCharts->setVisible(!m_pinRefused && tbsOptions->currentWidget() == picCharts->parentWidget());
     const bool listCommands = !m_pinRefused && tbsOptions->currentIndex() == 0;
     mnuBudgetAdd->setEnabled(listCommands);
 }

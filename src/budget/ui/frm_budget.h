@@ -10,8 +10,10 @@
 #include <QWidget>
 
 #include <array>
+#include <optional>
 
 class Session;
+class frmBudgetCharts;
 class QAction;
 class QCheckBox;
 class QComboBox;
@@ -26,6 +28,10 @@ class QToolButton;
 class QTreeWidget;
 class QTreeWidgetItem;
 
+namespace budget {
+struct ReportData;
+}
+
 // The Budget section: one budget at a time, its month list of transactions and its balance over a time frame.
 class frmBudget : public SectionForm {
     Q_OBJECT
@@ -38,6 +44,10 @@ public:
     void privateSwitched() override;
     // Shows the transaction's budget and month and selects its row, opening the list's filters if they hide it.
     void showFound(const FoundRecord& found) override;
+    // The report of the budget over the Balance tab's period, private records as the lists show them.
+    bool hasReport() const override { return true; }
+    void printReport() override;
+    void exportReportPdf() override;
 
     // Commands the main frame's menu and the list's context menu forward to.
     void addTransaction(int kind);
@@ -94,6 +104,7 @@ public:
     std::array<QLabel*, 3> gridHeader{};
     QTreeWidget* LV2 = nullptr;
     std::array<QLabel*, 9> result{};
+    frmBudgetCharts* picCharts = nullptr;
     QMenu* mnuBudgetItemlistRC = nullptr;
 
 protected:
@@ -135,6 +146,8 @@ private:
     budget::ListContext listContext() const;
     void showBudgetEntries();
     QTreeWidgetItem* listedRow(std::int32_t key) const;
+    // The report's texts, or nothing with the person told why.
+    std::optional<budget::ReportData> reportData();
 
     Session& m_session;
     budget::BudgetList m_budgets;

@@ -4,6 +4,7 @@
 #include "budget/amounts.h"
 #include "budget/balance_export.h"
 #include "budget/ui/frm_budget.h"
+#include "budget/ui/frm_budget_charts.h"
 #include "shell/catalogue/captions.h"
 #include "shell/dates.h"
 #include "shell/export_file.h"
@@ -315,6 +316,8 @@ void frmBudget::RefreshTotals() {
         lines.append(line);
     }
     const std::optional<QStringList> totals = budget::ResultTexts(m_balance, withPrivateColumns());
+    m_balance.overflow = m_balance.overflow || !totals;
+    picCharts->showBalance(m_balance, query, cells);
     if (m_balance.overflow || !totals) {
         qDeleteAll(lines);
         store.prompter.message(0, tr("The sums of this period are too large to be shown."), Prompter::Buttons::Ok,

@@ -12,6 +12,8 @@ constexpr CaptionEntry kEntries[] = {
     {"mnuFileOpen", -1, P::Caption, "&Open..."},
     {"mnuFileCloseSection", -1, P::Caption, "Close &Form"},
     {"mnuFileCloseDB", -1, P::Caption, "Close &Database"},
+    {"mnuFilePrint", -1, P::Caption, "&Print..."},
+    {"mnuFileExportPdf", -1, P::Caption, "Export as P&DF..."},
     {"mnuFileQuit", -1, P::Caption, "E&xit"},
     {"mnuEdit", -1, P::Caption, "&Edit"},
     {"mnuEditCut", -1, P::Caption, "Cut"},

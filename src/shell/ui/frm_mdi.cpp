@@ -160,6 +160,19 @@ void frmMDI::buildMenus() {
     item(file, "mnuFileCloseSection", [this] { GotoSection(0); });
     item(file, "mnuFileCloseDB", &frmMDI::mnuFileCloseDB_Click);
     file->addSeparator();
+    // The open section's form prints what it shows; the entries stand ready while a form with a report is open.
+    const auto report = [this](void (SectionForm::*command)()) {
+        return [this, command] {
+            if (auto* form = qobject_cast<SectionForm*>(m_sectionForm); form != nullptr && form->hasReport()) {
+                (form->*command)();
+            }
+        };
+    };
+    item(file, "mnuFilePrint", report(&SectionForm::printReport))->setShortcut(QKeySequence::Print);
+    item(file, "mnuFileExportPdf", report(&SectionForm::exportReportPdf));
+    action("mnuFilePrint")->setEnabled(false);
+    action("mnuFileExportPdf")->setEnabled(false);
+    file->addSeparator();
     item(file, "mnuFileQuit", &frmMDI::ShutDown);
 
     QMenu* edit = menu(nullptr, "mnuEdit");
@@ -513,6 +526,9 @@ void frmMDI::showSectionCommands(int section) {
         }
     }
     m_sectionTools.clear();
+    const bool report = form != nullptr && section > 0 && form->hasReport() && !m_shell.AutoBlocked;
+    action("mnuFilePrint")->setEnabled(report);
+    action("mnuFileExportPdf")->setEnabled(report);
     if (form != nullptr && section > 0 && !form->toolActions().isEmpty()) {
         m_sectionTools.append(Toolbar1->addSeparator());
         for (QAction* a : form->toolActions()) {

@@ -37,6 +37,11 @@ public:
     // Brings the record into view and selects it, as Find asks after entering the section. A record that can no
     // longer be shown leaves the section as it is.
     virtual void showFound(const FoundRecord& found) { Q_UNUSED(found); }
+    // Whether the form prints a report of what it shows: the frame's Print and Export as PDF stand ready only
+    // then, and call the two below.
+    virtual bool hasReport() const { return false; }
+    virtual void printReport() {}
+    virtual void exportReportPdf() {}
 
 Q_SIGNALS:
     // The commands of the section's menu are not the ones given before.
