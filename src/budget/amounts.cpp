@@ -81,9 +81,7 @@ QString EditableAmount(Currency value, const QLocale& locale) {
     return negative ? u'-' + text : text;
 }
 
-namespace {
-
-bool AllDigits(const QString& text) {
+bool AllDigits(QStringView text) {
     for (QChar c : text) {
         if (c < u'0' || c > u'9') {
             return false;
@@ -92,7 +90,6 @@ bool AllDigits(const QString& text) {
     return true;
 }
 
-// Digits in groups of three behind a first group of one to three, joined by `mark`.
 bool GroupedDigits(const QString& text, QChar mark) {
     const QStringList groups = text.split(mark);
     for (qsizetype i = 0; i < groups.size(); ++i) {
@@ -103,6 +100,8 @@ bool GroupedDigits(const QString& text, QChar mark) {
     }
     return true;
 }
+
+namespace {
 
 AmountReading Refused(const QString& why) {
     return AmountReading{std::nullopt, why};

@@ -33,6 +33,11 @@ AmountReading ReadAmount(const QString& text, const QLocale& locale = QLocale())
 // ReadAmount's value alone.
 std::optional<Currency> ParseAmount(const QString& text, const QLocale& locale = QLocale());
 
+// Whether the text is digits only (an empty text is).
+bool AllDigits(QStringView text);
+// Digits in groups of three behind a first group of one to three, joined by `mark`.
+bool GroupedDigits(const QString& text, QChar mark);
+
 // The amount field's cleaning after each key: a text with an exponent letter, a sign or anything else that is
 // not a plain amount keeps only its digits and decimal marks.
 QString CleanAmountText(const QString& text, const QLocale& locale = QLocale());

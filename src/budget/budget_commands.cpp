@@ -6,6 +6,10 @@
 #include "budget/balance_export.h"
 #include "budget/budget_lists.h"
 #include "budget/budget_report.h"
+#include "budget/statement_import.h"
+#include "budget/statements/csv_statement.h"
+#include "budget/statements/ofx_statement.h"
+#include "budget/statements/qif_statement.h"
 #include "budget/totals.h"
 #include "budget/transaction_list.h"
 #include "sections/categories/categories.h"
@@ -13,6 +17,7 @@
 #include "shell/session.h"
 
 #include <QDate>
+#include <QFile>
 
 namespace budget {
 namespace {
@@ -27,7 +32,9 @@ constexpr const char* kUsage =
     "       noctaria-cli budget totals FILE --budget N --from DATE --to DATE [--payment NAME] [--hide-private]\n"
     "       noctaria-cli budget export FILE --budget N --from DATE --to DATE OUT.csv\n"
     "       noctaria-cli budget report FILE --budget N --from DATE --to DATE [--payment NAME] [--show-private] "
-    "OUT.pdf";
+    "OUT.pdf\n"
+    "       noctaria-cli budget import FILE --budget N IN (--csv|--qif|--ofx) [--mapping M] [--payment NAME]\n"
+    "       noctaria-cli budget rules FILE --budget N [--add TEXT --category NAME | --remove TEXT]";
 
 QCommandLineOption Flag(const char* name) {
     return {QString::fromLatin1(name), QString()};
@@ -334,11 +341,157 @@ int Report(const QStringList& args, cli::Streams io) {
     });
 }
 
+// The category ids a budget files under: "Unfiled" and the named ones.
+QVector<int> CategoryIds(const BudgetView& view) {
+    QVector<int> ids;
+    for (const ListEntry& entry : BalanceCategories(view.categories)) {
+        ids << entry.itemData;
+    }
+    return ids;
+}
+
+// The bookings of the statement file `path` in the format the flags name; absent with the person told why.
+std::optional<statements::Statement> ReadStatementFile(const CommandLine& line, const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        line.fail(QStringLiteral("%1 cannot be read: %2").arg(path, file.errorString()));
+        return std::nullopt;
+    }
+    if (file.size() > statements::kMaxStatementBytes) {
+        line.fail(QStringLiteral("%1 is larger than a bank statement can be").arg(path));
+        return std::nullopt;
+    }
+    const QByteArray bytes = file.readAll();
+    if (line.isSet(QStringLiteral("qif"))) {
+        return statements::ReadQifStatement(bytes);
+    }
+    if (line.isSet(QStringLiteral("ofx"))) {
+        return statements::ReadOfxStatement(bytes);
+    }
+    const statements::CsvDialect dialect = statements::DetectDialect(bytes);
+    const QStringList header = statements::HeaderCells(bytes, dialect);
+    std::optional<statements::CsvMapping> mapping = statements::GuessMapping(header);
+    if (line.isSet(QStringLiteral("mapping"))) {
+        mapping = statements::CsvMapping::FromText(line.value(QStringLiteral("mapping")));
+    }
+    if (!mapping || !mapping->isComplete()) {
+        line.fail(QStringLiteral("the columns of %1 are not known; name them with --mapping, e.g. "
+                                 "\"date=0;item=2;amount=5\" (columns from 0; the header reads: %2)")
+                      .arg(path, header.join(QStringLiteral(" | "))));
+        return std::nullopt;
+    }
+    return statements::ReadCsvStatement(bytes, dialect, *mapping);
+}
+
+int Import(const QStringList& args, cli::Streams io) {
+    CommandLine line(io, kUsage,
+                     {ValueOption("budget", "budget"), Flag("csv"), Flag("qif"), Flag("ofx"),
+                      ValueOption("mapping", "M"), ValueOption("payment", "name")});
+    if (!line.parse(args, 2)) {
+        return cli::kExitUsage;
+    }
+    const std::optional<int> id = BudgetId(line, true);
+    const int formats = (line.isSet(QStringLiteral("csv")) ? 1 : 0) + (line.isSet(QStringLiteral("qif")) ? 1 : 0) +
+                        (line.isSet(QStringLiteral("ofx")) ? 1 : 0);
+    if (!id || formats != 1) {
+        return line.usage();
+    }
+    const std::optional<statements::Statement> statement = ReadStatementFile(line, line.words()[1]);
+    if (!statement) {
+        return cli::kExitFailed;
+    }
+    return cli::WithOpenFile(io, line.words()[0], [&](Session& session) {
+        Store& store = session.store();
+        const std::optional<BudgetView> view = ReadView(line, store, *id);
+        if (!view) {
+            return cli::kExitFailed;
+        }
+        std::optional<int> payment = kPayModeNotStated;
+        if (line.isSet(QStringLiteral("payment"))) {
+            payment = cli::EntryNamed(view->payments, line.value(QStringLiteral("payment")), 1);
+        }
+        const std::optional<statements::CategoryRules> rules = statements::LoadRules(store);
+        if (!payment) {
+            return line.fail(
+                QStringLiteral("there is no payment mode \"%1\"").arg(line.value(QStringLiteral("payment"))));
+        }
+        if (!rules) {
+            return line.fail(QStringLiteral("the category rules cannot be read"));
+        }
+        const statements::ImportPlan plan = statements::PlanImport(store, *id, *statement, *rules, CategoryIds(*view));
+        const statements::ImportResult result = statements::CommitImport(store, plan, *payment);
+        if (!result.failure.isEmpty()) {
+            return line.fail(statements::ImportSummary(result));
+        }
+        io.out << statements::ImportSummary(result) << "\n";
+        return cli::kExitOk;
+    });
+}
+
+int Rules(const QStringList& args, cli::Streams io) {
+    CommandLine line(io, kUsage,
+                     {ValueOption("budget", "budget"), ValueOption("add", "text"), ValueOption("category", "name"),
+                      ValueOption("remove", "text")});
+    if (!line.parse(args, 1)) {
+        return cli::kExitUsage;
+    }
+    const std::optional<int> id = BudgetId(line, true);
+    const bool add = line.isSet(QStringLiteral("add"));
+    const bool remove = line.isSet(QStringLiteral("remove"));
+    if (!id || (add && remove) || add != line.isSet(QStringLiteral("category"))) {
+        return line.usage();
+    }
+    const QString text = line.value(add ? QStringLiteral("add") : QStringLiteral("remove"));
+    if (add && !statements::RuleTextFits(text)) {
+        return line.fail(QStringLiteral("a rule's text cannot be empty or hold the character \"\u00FF\""));
+    }
+    return cli::WithOpenFile(io, line.words()[0], [&](Session& session) {
+        Store& store = session.store();
+        const std::optional<BudgetView> view = ReadView(line, store, *id);
+        std::optional<statements::CategoryRules> rules = view ? statements::LoadRules(store) : std::nullopt;
+        if (!rules) {
+            return view ? line.fail(QStringLiteral("the category rules cannot be read")) : cli::kExitFailed;
+        }
+        if (add || remove) {
+            const auto same = [&](const statements::CategoryRule& rule) {
+                return rule.budget == *id && rule.text.compare(text, Qt::CaseInsensitive) == 0;
+            };
+            const qsizetype removed = rules->removeIf(same);
+            if (remove && removed == 0) {
+                return line.fail(QStringLiteral("budget %1 has no rule \"%2\"").arg(*id).arg(text));
+            }
+            if (add) {
+                const QString name = line.value(QStringLiteral("category"));
+                const std::optional<int> category = cli::EntryNamed(view->categories, name, 1);
+                if (!category) {
+                    return line.fail(QStringLiteral("budget %1 has no category \"%2\"").arg(*id).arg(name));
+                }
+                rules->append({*id, text.trimmed(), *category});
+            }
+            if (const int error = statements::SaveRules(store, *rules); error != 0) {
+                return line.fail(QStringLiteral("the rules could not be saved (error %1)").arg(error));
+            }
+        }
+        for (const statements::CategoryRule& rule : *rules) {
+            if (rule.budget == *id) {
+                io.out << cli::OneLine(rule.text) << "\t" << cli::CategoryName(view->categories, rule.category) << "\n";
+            }
+        }
+        return cli::kExitOk;
+    });
+}
+
 } // namespace
 
 int BudgetCommand(const QStringList& args, cli::Streams io) {
     return cli::RunVerb(args, io, kUsage,
-                        {{"list", List}, {"add", Add}, {"totals", Totals}, {"export", Export}, {"report", Report}});
+                        {{"list", List},
+                         {"add", Add},
+                         {"totals", Totals},
+                         {"export", Export},
+                         {"report", Report},
+                         {"import", Import},
+                         {"rules", Rules}});
 }
 
 } // namespace budget

@@ -3,6 +3,6 @@
 #include "app/cli/commands.h"
 
 namespace budget {
-// noctaria-cli budget list|add|totals|export|report FILE ...
+// noctaria-cli budget list|add|totals|export|report|import|rules FILE ...
 int BudgetCommand(const QStringList& args, cli::Streams io);
 } // namespace budget

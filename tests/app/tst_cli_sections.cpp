@@ -247,6 +247,24 @@ private Q_SLOTS:
         QVERIFY(none.out.isEmpty());
     }
 
+    // A statement read in twice comes in once; the rules file its bookings and are kept in the file.
+    void budgetImport() {
+        const QString data = QStringLiteral(NCT_TEST_DATA_DIR "/statements/");
+        QCOMPARE(cli({"budget", "rules", m_file, "--budget", "0", "--add", "miete", "--category", "unfiled"}).out,
+                 QStringLiteral("miete\tUnfiled\n"));
+        const CliResult csv = cli({"budget", "import", m_file, "--budget", "0", data + "german_bank.csv", "--csv"});
+        QCOMPARE(csv.exitCode, 0);
+        QVERIFY2(csv.out.startsWith(QStringLiteral("3 bookings imported, 0 left out as duplicates, 1 refused.\nline ")),
+                 qPrintable(csv.out));
+        const QStringList ofx = {"budget", "import", m_file, "--budget", "0", data + "checking_v1.ofx", "--ofx"};
+        QVERIFY(cli(ofx).out.startsWith(QStringLiteral("3 bookings imported, 0 left out")));
+        const QString before = cli({"dump", m_file, "--section", "17"}).out;
+        QVERIFY(cli(ofx).out.startsWith(QStringLiteral("0 bookings imported, 3 left out as duplicates")));
+        QCOMPARE(cli({"dump", m_file, "--section", "17"}).out, before);
+        QCOMPARE(cli({"budget", "rules", m_file, "--budget", "0", "--remove", "MIETE"}).out, QString());
+        QCOMPARE(cli({"budget", "rules", m_file, "--budget", "0", "--remove", "miete"}).exitCode, 1);
+    }
+
     // Refused with words that say why, and nothing changed; FILE and DIARY stand for the file and a diary key, OUT
     // and NOWHERE for a file to write and one in a folder that does not exist.
     void refusals_data() {
@@ -327,6 +345,13 @@ private Q_SLOTS:
         QTest::newRow("find one character") << QStringList{"find", "FILE", "x"} << 1 << "minimum of 2 characters";
         QTest::newRow("find in no section")
             << QStringList{"find", "FILE", "kept", "--sections", "11,18"} << 2 << "not '18'";
+        QTest::newRow("import in two formats")
+            << QStringList{"budget", "import", "FILE", "--budget", "0", "FILE", "--csv", "--qif"} << 2 << "usage";
+        QTest::newRow("import of unknown columns")
+            << QStringList{"budget", "import", "FILE", "--budget", "0", "FILE", "--csv", "--mapping", "note=1"} << 1
+            << "name them with --mapping";
+        QTest::newRow("rule without category")
+            << QStringList{"budget", "rules", "FILE", "--budget", "0", "--add", "rent"} << 2 << "usage";
         QTest::newRow("export into no folder")
             << QStringList{"contact", "export", "FILE", "NOWHERE", "--tab"} << 1 << "could not be written";
     }

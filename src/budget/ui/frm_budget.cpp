@@ -257,6 +257,8 @@ void frmBudget::buildMenus() {
     mnuBudgetAdd->setShortcut(QKeySequence::New);
     action(QStringLiteral("mnuBudgetBudgets"), [this] { mnuBudgetBudgets(); });
     action(QStringLiteral("mnuBudgetPayment"), [this] { mnuBudgetPayment(); });
+    action(QStringLiteral("mnuBudgetImport"), [this] { mnuBudgetImport(); });
+    action(QStringLiteral("mnuBudgetRules"), [this] { mnuBudgetRules(); });
     mnuBudgetShowPrivate = action(QStringLiteral("mnuBudgetShowPrivate"), [this] { ShowPrivateBudget(); });
     mnuBudgetShowPrivate->setText(MsgText(272));
 }

@@ -55,6 +55,9 @@ public:
     void cmdDelete_Click();
     void mnuBudgetBudgets();
     void mnuBudgetPayment();
+    // A bank statement into the budget shown, and the rules that file its bookings.
+    void mnuBudgetImport();
+    void mnuBudgetRules();
     void ShowPrivateBudget();
     // The frame's private switch changed: the private filter follows it without asking again.
     void HideShow();

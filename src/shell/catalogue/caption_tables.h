@@ -13,6 +13,8 @@ extern const std::span<const CaptionEntry> kMenuDB;
 extern const std::span<const CaptionEntry> kTip;
 extern const std::span<const CaptionEntry> kSplash;
 extern const std::span<const CaptionEntry> kBudget;
+extern const std::span<const CaptionEntry> kBudgetImport;
+extern const std::span<const CaptionEntry> kBudgetRules;
 extern const std::span<const CaptionEntry> kEditBudget;
 extern const std::span<const CaptionEntry> kEditCategories;
 extern const std::span<const CaptionEntry> kEditBudgetNames;

@@ -22,6 +22,8 @@ const std::array kForms = {
     FormTable{"frmTip", captions::kTip},
     FormTable{"frmSplash", captions::kSplash},
     FormTable{"frmBudget", captions::kBudget},
+    FormTable{"frmBudgetImport", captions::kBudgetImport},
+    FormTable{"frmBudgetRules", captions::kBudgetRules},
     FormTable{"frmEditBudget", captions::kEditBudget},
     FormTable{"frmEditCategories", captions::kEditCategories},
     FormTable{"frmEditBudgetNames", captions::kEditBudgetNames},

@@ -47,6 +47,8 @@ constexpr CaptionEntry kBudgetEntries[] = {
     {"mnuBudgetAdd", -1, P::Caption, "&Add Transaction..."},
     {"mnuBudgetBudgets", -1, P::Caption, "&Budgets..."},
     {"mnuBudgetPayment", -1, P::Caption, "&Payment Modes..."},
+    {"mnuBudgetImport", -1, P::Caption, "&Import Bank Statement..."},
+    {"mnuBudgetRules", -1, P::Caption, "Category &Rules..."},
 };
 
 constexpr CaptionEntry kEditBudgetEntries[] = {
@@ -89,9 +91,40 @@ constexpr CaptionEntry kEditBudgetPaymodeEntries[] = {
     {"cmdOK", -1, P::Caption, "OK"},         {"cmdEsc", -1, P::Caption, "Esc"},
 };
 
+constexpr CaptionEntry kBudgetImportEntries[] = {
+    {nullptr, -1, P::Caption, "Import Bank Statement"},
+    {"fraCsv", -1, P::Caption, "How the file is written"},
+    {"lblSeparator", -1, P::Caption, "Separator:"},
+    {"lblEncoding", -1, P::Caption, "Encoding:"},
+    {"lblDecimal", -1, P::Caption, "Amounts:"},
+    {"lblDateFormat", -1, P::Caption, "Dates:"},
+    {"lblSkip", -1, P::Caption, "Lines before the table:"},
+    {"chkHeader", -1, P::Caption, "First row names the columns"},
+    {"lblColumn", 0, P::Caption, "Date:"},
+    {"lblColumn", 1, P::Caption, "Item:"},
+    {"lblColumn", 2, P::Caption, "Partner:"},
+    {"lblColumn", 3, P::Caption, "Amount:"},
+    {"lblColumn", 4, P::Caption, "Credit:"},
+    {"lblColumn", 5, P::Caption, "Debit:"},
+    {"lblColumn", 6, P::Caption, "Note:"},
+    {"lblPayment", -1, P::Caption, "Payment:"},
+    {"cmdRules", -1, P::Caption, "Rules..."},
+    {"cmdRules", -1, P::ToolTipText, "Which category a booking goes to, by a text in its item or partner"},
+    {"cmdImport", -1, P::Caption, "Import"},
+    {"cmdEsc", -1, P::Caption, "Esc"},
+};
+
+constexpr CaptionEntry kBudgetRulesEntries[] = {
+    {nullptr, -1, P::Caption, "Category Rules"}, {"cmdAddRule", -1, P::Caption, "New"},
+    {"cmdDeleteRule", -1, P::Caption, "Delete"}, {"cmdOK", -1, P::Caption, "OK"},
+    {"cmdEsc", -1, P::Caption, "Esc"},
+};
+
 } // namespace
 
 const std::span<const CaptionEntry> kBudget = kBudgetEntries;
+const std::span<const CaptionEntry> kBudgetImport = kBudgetImportEntries;
+const std::span<const CaptionEntry> kBudgetRules = kBudgetRulesEntries;
 const std::span<const CaptionEntry> kEditBudget = kEditBudgetEntries;
 const std::span<const CaptionEntry> kEditBudgetNames = kEditBudgetNamesEntries;
 const std::span<const CaptionEntry> kEditBudgetPaymode = kEditBudgetPaymodeEntries;
