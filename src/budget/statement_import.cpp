@@ -26,12 +26,6 @@ constexpr list_rows::Kind kRuleRows{.fSec = kBudgetListSection, .fSub = 18};
 constexpr int kDayRange = 32767;
 const QString kBankIdLead = QStringLiteral("Bank id: ");
 
-// What the transaction of a booking is called: the bank's text, else whom it names.
-QString ItemOf(const StatementRow& row) {
-    const QString item = row.item.trimmed();
-    return item.isEmpty() ? row.partner.trimmed() : item;
-}
-
 // Date, signed amount and item, compared case-blind: what makes two bookings the same.
 QString SameBookingKey(const QDate& date, std::int64_t signedUnits, const QString& item) {
     return date.toString(Qt::ISODate) + QChar(0x1F) + QString::number(signedUnits) + QChar(0x1F) +
@@ -42,7 +36,7 @@ Transaction TransactionOf(const Store& store, const PlannedRow& planned) {
     const StatementRow& row = planned.row;
     const bool debit = row.amount.units < 0;
     Transaction t = ClearTransaction(store.user.level, planned.category, row.date);
-    t.description = ItemOf(row);
+    t.description = BookingItem(row);
     t.partner = row.partner.trimmed();
     t.note = row.note.trimmed();
     if (!row.bankId.isEmpty()) {
@@ -59,6 +53,11 @@ QString LineReason(int line, const QString& reason) {
 }
 
 } // namespace
+
+QString BookingItem(const StatementRow& row) {
+    const QString item = row.item.trimmed();
+    return item.isEmpty() ? row.partner.trimmed() : item;
+}
 
 QByteArray RulesText(std::int32_t user, const CategoryRules& rules) {
     QList<QByteArray> elements;
@@ -178,7 +177,7 @@ ImportPlan PlanImport(Store& store, int budget, const Statement& statement, cons
         PlannedRow planned;
         planned.row = row;
         planned.category = CategoryOf(rules, budget, categories, row);
-        const QString key = SameBookingKey(row.date, row.amount.units, ItemOf(row));
+        const QString key = SameBookingKey(row.date, row.amount.units, BookingItem(row));
         const QVector<CutText> cut = TextsTooLong(TransactionOf(store, planned));
         if (row.date < firstDay || row.date > lastDay) {
             // The list finds a transaction by its day's number, which only reaches so far.

@@ -18,6 +18,10 @@ class Store;
 // and the writing of the rest as transactions, all of them or none.
 namespace budget::statements {
 
+// What the transaction of a booking is called: the bank's text, else whom it names (QIF and OFX name only the
+// partner).
+QString BookingItem(const StatementRow& row);
+
 // A text found in a booking's item or partner, case-blind, files it under a category of the budget. The first rule
 // of the budget that matches wins.
 struct CategoryRule {

@@ -328,7 +328,7 @@ void frmBudgetImport::fillRows() {
         take->setCheckState(planned.take ? Qt::Checked : Qt::Unchecked);
         tblRows->setItem(r, kTake, take);
         tblRows->setItem(r, kDate, ReadOnlyCell(dates::ShortDate(planned.row.date)));
-        tblRows->setItem(r, kItem, ReadOnlyCell(planned.row.item));
+        tblRows->setItem(r, kItem, ReadOnlyCell(BookingItem(planned.row)));
         tblRows->setItem(r, kPartner, ReadOnlyCell(planned.row.partner));
         QTableWidgetItem* amount = ReadOnlyCell(budget::FormatAmount(planned.row.amount, true));
         amount->setTextAlignment(Qt::AlignRight | Qt::AlignVCenter);

@@ -96,6 +96,8 @@ private Q_SLOTS:
     void secondReadingIsAllDuplicates() {
         importThroughTheMenu("checking_v1.ofx", [](frmBudgetImport& dialog) {
             QVERIFY(dialog.fraCsv == nullptr);
+            // The bank names only the partner; the transaction will be called by it, and the list says so.
+            QCOMPARE(dialog.tblRows->item(0, 2)->text(), QStringLiteral("Corner Grocery"));
             dialog.cmdImport->click();
         });
         importThroughTheMenu("checking_v1.ofx", [](frmBudgetImport& dialog) {
