@@ -256,7 +256,8 @@ std::optional<QString> ValueText(const Property& p, QString& why) {
     }
     QString text;
     if (p.charset.isEmpty() || p.charset == "UTF-8" || p.charset == "US-ASCII") {
-        QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+        QStringDecoder utf8(QStringDecoder::Utf8,
+                            QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
         text = utf8.decode(bytes);
         if (utf8.hasError()) {
             why = QStringLiteral("the value is not UTF-8");

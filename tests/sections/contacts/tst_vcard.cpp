@@ -261,6 +261,9 @@ private Q_SLOTS:
                                         << QStringLiteral("7");
         QTest::newRow("windows-1252") << QByteArray("NOTE;CHARSET=WINDOWS-1252:\x80 5") << int(Notes)
                                       << QStringLiteral("\u20ac 5");
+        // A value may begin with the byte-order mark's character; it is text like any other, not a file's mark.
+        QTest::newRow("leading U+FEFF kept")
+            << QByteArray("NOTE:\xEF\xBB\xBFx") << int(Notes) << QStringLiteral("\uFEFFx");
     }
     void escaping() {
         QFETCH(QByteArray, line);
