@@ -186,7 +186,7 @@ void frmBudgetImport::buildCsvControls() {
         label->setObjectName(ArrayElementName("lblColumn", i));
         label->setBuddy(cboColumn[i]);
         place(label, cboColumn[i], 8 + i);
-        connect(cboColumn[i], &QComboBox::currentIndexChanged, this, &frmBudgetImport::csvChanged);
+        connect(cboColumn[i], &QComboBox::currentIndexChanged, this, [this] { csvChanged(false); });
     }
     for (QComboBox* box : fraCsv->findChildren<QComboBox*>()) {
         box->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
@@ -198,10 +198,10 @@ void frmBudgetImport::buildCsvControls() {
     tblPreview->setEditTriggers(QAbstractItemView::NoEditTriggers);
     grid->addWidget(tblPreview, 4, 0, 1, 8);
     for (QComboBox* box : {cboSeparator, cboEncoding, cboDecimal, cboDateFormat}) {
-        connect(box, &QComboBox::currentIndexChanged, this, &frmBudgetImport::csvChanged);
+        connect(box, &QComboBox::currentIndexChanged, this, [this] { csvChanged(true); });
     }
-    connect(spnSkip, &QSpinBox::valueChanged, this, &frmBudgetImport::csvChanged);
-    connect(chkHeader, &QCheckBox::toggled, this, &frmBudgetImport::csvChanged);
+    connect(spnSkip, &QSpinBox::valueChanged, this, [this] { csvChanged(true); });
+    connect(chkHeader, &QCheckBox::toggled, this, [this] { csvChanged(true); });
 
     CsvLayout layout;
     layout.dialect = DetectDialect(m_bytes);
@@ -277,15 +277,15 @@ void frmBudgetImport::fillColumnChoices() {
     }
 }
 
-void frmBudgetImport::csvChanged() {
+void frmBudgetImport::csvChanged(bool columnsMayChange) {
     if (m_filling) {
         return;
     }
-    m_filling = true;
-    if (sender() != nullptr && !QString(sender()->objectName()).startsWith(QLatin1String("cboColumn"))) {
+    if (columnsMayChange) {
+        m_filling = true;
         fillColumnChoices();
+        m_filling = false;
     }
-    m_filling = false;
     readStatement();
 }
 

@@ -58,7 +58,8 @@ private:
     void showLayout(const budget::statements::CsvLayout& layout);
     budget::statements::CsvLayout layoutShown() const;
     void fillColumnChoices();
-    void csvChanged();
+    // A change of how the file is read may change its columns too; a change of which column holds what does not.
+    void csvChanged(bool columnsMayChange);
     void readStatement();
     void plan();
     void fillRows();
